@@ -1,0 +1,2 @@
+// placeholder until the host lands
+namespace fxhost { int placeholder() { return 0; } }

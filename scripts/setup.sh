@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs what the project needs on a fresh Debian 12 machine and configures the build in ./build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+SUDO=""
+if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends \
+  g++ cmake ninja-build pkg-config \
+  libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev \
+  libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
