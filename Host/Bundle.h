@@ -1,0 +1,27 @@
+// An effect bundle loaded with dlopen. Construction fails with std::runtime_error
+// naming the file when it can't be loaded or doesn't export EntryPointFunc.
+// The bundle stays loaded for the life of the process, as the real host keeps it.
+#pragma once
+
+#include <string>
+
+#include "PFTypes.h"
+
+namespace fxhost {
+
+class Bundle {
+ public:
+  explicit Bundle(const std::string& path);
+
+  const std::string& path() const { return mPath; }
+  PF_EntryPointFunc entryPoint() const { return mEntryPoint; }
+
+  // The bundle built beside the running program (bin/HueAndSaturation.plugin).
+  static std::string besideExecutable();
+
+ private:
+  std::string mPath;
+  PF_EntryPointFunc mEntryPoint;
+};
+
+}  // namespace fxhost

@@ -1,0 +1,32 @@
+// The host's own headless GL context, as a real host has one current when it
+// calls an effect. It is never shared with the effect's contexts; the host only
+// makes it current before a command and checks afterwards that it still is.
+// Construction throws std::runtime_error when EGL offers no display or context.
+#pragma once
+
+#include <EGL/egl.h>
+
+namespace fxhost {
+
+class HostGLContext {
+ public:
+  HostGLContext();
+  ~HostGLContext();
+
+  HostGLContext(const HostGLContext&) = delete;
+  HostGLContext& operator=(const HostGLContext&) = delete;
+
+  void makeCurrent();
+  bool isCurrent() const;
+  EGLDisplay display() const { return mDisplay; }
+  EGLContext context() const { return mContext; }
+
+  // Releases whatever context is current on the calling thread.
+  static void releaseCurrent();
+
+ private:
+  EGLDisplay mDisplay;
+  EGLContext mContext;
+};
+
+}  // namespace fxhost

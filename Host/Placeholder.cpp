@@ -1,2 +1,0 @@
-// placeholder until the host lands
-namespace fxhost { int placeholder() { return 0; } }
