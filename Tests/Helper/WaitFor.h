@@ -2,6 +2,7 @@
 // in time is a hang, so the program stops instead of leaving blocked threads.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -17,4 +18,17 @@ void WaitFor(Predicate done, const char* what) {
     }
     std::this_thread::sleep_for(std::chrono::microseconds(200));
   }
+}
+
+// Runs body on a thread of its own and stops the program if it does not
+// return in time, for calls that would deadlock if a lock were left taken.
+template <typename Body>
+void RunBounded(Body body, const char* what) {
+  std::atomic<bool> done(false);
+  std::thread thread([&] {
+    body();
+    done = true;
+  });
+  WaitFor([&] { return done.load(); }, what);
+  thread.join();
 }
