@@ -1,0 +1,130 @@
+#include "ImageFile.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+#include <OpenImageIO/imageio.h>
+
+namespace fxhost {
+
+namespace {
+
+float clamp01(float v) { return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v)); }
+
+std::runtime_error fileError(const std::string& what, const std::string& path, const std::string& why) {
+  return std::runtime_error("cannot " + what + " '" + path + "'" + (why.empty() ? "" : ": " + why));
+}
+
+}  // namespace
+
+ImageFile::ImageFile(int width, int height, int channels, OIIO::TypeDesc type)
+    : mWidth(width), mHeight(height), mChannels(channels), mType(type),
+      mPixels(static_cast<size_t>(width) * height * 4, 0.0f) {
+  for (size_t i = 3; i < mPixels.size(); i += 4) mPixels[i] = 1.0f;
+}
+
+ImageFile ImageFile::read(const std::string& path) {
+  // Ask for alpha as stored where the format keeps it straight (PNG, TIFF); associated
+  // data (EXR) is divided out below, since host worlds hold straight alpha.
+  OIIO::ImageSpec config;
+  config.attribute("oiio:UnassociatedAlpha", 1);
+  auto in = OIIO::ImageInput::open(path, &config);
+  if (!in) {
+    throw fileError("read image", path, OIIO::geterror());
+  }
+  const OIIO::ImageSpec& spec = in->spec();
+  if (spec.width <= 0 || spec.height <= 0 || spec.nchannels < 1 || spec.depth > 1) {
+    throw fileError("read image", path, "not a 2-D image with channels");
+  }
+  const int n = spec.nchannels;
+  std::vector<float> raw(static_cast<size_t>(spec.width) * spec.height * n);
+  if (!in->read_image(0, 0, 0, n, OIIO::TypeDesc::FLOAT, raw.data())) {
+    throw fileError("read image", path, in->geterror());
+  }
+  const bool hasAlpha = n == 2 || n >= 4;
+  const bool associated = hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
+  ImageFile image(spec.width, spec.height, std::min(n, 4), spec.format);
+  for (size_t p = 0; p < static_cast<size_t>(spec.width) * spec.height; ++p) {
+    const float* s = &raw[p * n];
+    float* d = &image.mPixels[p * 4];
+    if (n <= 2) {
+      d[0] = d[1] = d[2] = s[0];
+      d[3] = n == 2 ? s[1] : 1.0f;
+    } else {
+      d[0] = s[0];
+      d[1] = s[1];
+      d[2] = s[2];
+      d[3] = n >= 4 ? s[3] : 1.0f;
+    }
+    if (associated && d[3] > 0.0f) {
+      for (int c = 0; c < 3; ++c) d[c] /= d[3];
+    }
+  }
+  return image;
+}
+
+void ImageFile::write(const std::string& path) const {
+  auto out = OIIO::ImageOutput::create(path);
+  if (!out) {
+    throw fileError("write image", path, OIIO::geterror());
+  }
+  const bool premultiply = std::string(out->format_name()) == "openexr";
+  OIIO::ImageSpec spec(mWidth, mHeight, mChannels, mType);
+  if (mChannels == 2 || mChannels == 4) spec.alpha_channel = mChannels - 1;
+  spec.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
+  std::vector<float> raw(static_cast<size_t>(mWidth) * mHeight * mChannels);
+  for (size_t p = 0; p < static_cast<size_t>(mWidth) * mHeight; ++p) {
+    const float* s = &mPixels[p * 4];
+    float* d = &raw[p * mChannels];
+    const float a = premultiply ? s[3] : 1.0f;
+    if (mChannels <= 2) {
+      d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
+      if (mChannels == 2) d[1] = s[3];
+    } else {
+      for (int c = 0; c < 3; ++c) d[c] = s[c] * a;
+      if (mChannels == 4) d[3] = s[3];
+    }
+  }
+  const std::string slash = path.find('/') == std::string::npos ? "" : path.substr(0, path.find_last_of('/') + 1);
+  const std::string temporary = slash + ".fxhost-" + std::to_string(getpid()) + "-" + path.substr(slash.size());
+  if (!out->open(temporary, spec) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) || !out->close()) {
+    const std::string why = out->geterror();
+    std::remove(temporary.c_str());
+    throw fileError("write image", path, why);
+  }
+  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+    std::remove(temporary.c_str());
+    throw fileError("write image", path, "rename failed");
+  }
+}
+
+void ImageFile::toWorld(HostWorld& world) const {
+  for (int y = 0; y < std::min(mHeight, world.height()); ++y) {
+    for (int x = 0; x < std::min(mWidth, world.width()); ++x) {
+      const float* s = rgba(x, y);
+      const float argb[4] = {std::round(clamp01(s[3]) * 255.0f), std::round(clamp01(s[0]) * 255.0f),
+                             std::round(clamp01(s[1]) * 255.0f), std::round(clamp01(s[2]) * 255.0f)};
+      world.setPixel(x, y, argb);
+    }
+  }
+}
+
+void ImageFile::fromWorld(const HostWorld& world) {
+  for (int y = 0; y < std::min(mHeight, world.height()); ++y) {
+    for (int x = 0; x < std::min(mWidth, world.width()); ++x) {
+      float argb[4];
+      world.getPixel(x, y, argb);
+      float* d = rgba(x, y);
+      d[0] = argb[1] / 255.0f;
+      d[1] = argb[2] / 255.0f;
+      d[2] = argb[3] / 255.0f;
+      d[3] = argb[0] / 255.0f;
+    }
+  }
+}
+
+}  // namespace fxhost
