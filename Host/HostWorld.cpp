@@ -31,13 +31,13 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes) : mDepth(
     throw std::invalid_argument("world row is too large");
   }
   mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
+  mDef.rowbytes = static_cast<A_long>(rowbytes);  // row() steps by it, so it comes before the clearing
   for (int y = 0; y < height; ++y) {
     std::memset(row(y), 0, static_cast<size_t>(width) * px);
   }
   mDef.reserved0 = this;  // lets the host's callbacks find the world again
   mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
   mDef.data = mStorage.data();
-  mDef.rowbytes = static_cast<A_long>(rowbytes);
   mDef.width = width;
   mDef.height = height;
   mDef.extent_hint = PF_LRect{0, 0, width, height};

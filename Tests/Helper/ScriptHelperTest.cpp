@@ -6,90 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "AEGPSuites.h"
+#include "FaultPlan.h"
+#include "HostSuites.h"
 
 using Ostrivane::GaussianBlur::ScriptHelper;
 
 namespace {
-
-// A basic suite serving only the utility and memory suites, logging every
-// call that the helper makes so that order and balance can be checked.
-struct FakeBlock {
-  std::string name;
-  std::string text;
-};
-
-struct FakeHost {
-  bool hasUtility = true;
-  bool hasMemory = true;
-  bool nullTables = false;
-  bool giveResult = true;
-  bool giveError = true;
-  std::string resultText;
-  std::string errorText = "no error";
-  int liveHandles = 0;
-  std::vector<std::string> log;
-};
-
-FakeHost* gHost = nullptr;
-
-AEGP_MemHandle NewHandle(const char* name, const std::string& text) {
-  ++gHost->liveHandles;
-  return reinterpret_cast<AEGP_MemHandle>(new FakeBlock{name, text});
-}
-
-FakeBlock* Block(AEGP_MemHandle handle) { return reinterpret_cast<FakeBlock*>(handle); }
-
-const AEGP_UtilitySuite5 kUtility = {
-    nullptr,
-    [](AEGP_PluginID id, const A_char* script, const A_Boolean platformEncoding, AEGP_MemHandle* result,
-       AEGP_MemHandle* error) -> A_Err {
-      gHost->log.push_back("execute " + std::to_string(id) + " " + std::to_string(platformEncoding) + " " + script);
-      if (gHost->giveResult) {
-        *result = NewHandle("result", gHost->resultText);
-      }
-      if (gHost->giveError) {
-        *error = NewHandle("error", gHost->errorText);
-      }
-      return A_Err_NONE;
-    }};
-
-const AEGP_MemorySuite1 kMemory = {
-    nullptr,
-    [](AEGP_MemHandle handle) -> A_Err {
-      gHost->log.push_back("free " + Block(handle)->name);
-      --gHost->liveHandles;
-      delete Block(handle);
-      return A_Err_NONE;
-    },
-    [](AEGP_MemHandle handle, void** text) -> A_Err {
-      gHost->log.push_back("lock " + Block(handle)->name);
-      *text = &Block(handle)->text[0];
-      return A_Err_NONE;
-    },
-    nullptr, nullptr};
-
-SPBasicSuite MakeBasic() {
-  SPBasicSuite basic = {};
-  basic.AcquireSuite = [](const char* name, int32_t version, const void** suite) -> SPErr {
-    const std::string which = name;
-    gHost->log.push_back("acquire " + which + " " + std::to_string(version));
-    if (which == "AEGP Utility Suite" && version == 11 && gHost->hasUtility) {
-      *suite = gHost->nullTables ? nullptr : &kUtility;
-      return kSPNoError;
-    }
-    if (which == "AEGP Memory Suite" && version == 1 && gHost->hasMemory) {
-      *suite = gHost->nullTables ? nullptr : &kMemory;
-      return kSPNoError;
-    }
-    return kSPSuiteNotFoundError;
-  };
-  basic.ReleaseSuite = [](const char* name, int32_t version) -> SPErr {
-    gHost->log.push_back("release " + std::string(name) + " " + std::to_string(version));
-    return kSPNoError;
-  };
-  return basic;
-}
 
 // The int that call throws, or -1 if it returns.
 template <typename Call>
@@ -102,87 +24,76 @@ int ThrownCode(Call call) {
   return -1;
 }
 
+// Runs scripts against the stand-in host, which answers with mAnswer (or
+// with no result handle when mAnswers is false) and records every script.
 class ScriptHelperTest : public ::testing::Test {
  protected:
-  void SetUp() override { gHost = &mHost; }
+  ScriptHelperTest() : mSuites(mPlan) {
+    mSuites.setScriptHandler([this](const std::string& script, std::string& result) {
+      mScripts.push_back(script);
+      result = mAnswer;
+      return mAnswers;
+    });
+  }
+  // Whatever happened, every suite went back and no handle was left alive.
   void TearDown() override {
-    EXPECT_EQ(mHost.liveHandles, 0);
-    gHost = nullptr;
+    EXPECT_EQ(mSuites.unbalanced(), "");
+    EXPECT_EQ(mSuites.liveMemHandles(), 0);
   }
 
-  std::string run(const char* script) { return ScriptHelper::RunSriptAndGetStringResult(&mBasic, script); }
+  std::string run(const char* script) { return ScriptHelper::RunSriptAndGetStringResult(mSuites.basicSuite(), script); }
 
-  FakeHost mHost;
-  SPBasicSuite mBasic = MakeBasic();
+  fxhost::FaultPlan mPlan;
+  fxhost::HostSuites mSuites;
+  std::vector<std::string> mScripts;
+  std::string mAnswer;
+  bool mAnswers = true;
 };
 
 }  // namespace
 
-TEST_F(ScriptHelperTest, ReturnsResultTextAndGivesEverythingBackInOrder) {
-  mHost.resultText = "Comp 1";
+TEST_F(ScriptHelperTest, ScriptReachesTheHostAndResultTextComesBack) {
+  mAnswer = "Comp 1";
   EXPECT_EQ(run("app.project.activeItem.name"), "Comp 1");
-  const std::vector<std::string> expected = {
-      "acquire AEGP Utility Suite 11",
-      "acquire AEGP Memory Suite 1",
-      "execute 0 0 app.project.activeItem.name",
-      "lock result",
-      "lock error",
-      "free result",
-      "free error",
-      "release AEGP Memory Suite 1",
-      "release AEGP Utility Suite 11",
-  };
-  EXPECT_EQ(mHost.log, expected);
-}
+  EXPECT_EQ(mScripts, std::vector<std::string>{"app.project.activeItem.name"});
+  EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
+  EXPECT_EQ(mSuites.acquired("AEGP Memory Suite"), 1);
 
-TEST_F(ScriptHelperTest, ResultEndsAtItsFirstZeroAndIsNotTrimmed) {
-  mHost.resultText = std::string(" 12\0tail", 8);
+  // The result ends at its first zero and is not trimmed.
+  mAnswer = std::string(" 12\0tail", 8);
   EXPECT_EQ(run("x"), " 12");
 }
 
 TEST_F(ScriptHelperTest, EmptyOrMissingResultGivesEmptyString) {
-  mHost.resultText = "";
+  mAnswer = "";
   EXPECT_EQ(run("''"), "");
 
-  mHost.log.clear();
-  mHost.giveResult = false;
+  mAnswers = false;  // no result handle; the error handle still comes and must be freed
+  mAnswer = "ignored";
   EXPECT_EQ(run("undefined"), "");
-  // Nothing is asked of a handle the host never made; the error handle is still freed.
-  const std::vector<std::string> expected = {
-      "acquire AEGP Utility Suite 11", "acquire AEGP Memory Suite 1", "execute 0 0 undefined", "lock error",
-      "free error", "release AEGP Memory Suite 1", "release AEGP Utility Suite 11",
-  };
-  EXPECT_EQ(mHost.log, expected);
-
-  mHost.giveError = false;
-  EXPECT_EQ(run("undefined"), "");
+  EXPECT_EQ(mScripts.size(), 2u);
 }
 
 TEST_F(ScriptHelperTest, MissingSuiteThrows13AndReleasesWhatWasAcquired) {
-  mHost.hasMemory = false;
+  mPlan.missingSuites = {"AEGP Memory Suite"};
   EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  const std::vector<std::string> expected = {
-      "acquire AEGP Utility Suite 11",
-      "acquire AEGP Memory Suite 1",
-      "release AEGP Utility Suite 11",
-  };
-  EXPECT_EQ(mHost.log, expected);
+  EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
+  EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
 
-  mHost.log.clear();
-  mHost.hasUtility = false;
-  mHost.hasMemory = true;
+  mPlan.missingSuites = {"AEGP Utility Suite"};
   EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  EXPECT_EQ(mHost.log, std::vector<std::string>{"acquire AEGP Utility Suite 11"});
+  EXPECT_TRUE(mScripts.empty());
 }
 
 TEST_F(ScriptHelperTest, NoBasicSuiteOrEmptyTablesCountAsMissing) {
   EXPECT_EQ(ThrownCode([] { ScriptHelper::RunSriptAndGetStringResult(nullptr, "x"); }), 13);
 
-  mHost.nullTables = true;
+  mPlan.nullTableSuites = {"AEGP Memory Suite"};
   EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  for (const std::string& entry : mHost.log) {
-    EXPECT_EQ(entry.rfind("execute", 0), std::string::npos) << entry;
-  }
+  EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
+  mPlan.nullTableSuites = {"AEGP Utility Suite"};
+  EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
+  EXPECT_TRUE(mScripts.empty());
 }
 
 TEST(ScriptHelper, TrimRemovesLeadingAndTrailingWhiteSpaceOnly) {
