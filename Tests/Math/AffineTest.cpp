@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "Affine.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+static void expectPoint(const Vec2& p, double x, double y, double tolerance = 0.0)
+{
+    EXPECT_NEAR(p.x, x, tolerance);
+    EXPECT_NEAR(p.y, y, tolerance);
+}
+
+static Affine translation(double x, double y)
+{
+    Affine a;
+    a.setTranslate(x, y);
+    return a;
+}
+
+static Affine scaling(double x, double y)
+{
+    Affine a;
+    a.setScale(x, y);
+    return a;
+}
+
+TEST(Affine, ConstructionIsColumnByColumn)
+{
+    const Affine a(1, 2, 3, 4, 5, 6);
+    const double stored[6] = {1, 3, 5, 2, 4, 6};
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(a.m[i], stored[i]) << i;
+        EXPECT_EQ(Affine(false).m[i], 0.0) << i;
+        EXPECT_EQ(Affine().m[i], i % 4 == 0 ? 1.0 : 0.0) << i;
+    }
+    expectPoint(a.getTransform(Vec2(0, 0)), 5, 6);
+    expectPoint(a.getTransform(Vec2(1, 0)), 6, 8);
+    EXPECT_TRUE(Affine(false) == Affine(0, 0, 0, 0, 1e-12, -1e-12));
+    EXPECT_FALSE(Affine(false) == Affine(0, 0, 0, 0, 0, 1.0001e-12));
+
+    Affine r;
+    r.setRotate(90.0);
+    // cos of 90 times the 14-digit factor: about 2.65e-14 instead of 6.1e-17.
+    EXPECT_NEAR(r.m[0], 2.65e-14, 0.01e-14);
+    EXPECT_EQ(r.m[3], 1.0);
+    expectPoint(r.getTransform(Vec2(1, 0)), 0, 1, 1e-13);
+}
+
+TEST(Affine, MultiplyActsAfterPremultiplyBefore)
+{
+    const Vec2 p(1, 1);
+    Affine a = translation(10, 0), b = translation(10, 0);
+    a.multiply(scaling(2, 3));     // scale after translate
+    b.premultiply(scaling(2, 3));  // scale before translate
+    expectPoint(a.getTransform(p), 22, 3);
+    expectPoint(b.getTransform(p), 12, 3);
+
+    Affine c = scaling(2, 3), e = translation(5, 0), f;
+    c.translate(1, 1);
+    expectPoint(c.getTransform(Vec2(0, 0)), 2, 3);
+    e.rotate(90.0);
+    expectPoint(e.getTransform(Vec2(1, 0)), 5, 1, 1e-13);
+    f.skewX(45.0);
+    f.skewY(45.0);  // y' = y + x first, then x' = x + y
+    expectPoint(f.getTransform(Vec2(1, 0)), 2, 1, 1e-12);
+}
+
+TEST(Affine, LayerTransformMapsAnchorToPosition)
+{
+    const Vec2 anchor(10, 20);
+    Affine a(false);
+    a.set(anchor, Vec2(100, 50), Vec2(2, 3), 30.0);
+    expectPoint(a.getTransform(anchor), 100, 50, 1e-12);
+    // One unit right of the anchor: scaled to 2, then turned by 30 degrees.
+    expectPoint(a.getTransform(Vec2(11, 20)), 100 + std::sqrt(3.0), 51, 1e-12);
+    // One unit up: scaled to 3, turned to (-3 sin 30, 3 cos 30).
+    expectPoint(a.getTransform(Vec2(10, 21)), 98.5, 50 + 1.5 * std::sqrt(3.0), 1e-12);
+}
+
+TEST(Affine, InverseAndSingularBound)
+{
+    EXPECT_TRUE(Affine(2, 0, 0, 4, 6, 8).getInverse() == Affine(0.5, 0, 0, 0.25, -3, -2));
+    Affine m = translation(3, -7), inv(false);
+    m.rotate(33.0);
+    m.scale(2.0, 0.5);
+    m.skewX(10.0);
+    ASSERT_TRUE(m.inverse(inv));
+    expectPoint(inv.getTransform(m.getTransform(Vec2(4, -9))), 4, -9, 1e-12);
+
+    // Stored (1, 2, 3, 2, 4, 6): det 0. out stays; getInverse hides it behind the identity.
+    const Affine singular(1, 2, 2, 4, 3, 6);
+    Affine out = translation(7, 8);
+    EXPECT_FALSE(singular.inverse(out));
+    EXPECT_TRUE(out == translation(7, 8));
+    EXPECT_TRUE(singular.getInverse() == Affine(true));
+
+    EXPECT_FALSE(scaling(0.999e-6, 1.0).inverse(out));
+    EXPECT_FALSE(scaling(-0.999e-6, 1.0).inverse(out));
+    EXPECT_TRUE(scaling(1e-6, 1.0).inverse(out));
+    EXPECT_TRUE(scaling(-1e-6, 1.0).inverse(out));
+}
+
+TEST(Affine, AverageScaleIsQuantised)
+{
+    EXPECT_EQ(scaling(2, 3).averageScale(), 2.5);
+    EXPECT_EQ(scaling(1e-05, 1e-05).averageScale(), 0.0);
+    // Half a step rounds away from zero; the step is single precision.
+    EXPECT_EQ(scaling(0.00004, 0.00006).averageScale(), static_cast<double>(0.0001f));
+    // Rows, not columns: at 45 degrees both rows of diag(2, 4) have length sqrt(10).
+    Affine r(false);
+    r.set(Vec2(0, 0), Vec2(0, 0), Vec2(2, 4), 45.0);
+    EXPECT_EQ(r.averageScale(), static_cast<double>(3.1623f));
+}

@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "Vec2.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+static const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+static void expectVec(const Vec2& v, double x, double y, double tolerance = 0.0)
+{
+    EXPECT_NEAR(v.x, x, tolerance);
+    EXPECT_NEAR(v.y, y, tolerance);
+}
+
+TEST(Vec2, ZeroVectorsNormaliseAlongX)
+{
+    Vec2 v, w, tiny(1e-13, 0.0);
+    v.normalize();
+    expectVec(v, 1.0, 0.0);
+    w.setLength(5.0);
+    expectVec(w, 5.0, 0.0);
+    // No tolerance in the member; the static form leaves negligible lengths alone.
+    tiny.normalize();
+    expectVec(tiny, 1.0, 0.0);
+    double x = 1e-13, y = 0.0;
+    Vec2::normalize(&x, &y);
+    EXPECT_EQ(x, 1e-13);
+}
+
+TEST(Vec2, EqualityBoundaries)
+{
+    // Per axis and inclusive; equal's default tolerance is the same.
+    EXPECT_TRUE(Vec2(0.0, 0.0) == Vec2(1e-12, -1e-12));
+    EXPECT_FALSE(Vec2(0.0, 0.0) == Vec2(1.0001e-12, 0.0));
+    EXPECT_TRUE(Vec2(0.0, 0.0).equal(Vec2(1e-12, 0.0)));
+    EXPECT_TRUE(Vec2(kNaN, 0.0) != Vec2(kNaN, 0.0));
+    // Strict.
+    EXPECT_FALSE(Vec2::negligible(1e-12));
+    EXPECT_TRUE(Vec2(0.5e-12, -0.999e-12).negligible());
+    EXPECT_TRUE(Vec2(kNaN, 0.0).nonNegligible());
+    // Euclidean and strict: 3-4-5 sits on the boundary; 0.8 per axis exceeds 1.
+    EXPECT_FALSE(Vec2::equalWithTolerance(0.0, 0.0, 3.0, 4.0, 5.0));
+    EXPECT_TRUE(Vec2::equalWithTolerance(Vec2(0.0, 0.0), Vec2(3.0, 4.0), 5.000001));
+    EXPECT_FALSE(Vec2::equalWithTolerance(Vec2(0.0, 0.0), Vec2(0.8, 0.8), 1.0));
+    EXPECT_FALSE(Vec2::isDuplicate(Vec2(1.0, 1.0), Vec2(1.25, 1.0)));
+    EXPECT_TRUE(Vec2::isDuplicate(Vec2(1.0, 1.0), Vec2(1.24, 0.76)));
+}
+
+TEST(Vec2, CollinearAndOrthogonalAreRelative)
+{
+    EXPECT_FALSE(Vec2(1.0, 1.0).isOrthogonal(Vec2(1.0, 1.0)));
+    EXPECT_TRUE(Vec2(1.0, 1.0).isOrthogonal(Vec2(1.0, -1.0)));
+    EXPECT_FALSE(Vec2(1.0, 0.0).isCollinear(Vec2(1.0, 1e-9)));
+    EXPECT_TRUE(Vec2().isCollinear(Vec2(3.0, 4.0)) && Vec2().isOrthogonal(Vec2(3.0, 4.0)));
+    // The cross product is 0.1, but relative to lengths of 1e6 that is within 1e-12.
+    EXPECT_TRUE(Vec2(1e6, 0.0).isCollinear(Vec2(1e6, 1e-7)));
+}
+
+TEST(Vec2, MinMaxTiesNaNAndSigns)
+{
+    // +0 and -0 tie: getMin keeps its own, getMax takes the argument's. A NaN likewise.
+    Vec2 tieMin(0.0, 1.0), tieMax(0.0, 1.0);
+    tieMin.getMin(Vec2(-0.0, kNaN));
+    tieMax.getMax(Vec2(-0.0, kNaN));
+    EXPECT_FALSE(std::signbit(tieMin.x));
+    EXPECT_EQ(tieMin.y, 1.0);
+    EXPECT_TRUE(std::signbit(tieMax.x));
+    EXPECT_TRUE(std::isnan(tieMax.y));
+    // Zero counts as not positive on both sides.
+    Vec2 s(2.0, -3.0), z(-1.0, 0.0);
+    s.followSigns(Vec2(-1.0, 5.0));
+    z.followSigns(Vec2(0.0, 1.0));
+    expectVec(s, -2.0, 3.0);
+    EXPECT_EQ(z.x, -1.0);
+    EXPECT_TRUE(std::signbit(z.y));
+}
+
+TEST(Vec2, RotationUsesTheFourteenDigitFactor)
+{
+    Vec2 v(1.0, 0.0);
+    v.rotate(90.0);
+    // cos(pi/2 - d) is d to first order, d being how far 90 times the factor falls short.
+    const double th = 90.0 * 0.017453292519943;
+    EXPECT_NEAR(v.x, static_cast<double>(3.14159265358979323846264338327950288L / 2 - th), 1e-18);
+    EXPECT_GT(v.x, 2.6e-14);
+    EXPECT_EQ(v.y, 1.0);
+
+    Vec2 n(kNaN, 2.0), r(2.0, 1.0);
+    n.rotate(0.0);
+    EXPECT_TRUE(std::isnan(n.x));
+    EXPECT_EQ(n.y, 2.0);
+    r.rotateAround(90.0, Vec2(1.0, 1.0));
+    expectVec(r, 1.0, 2.0, 1e-13);
+}
+
+TEST(Vec2, AnglesAndQuadrants)
+{
+    EXPECT_EQ(Vec2().getAngle(), 0.0);
+    EXPECT_NEAR(Vec2(-1.0, 0.0).getAngle(), 180.0, 1e-12);
+    EXPECT_NEAR(Vec2(1.0, 0.0).angleBetween(Vec2(0.0, 3.0)), 90.0, 1e-12);
+    EXPECT_NEAR(Vec2(0.0, 3.0).angleBetween(Vec2(1.0, 0.0)), -90.0, 1e-12);
+
+    EXPECT_EQ(Vec2(0.0, 0.0).getQuadrant(), 1);
+    EXPECT_EQ(Vec2(-1.0, 0.0).getQuadrant(), 2);
+    EXPECT_EQ(Vec2(0.0, -1.0).getQuadrant(), 4);
+
+    EXPECT_TRUE(Vec2::oppositeQuadrant(Vec2(1.0, 0.0), Vec2(-1.0, 0.0)));
+    EXPECT_TRUE(Vec2::oppositeQuadrant(Vec2(0.0, 2.0), Vec2(0.0, -1.0)));
+    EXPECT_TRUE(Vec2::oppositeQuadrant(Vec2(1.0, 0.0), Vec2(0.0, 1.0)));
+    EXPECT_TRUE(Vec2::oppositeQuadrant(Vec2(0.0, 0.0), Vec2(1.0, 1.0)));
+    EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(0.0, 0.0), Vec2(0.0, 0.0)));
+    EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(1.0, 1.0), Vec2(-1.0, 1.0)));
+    EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(1.0, 1.0), Vec2(1.0, -1.0)));
+}
+
+TEST(Vec2, ProjectionLinesAndFrames)
+{
+    expectVec(Vec2(2.0, 3.0).project(Vec2()), 0.0, 0.0);
+    expectVec(Vec2(2.0, 3.0).project(Vec2(1.0, 1.0)), 2.5, 2.5);
+    // The infinite line, with no clamp to the segment.
+    EXPECT_EQ(Vec2(5.0, 3.0).distanceToLine(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 3.0);
+    EXPECT_EQ(Vec2(-4.0, 3.0).lineProjectionLength(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 4.0);
+    EXPECT_TRUE(std::isnan(Vec2(1.0, 1.0).distanceToLine(Vec2(2.0, 2.0), Vec2(2.0, 2.0))));
+
+    const Vec2 a(0.0, 0.0), b(1.0, 0.0);
+    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(5.0, 1.0), Vec2(5.0, -1.0)));
+    // A point on the line counts with the negative side.
+    EXPECT_FALSE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, -1.0)));
+    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, 1.0)));
+
+    const Vec2 size(100.0, 50.0);
+    expectVec(Vec2::centerToTopLefetPoint(Vec2(10.0, 10.0), size), 60.0, 15.0);
+    expectVec(Vec2::topLeftToCenterPoint(Vec2(60.0, 15.0), size), 10.0, 10.0);
+    expectVec(Vec2(-7.0, 7.0) % Vec2(3.0, -3.0), -1.0, 1.0);
+    Vec2 f(4.0, 5.0);
+    f.fromArray(nullptr, 0);
+    expectVec(f, 4.0, 5.0);
+}
+
+TEST(Vec2, IntersectCodes)
+{
+    Vec2 out;
+    double t = 42.0, u = 42.0;
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(2, 0), Vec2(1, -1), Vec2(1, 1), out, &t, &u), Crossing);
+    expectVec(out, 1.0, 0.0);
+    // 0 and 1 count as inside.
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1, 0), Vec2(1, 0), Vec2(1, 1), out, &t, &u), Crossing);
+    EXPECT_EQ(t, 1.0);
+    EXPECT_EQ(u, 0.0);
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1, 0), Vec2(3, -1), Vec2(3, 1), out, &t, &u), OutsideFirst);
+    EXPECT_EQ(t, 3.0);
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(4, 0), Vec2(1, 1), Vec2(1, 2), out, &t, &u), OutsideSecond);
+    EXPECT_EQ(u, -1.0);
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1, 0), Vec2(3, 1), Vec2(3, 2), out, nullptr, nullptr),
+              OutsideBoth);
+    expectVec(out, 3.0, 0.0);
+
+    // Parallel and coincident write out but neither t nor u.
+    t = u = 42.0;
+    out.set(9.0, 9.0);
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1, 0), Vec2(0, 1), Vec2(1, 1), out, &t, &u), Parallel);
+    expectVec(out, 0.0, 0.0);
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1, 0), Vec2(2, 0), Vec2(3, 0), out, &t, &u), Coincident);
+    expectVec(out, 0.5, 0.0);
+    EXPECT_EQ(t, 42.0);
+    EXPECT_EQ(u, 42.0);
+    // The bounds are absolute: segments of 1e-7 that cross read as coincident.
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1e-7, 0), Vec2(5e-8, -1e-7), Vec2(5e-8, 1e-7), out,
+                              nullptr, nullptr),
+              Coincident);
+}
+
+TEST(Vec2, AnchoringDirections)
+{
+    const Vec2 a(1.0, 0.0), b(0.0, 0.0);
+    Vec2 v(1.0, 0.0);  // already points from b towards a
+    EXPECT_TRUE(Vec2::anchorOutwardD(v, a, b));
+    EXPECT_FALSE(Vec2::anchorOutward(v, a, b));
+    expectVec(v, 1.0, 0.0);
+    EXPECT_TRUE(Vec2::anchorInward(v, a, b));
+    expectVec(v, -1.0, 0.0);
+    // Perpendicular (s exactly 0): outward reverses, inward keeps.
+    Vec2 p(0.0, 1.0);
+    EXPECT_FALSE(Vec2::anchorInward(p, a, b));
+    EXPECT_TRUE(Vec2::anchorOutward(p, a, b, false));
+    expectVec(p, 0.0, -1.0);
+}

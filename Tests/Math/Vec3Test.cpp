@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "Euler.h"
+#include "Mat4.h"
+#include "Quaternion.h"
+#include "Vec3.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+static const double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 0.0)
+{
+    EXPECT_NEAR(v.x, x, tolerance);
+    EXPECT_NEAR(v.y, y, tolerance);
+    EXPECT_NEAR(v.z, z, tolerance);
+}
+
+TEST(TransformRecords, Defaults)
+{
+    const Mat4 id, zero(false);
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_EQ(id.e[i], i % 5 == 0 ? 1.0 : 0.0) << i;
+        EXPECT_EQ(zero.e[i], 0.0) << i;
+    }
+    EXPECT_EQ(Quaternion().w, 1.0);
+    EXPECT_EQ(Euler().order, XYZ);
+    EXPECT_EQ(sizeof(RotationOrder), 4u);
+}
+
+TEST(Vec3, IndexAndMatrixAccess)
+{
+    Vec3 v;
+    v.set(0, 1.0);
+    v.set(1, 2.0);
+    v.set(-1, 3.0);
+    expectVec(v, 1.0, 2.0, 3.0);
+    v.set(7, 4.0);
+    EXPECT_EQ(v.z, 4.0);
+    Mat4 m;
+    for (int i = 0; i < 16; ++i)
+        m.e[i] = 100.0 + i;
+    v.setFromMatrixPosition(m);
+    expectVec(v, 112.0, 113.0, 114.0);
+    v.setFromMatrixColumn(m, 1);
+    expectVec(v, 104.0, 105.0, 106.0);
+}
+
+TEST(Vec3, ZeroVectorsAndAngles)
+{
+    Vec3 v, w;
+    v.normalize();
+    expectVec(v, 1.0, 0.0, 0.0);
+    w.setLength(5.0);
+    expectVec(w, 5.0, 0.0, 0.0);
+    EXPECT_TRUE(Vec3(0.0) == Vec3(1e-12, -1e-12, 1e-12));
+    EXPECT_FALSE(Vec3(0.0) == Vec3(0.0, 0.0, 1.0001e-12));
+
+    EXPECT_NEAR(Vec3(1.0, 0.0, 0.0).angleBetween(Vec3(0.0, 2.0, 0.0)), M_PI / 2, 1e-15);
+    // 3 / (sqrt(3) * sqrt(3)) rounds just above 1, and nothing clamps it.
+    EXPECT_TRUE(std::isnan(Vec3(1.0, 1.0, 1.0).angleBetween(Vec3(1.0, 1.0, 1.0))));
+    EXPECT_TRUE(std::isnan(Vec3().angleBetween(Vec3(1.0, 0.0, 0.0))));
+}
+
+TEST(Vec3, LargestComponentAndOrtho)
+{
+    EXPECT_EQ(Vec3(1.0, 1.0, 0.0).largestAbsComponent(), 1);
+    EXPECT_EQ(Vec3(1.0, 0.0, 1.0).largestAbsComponent(), 2);
+    EXPECT_EQ(Vec3(0.0, 0.0, 0.0).largestAbsComponent(), 2);
+    EXPECT_EQ(Vec3(-5.0, 1.0, 1.0).largestAbsComponent(), 0);
+
+    // Largest is y, so the x axis is taken: z cross x is y.
+    Vec3 a(0.0, 1.0, 0.0);
+    a.ortho(Vec3(0.0, 0.0, 1.0));
+    expectVec(a, 0.0, 1.0, 0.0);
+    // Largest is z, so the y axis is taken; o along it crosses to zero, then (1, 0, 0).
+    Vec3 b(0.0, 0.0, 3.0);
+    b.ortho(Vec3(0.0, 2.0, 0.0));
+    expectVec(b, 1.0, 0.0, 0.0);
+    const Vec3 o(1.0, 2.0, 2.0);
+    Vec3 c(5.0, -1.0, 0.5);
+    c.ortho(o);
+    EXPECT_NEAR(c.length(), 1.0, 1e-15);
+    EXPECT_NEAR(c.dot(o), 0.0, 1e-15);
+}
+
+TEST(Vec3, MinMaxClampMutate)
+{
+    // +0 and -0 tie, then a NaN: getMin keeps its own, getMax takes the argument's.
+    Vec3 lo(1.0, 5.0, 0.0), hi(1.0, 5.0, 0.0);
+    lo.getMin(Vec3(2.0, kNaN, -0.0));
+    hi.getMax(Vec3(2.0, kNaN, -0.0));
+    expectVec(lo, 1.0, 5.0, 0.0);
+    EXPECT_FALSE(std::signbit(lo.z));
+    EXPECT_EQ(hi.x, 2.0);
+    EXPECT_TRUE(std::isnan(hi.y));
+    EXPECT_TRUE(std::signbit(hi.z));
+    Vec3 inverted(-1.0, 5.0, 20.0);
+    inverted.clamp(Vec3(10.0), Vec3(0.0));
+    expectVec(inverted, 10.0, 10.0, 0.0);
+}
+
+TEST(Vec3, MatrixTransforms)
+{
+    Mat4 m;  // x' = x + 2y + 10, y' = y + 20, z' = z + 30; the bottom row is ignored
+    m.e[4] = 2.0;
+    m.e[12] = 10.0, m.e[13] = 20.0, m.e[14] = 30.0;
+    m.e[3] = 5.0, m.e[15] = 7.0;
+    Vec3 p(1.0, 1.0, 1.0);
+    p.applyMatrix4(m);
+    expectVec(p, 13.0, 21.0, 31.0);
+
+    Mat4 proj;  // w = -z
+    proj.e[11] = -1.0, proj.e[15] = 0.0;
+    Vec3 q(2.0, 4.0, -2.0);
+    q.applyProjection(proj);
+    expectVec(q, 1.0, 2.0, -1.0);
+
+    Mat4 s;  // scale x by 3, translate
+    s.e[0] = 3.0, s.e[12] = 5.0;
+    Vec3 d(0.0, 4.0, 0.0), collapsed(0.0, 4.0, 0.0);
+    d.transformDirection(s);
+    expectVec(d, 0.0, 1.0, 0.0);
+    collapsed.transformDirection(Mat4(false));
+    expectVec(collapsed, 1.0, 0.0, 0.0);
+}
+
+TEST(Vec3, QuaternionRotation)
+{
+    const double h = std::sqrt(0.5);
+    Vec3 v(1.0, 0.0, 0.0), w(0.0, 0.0, 2.0), s(1.0, 2.0, 3.0);
+    v.applyQuaternion(Quaternion(0.0, 0.0, h, h));  // a quarter turn about z: x to y
+    expectVec(v, 0.0, 1.0, 0.0, 1e-15);
+    w.applyQuaternion(Quaternion(h, 0.0, 0.0, h));  // about x: z to -y
+    expectVec(w, 0.0, -2.0, 0.0, 1e-15);
+    // Not normalised: q v q* scales by |q|^2.
+    s.applyQuaternion(Quaternion(0.0, 0.0, 0.0, 2.0));
+    expectVec(s, 4.0, 8.0, 12.0);
+}
