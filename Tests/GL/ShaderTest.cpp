@@ -1,0 +1,173 @@
+#include <set>
+#include <string>
+
+#include "AEOpenglMainFrameBuffer.h"
+#include "GLFixture.h"
+#include "OpenglShader.h"
+
+using namespace gl;
+using namespace Ostrivane::GaussianBlur;
+
+namespace {
+
+const char* const kVertex = "#version 330\nin vec2 position; void main() { gl_Position = vec4(position, 0.0, 1.0); }";
+const char* const kFragment = "#version 330\nuniform vec4 colour; out vec4 colourOut; void main() { colourOut = colour; }";
+
+// Many undeclared names, so the compiler's log runs well past 512 characters.
+std::string brokenFragment()
+{
+    std::string source = "#version 330\nout vec4 colourOut; void main() { colourOut = vec4(0.0);";
+    for (int i = 0; i < 40; ++i)
+        source += " colourOut.r += undeclaredNameNumber" + std::to_string(i) + ";";
+    return source + " }";
+}
+
+// Names in use as shader or program objects; the two share one name space.
+std::set<GLuint> liveShaderAndProgramNames()
+{
+    std::set<GLuint> names;
+    for (GLuint name = 1; name < 2048; ++name)
+        if (glIsShader(name) == GL_TRUE || glIsProgram(name) == GL_TRUE)
+            names.insert(name);
+    return names;
+}
+
+class ShaderTest : public GLFixture
+{
+};
+
+TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBehind)
+{
+    const std::string source = brokenFragment();
+    // The full log, from a shader compiled here.
+    const GLuint probe = glCreateShader(GL_FRAGMENT_SHADER);
+    const GLchar* text = source.c_str();
+    glShaderSource(probe, 1, &text, nullptr);
+    glCompileShader(probe);
+    GLint fullLength = 0;
+    glGetShaderiv(probe, GL_INFO_LOG_LENGTH, &fullLength);
+    std::string fullLog(static_cast<size_t>(fullLength), '\0');
+    glGetShaderInfoLog(probe, fullLength, nullptr, &fullLog[0]);
+    glDeleteShader(probe);
+    ASSERT_GT(fullLength, 600);
+
+    const std::set<GLuint> before = liveShaderAndProgramNames();
+    OpenglShader shader(kVertex, source);
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    const std::string printed = testing::internal::GetCapturedStdout();
+
+    EXPECT_EQ(printed, "Shader frag error:\n" + fullLog.substr(0, 511) + "\n");
+    EXPECT_EQ(shader.program(), 0u);
+    EXPECT_EQ(liveShaderAndProgramNames(), before);
+    GLint inUse = -1;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &inUse);
+    EXPECT_EQ(inUse, 0);
+
+    // Unbuilt, every use tries again and says so again.
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
+}
+
+TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind)
+{
+    // Compiles, but a stage without main doesn't link.
+    const char* unmatched = "#version 330\nout vec4 colourOut; void helper() { colourOut = vec4(1.0); }";
+    const std::set<GLuint> before = liveShaderAndProgramNames();
+    OpenglShader shader(kVertex, unmatched);
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed.rfind("Program error:\n", 0), 0u) << printed;
+    EXPECT_GT(printed.size(), std::string("Program error:\n\n").size());
+    EXPECT_EQ(shader.program(), 0u);
+    EXPECT_EQ(liveShaderAndProgramNames(), before);
+}
+
+TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared)
+{
+    AEOpenglMainFrameBuffer* frame = AEOpenglMainFrameBuffer::mainFrameBuffer();
+    frame->prepare(4, 2, true);
+    frame->beginDrawing();
+    OpenglShader shader(kVertex, brokenFragment());
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    shader.setUniform4f("colour", 1.0f, 1.0f, 1.0f, 1.0f);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
+    EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("Shader frag error:\n", 0), 0u);
+    frame->endDrawing(1.0f);
+    for (float value : readPixels(4, 2))
+        EXPECT_EQ(value, 0.0f);
+}
+
+TEST_F(ShaderTest, BeforeTheBuildSettersDoNothing)
+{
+    OpenglShader shader(kVertex, kFragment);
+    const GLuint texture = makeTexture(1, 1, {0, 0, 0, 0});
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    shader.setUniformTexture("colour", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 0);
+    GLint bound = -1;
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+    EXPECT_EQ(bound, 0);
+    EXPECT_EQ(shader.getUniformLocation("colour"), -1);
+    EXPECT_EQ(shader.program(), 0u);
+    glDeleteTextures(1, &texture);
+}
+
+TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
+{
+    OpenglShader shader(kVertex, kFragment);
+    shader.addAttributeBinding("position", 3);
+    shader.addAttributeBinding("position", 5);
+    shader.useProgram();
+    ASSERT_NE(shader.program(), 0u);
+    EXPECT_EQ(shader.getAttributeLocation("position"), 3);
+    EXPECT_EQ(shader.getUniformLocation("missing"), -1);
+
+    // Two triangles over the whole target, drawn in the uniform's colour.
+    const float quad[] = {-1, -1, 1, -1, 1, 1, -1, -1, 1, 1, -1, 1};
+    GLuint vertexArray = 0, buffer = 0;
+    glGenVertexArrays(1, &vertexArray);
+    glBindVertexArray(vertexArray);
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    glBufferData(GL_ARRAY_BUFFER, sizeof(quad), quad, GL_STATIC_DRAW);
+    FloatTarget target = makeFloatTarget(2, 2);
+    shader.setAttribute2fv("position", nullptr, 8);
+    shader.setUniform4f("colour", 0.25f, -0.5f, 2.0f, 1.0f);
+    shader.setUniform1f("missing", 7.0f);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
+    shader.disableVertexAttributeArray("position");
+    EXPECT_RGBA_NEAR(pixel(readPixels(2, 2), 3), 0.25f, -0.5f, 2.0f, 1.0f, 1e-6f);
+
+    deleteFloatTarget(target);
+    glBindVertexArray(0);
+    glDeleteVertexArrays(1, &vertexArray);
+    glDeleteBuffers(1, &buffer);
+}
+
+TEST_F(ShaderTest, AnEmptyGeometrySourceBuildsTwoStagesAndAGivenOneThree)
+{
+    OpenglShader twoStages(kVertex, kFragment, "");
+    twoStages.useProgram();
+    ASSERT_NE(twoStages.program(), 0u);
+    GLint attached = 0;
+    glGetProgramiv(twoStages.program(), GL_ATTACHED_SHADERS, &attached);
+    EXPECT_EQ(attached, 0);
+
+    const char* geometry = "#version 330\nlayout(triangles) in; layout(triangle_strip, max_vertices = 3) out;"
+                           " void main() { for (int i = 0; i < 3; ++i) { gl_Position = gl_in[i].gl_Position;"
+                           " EmitVertex(); } EndPrimitive(); }";
+    OpenglShader threeStages(kVertex, kFragment, geometry);
+    testing::internal::CaptureStdout();
+    threeStages.useProgram();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_NE(threeStages.program(), 0u);
+    GLint geometryOutput = 0;
+    glGetProgramiv(threeStages.program(), GL_GEOMETRY_OUTPUT_TYPE, &geometryOutput);
+    EXPECT_EQ(static_cast<GLenum>(geometryOutput), GL_TRIANGLE_STRIP);
+}
+
+} // namespace
