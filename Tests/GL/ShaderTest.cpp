@@ -22,9 +22,11 @@ std::string brokenFragment()
     return source + " }";
 }
 
-// Names in use as shader or program objects; the two share one name space.
+// Names in use as shader or program objects; the two share one name space. A program deleted
+// while in use lives on until another is selected, so none is.
 std::set<GLuint> liveShaderAndProgramNames()
 {
+    glUseProgram(0);
     std::set<GLuint> names;
     for (GLuint name = 1; name < 2048; ++name)
         if (glIsShader(name) == GL_TRUE || glIsProgram(name) == GL_TRUE)
