@@ -146,11 +146,4 @@ TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry)
     EXPECT_EQ(EGLPlatform::currentContext(), retried->context());
 }
 
-TEST(ContextManagerRelease, WithNothingSetUpDoesNothing)
-{
-    ASSERT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
-    AEOpenGLContextManager::releaseContextManager();
-    EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
-}
-
 } // namespace

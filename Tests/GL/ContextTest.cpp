@@ -64,17 +64,6 @@ TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays)
     glDeleteTextures(1, &texture);
 }
 
-TEST_F(ContextTest, RootContextsAreSeparateGroups)
-{
-    const GLuint texture = makeTexture(1, 1, {1, 1, 1, 1});
-    testing::internal::CaptureStdout();
-    AEOpenGLContext other(nullptr);
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(glIsTexture(texture), GL_FALSE);
-    GLFixture::context()->makeContextCurrent();
-    glDeleteTextures(1, &texture);
-}
-
 // The host's context stands in as a plain EGL context of another share group.
 class SavedContextTest : public GLFixture
 {
@@ -132,17 +121,6 @@ TEST_F(SavedContextTest, WithNoContextAtTheStartThePluginContextStaysCurrent)
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
-TEST_F(SavedContextTest, WithTheSavedContextStillCurrentNothingChanges)
-{
-    SaveRestoreGLContextEGL saved;
-    const EGLPlatform::Current before = EGLPlatform::current();
-    saved.restore();
-    const EGLPlatform::Current after = EGLPlatform::current();
-    EXPECT_EQ(after.context, before.context);
-    EXPECT_EQ(after.display, before.display);
-    EXPECT_EQ(after.context, GLFixture::context()->context());
-}
-
 TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopTheSwitch)
 {
     EGLPlatform::makeCurrent(mHost);
@@ -157,6 +135,32 @@ TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopT
     GLFixture::context()->makeContextCurrent();
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glDeleteFramebuffers(1, &framebuffer);
+}
+
+TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt)
+{
+    int notAContext = 0;
+    testing::internal::CaptureStdout();
+    int thrown = 0;
+    try {
+        EGLPlatform::createContext(&notAContext);
+    } catch (int code) {
+        thrown = code;
+    }
+    const std::string message = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(thrown, 512);
+    EXPECT_EQ(message.rfind("EGL error: eglCreateContext refused", 0), 0u) << message;
+
+    thrown = 0;
+    testing::internal::CaptureStdout();
+    try {
+        EGLPlatform::makeCurrent(&notAContext);
+    } catch (int code) {
+        thrown = code;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("EGL error: eglMakeCurrent refused", 0), 0u);
+    EXPECT_EQ(thrown, 512);
+    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
 } // namespace

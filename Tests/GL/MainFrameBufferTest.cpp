@@ -200,33 +200,4 @@ TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsA
     mFrame->destory();
 }
 
-TEST_F(MainFrameBufferTest, RenderTexturesAreZeroedWithTheirFilters)
-{
-    mFrame->destory();
-    mFrame->prepare(2, 2, false);
-    for (bool mipmap : {false, true}) {
-        const GLuint texture = mFrame->createRenderTexture(mipmap);
-        glBindTexture(GL_TEXTURE_2D, texture);
-        GLint minFilter = 0, magFilter = 0;
-        glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &minFilter);
-        glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, &magFilter);
-        EXPECT_EQ(static_cast<GLenum>(minFilter), mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
-        EXPECT_EQ(static_cast<GLenum>(magFilter), GL_LINEAR);
-        std::vector<float> texels(16, -1.0f);
-        glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, texels.data());
-        EXPECT_EQ(texels, std::vector<float>(16, 0.0f));
-        glDeleteTextures(1, &texture);
-    }
-}
-
-TEST_F(MainFrameBufferTest, WidthAndHeightGiveTheLow16Bits)
-{
-    mFrame->destory();
-    mFrame->prepare(70000, 65537, false);
-    EXPECT_EQ(mFrame->width(), 4464);
-    EXPECT_EQ(mFrame->height(), 1);
-    mFrame->destory();
-    clearErrors();
-}
-
 } // namespace

@@ -103,21 +103,6 @@ TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared)
         EXPECT_EQ(value, 0.0f);
 }
 
-TEST_F(ShaderTest, BeforeTheBuildSettersDoNothing)
-{
-    OpenglShader shader(kVertex, kFragment);
-    const GLuint texture = makeTexture(1, 1, {0, 0, 0, 0});
-    glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, 0);
-    shader.setUniformTexture("colour", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 0);
-    GLint bound = -1;
-    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
-    EXPECT_EQ(bound, 0);
-    EXPECT_EQ(shader.getUniformLocation("colour"), -1);
-    EXPECT_EQ(shader.program(), 0u);
-    glDeleteTextures(1, &texture);
-}
-
 TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
 {
     OpenglShader shader(kVertex, kFragment);
@@ -148,28 +133,6 @@ TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
     glBindVertexArray(0);
     glDeleteVertexArrays(1, &vertexArray);
     glDeleteBuffers(1, &buffer);
-}
-
-TEST_F(ShaderTest, AnEmptyGeometrySourceBuildsTwoStagesAndAGivenOneThree)
-{
-    OpenglShader twoStages(kVertex, kFragment, "");
-    twoStages.useProgram();
-    ASSERT_NE(twoStages.program(), 0u);
-    GLint attached = 0;
-    glGetProgramiv(twoStages.program(), GL_ATTACHED_SHADERS, &attached);
-    EXPECT_EQ(attached, 0);
-
-    const char* geometry = "#version 330\nlayout(triangles) in; layout(triangle_strip, max_vertices = 3) out;"
-                           " void main() { for (int i = 0; i < 3; ++i) { gl_Position = gl_in[i].gl_Position;"
-                           " EmitVertex(); } EndPrimitive(); }";
-    OpenglShader threeStages(kVertex, kFragment, geometry);
-    testing::internal::CaptureStdout();
-    threeStages.useProgram();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_NE(threeStages.program(), 0u);
-    GLint geometryOutput = 0;
-    glGetProgramiv(threeStages.program(), GL_GEOMETRY_OUTPUT_TYPE, &geometryOutput);
-    EXPECT_EQ(static_cast<GLenum>(geometryOutput), GL_TRIANGLE_STRIP);
 }
 
 } // namespace
