@@ -1,0 +1,239 @@
+#include "AEOpenglMainFrameBuffer.h"
+
+#include <algorithm>
+#include <new>
+
+#include <glbinding/gl/gl.h>
+
+#include "PFTypes.h"
+
+using namespace gl;
+
+namespace Ostrivane { namespace GaussianBlur {
+
+namespace {
+
+const int kRequestedSamples = 8;
+
+void deleteFramebuffer(unsigned int& name)
+{
+    if (name != 0) {
+        glDeleteFramebuffers(1, &name);
+        name = 0;
+    }
+}
+
+} // namespace
+
+AEOpenglMainFrameBuffer* AEOpenglMainFrameBuffer::mainFrameBuffer()
+{
+    static AEOpenglMainFrameBuffer* kSharedMainFrameBuffer = new AEOpenglMainFrameBuffer();
+    return kSharedMainFrameBuffer;
+}
+
+AEOpenglMainFrameBuffer::AEOpenglMainFrameBuffer() : mScreenRender(new ScreenRender)
+{
+}
+
+AEOpenglMainFrameBuffer::Framebuffers& AEOpenglMainFrameBuffer::framebuffers()
+{
+    // Frame buffer objects can't be shared; each context that renders gets its own set. They hold
+    // no size, so a set outlives a change of size and is only re-attached.
+    Framebuffers& set = mFramebuffers[EGLPlatform::currentContext()];
+    if (set.mFramebuffer == 0)
+        glGenFramebuffers(1, &set.mFramebuffer);
+    if (mMultisampled) {
+        if (set.mResolveFramebuffer == 0)
+            glGenFramebuffers(1, &set.mResolveFramebuffer);
+        if (set.mMultisampleFramebuffer == 0)
+            glGenFramebuffers(1, &set.mMultisampleFramebuffer);
+    }
+    return set;
+}
+
+void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample)
+{
+    if (mScreenRender == nullptr)
+        mScreenRender = new ScreenRender;
+    if (static_cast<long>(mWidth) == width && static_cast<long>(mHeight) == height)
+        return;
+    unprepare();
+    mWidth = static_cast<unsigned int>(width);
+    mHeight = static_cast<unsigned int>(height);
+    mMultisampled = multisample;
+    if (mMultisampled) {
+        // Drivers differ in how many samples they allow (llvmpipe: 4); asking for more fails.
+        GLint maxSamples = 0;
+        glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
+        mSamples = std::min(kRequestedSamples, static_cast<int>(maxSamples));
+        if (mSamples < 1)
+            mMultisampled = false;
+    }
+    framebuffers();
+    glGenRenderbuffers(1, &mResultRenderbuffer);
+    glBindRenderbuffer(GL_RENDERBUFFER, mResultRenderbuffer);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
+}
+
+void AEOpenglMainFrameBuffer::unprepare()
+{
+    const auto found = mFramebuffers.find(EGLPlatform::currentContext());
+    if (found != mFramebuffers.end()) {
+        deleteFramebuffer(found->second.mResolveFramebuffer);
+        deleteFramebuffer(found->second.mFramebuffer);
+        deleteFramebuffer(found->second.mMultisampleFramebuffer);
+        mFramebuffers.erase(found);
+    }
+    if (mResultRenderbuffer != 0) {
+        glDeleteRenderbuffers(1, &mResultRenderbuffer);
+        mResultRenderbuffer = 0;
+    }
+    clearStack();
+}
+
+void AEOpenglMainFrameBuffer::clearStack()
+{
+    for (unsigned int colour : mColorStack) {
+        glDeleteRenderbuffers(1, &colour);
+        const auto stencil = mStencilBuffers.find(colour);
+        if (stencil != mStencilBuffers.end())
+            glDeleteRenderbuffers(1, &stencil->second);
+    }
+    mColorStack.clear();
+    mStencilBuffers.clear();
+}
+
+void AEOpenglMainFrameBuffer::destory()
+{
+    unprepare();
+    // The remaining sets belong to contexts that end right after this, at set-down.
+    mFramebuffers.clear();
+    delete mScreenRender;
+    mScreenRender = nullptr;
+    mWidth = 0;
+    mHeight = 0;
+}
+
+void AEOpenglMainFrameBuffer::beginDrawing()
+{
+    glDrawBuffer(GL_COLOR_ATTACHMENT0);
+    glDisable(GL_BLEND);
+    if (mMultisampled)
+        glEnable(GL_MULTISAMPLE);
+    pushRenderContext(false, false);
+    glViewport(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
+}
+
+void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil)
+{
+    const GLsizei width = static_cast<GLsizei>(mWidth);
+    const GLsizei height = static_cast<GLsizei>(mHeight);
+    const Framebuffers& set = framebuffers();
+    GLuint colour = 0;
+    glGenRenderbuffers(1, &colour);
+    glBindRenderbuffer(GL_RENDERBUFFER, colour);
+    if (mMultisampled) {
+        glRenderbufferStorageMultisample(GL_RENDERBUFFER, mSamples, GL_RGBA, width, height);
+        glBindFramebuffer(GL_FRAMEBUFFER, set.mMultisampleFramebuffer);
+    } else {
+        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, width, height);
+        glBindFramebuffer(GL_FRAMEBUFFER, set.mFramebuffer);
+    }
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colour);
+    if (stencil) {
+        GLuint stencilBuffer = 0;
+        glGenRenderbuffers(1, &stencilBuffer);
+        glBindRenderbuffer(GL_RENDERBUFFER, stencilBuffer);
+        if (mMultisampled)
+            glRenderbufferStorageMultisample(GL_RENDERBUFFER, mSamples, GL_STENCIL_INDEX8, width, height);
+        else
+            glRenderbufferStorage(GL_RENDERBUFFER, GL_STENCIL_INDEX8, width, height);
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, stencilBuffer);
+        mStencilBuffers[colour] = stencilBuffer;
+    }
+    mColorStack.push_back(colour);
+    glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+unsigned int AEOpenglMainFrameBuffer::popRenderContext()
+{
+    if (mColorStack.empty())
+        return 0;
+    const GLsizei width = static_cast<GLsizei>(mWidth);
+    const GLsizei height = static_cast<GLsizei>(mHeight);
+    const GLuint texture = createRenderTexture(false);
+    const Framebuffers& set = framebuffers();
+    if (mMultisampled) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, set.mMultisampleFramebuffer);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, set.mResolveFramebuffer);
+        glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+        glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    } else {
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, width, height, 0);
+    }
+
+    GLuint top = mColorStack.back();
+    glDeleteRenderbuffers(1, &top);
+    mColorStack.pop_back();
+    const auto stencil = mStencilBuffers.find(top);
+    if (stencil != mStencilBuffers.end()) {
+        GLuint stencilBuffer = stencil->second;
+        mStencilBuffers.erase(stencil);
+        glDeleteRenderbuffers(1, &stencilBuffer);
+    }
+    if (mColorStack.empty())
+        return texture;
+
+    glBindRenderbuffer(GL_RENDERBUFFER, mColorStack.back());
+    glBindFramebuffer(GL_FRAMEBUFFER, mMultisampled ? set.mMultisampleFramebuffer : set.mFramebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, mColorStack.back());
+    return texture;
+}
+
+void AEOpenglMainFrameBuffer::endDrawing(float multiplier16bit)
+{
+    GLuint texture = popRenderContext();
+    if (texture == 0)
+        return;
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffers().mFramebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, mResultRenderbuffer);
+    glDisable(GL_BLEND);
+    glDisable(GL_MULTISAMPLE);
+    glClear(GL_COLOR_BUFFER_BIT);
+    if (mScreenRender == nullptr)
+        mScreenRender = new ScreenRender;
+    mScreenRender->draw(texture, multiplier16bit);
+    glDeleteTextures(1, &texture);
+}
+
+unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap)
+{
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    if (mipmap) {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(GL_LINEAR_MIPMAP_LINEAR));
+    } else {
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(GL_LINEAR));
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(GL_LINEAR));
+    }
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<GLint>(GL_CLAMP_TO_EDGE));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<GLint>(GL_CLAMP_TO_EDGE));
+    // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
+    const std::size_t byteCount = static_cast<std::size_t>(mWidth) * mHeight * 4;
+    unsigned char* bytes = new (std::nothrow) unsigned char[byteCount]();
+    if (bytes == nullptr) {
+        glBindTexture(GL_TEXTURE_2D, 0);
+        glDeleteTextures(1, &texture);
+        throw int(PF_Err_OUT_OF_MEMORY);
+    }
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(GL_RGBA), static_cast<GLsizei>(mWidth),
+                 static_cast<GLsizei>(mHeight), 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes);
+    delete[] bytes;
+    glBindTexture(GL_TEXTURE_2D, 0);
+    return texture;
+}
+
+}} // namespace Ostrivane::GaussianBlur

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "EGLPlatform.h"
+#include "ScreenRender.h"
+
+namespace Ostrivane { namespace GaussianBlur {
+
+/// The process-wide off-screen target, sized per frame: a stack of render levels (premultiplied
+/// RGBA, multisampled with up to 8 samples as the driver allows, or plain) and a result
+/// renderbuffer that `endDrawing` fills with the host's channel order and straight alpha.
+/// Frame buffer objects are kept per context, so threads with contexts of their own can take turns.
+/// After `destory`, a `prepare` on a new set-up builds everything again.
+class AEOpenglMainFrameBuffer
+{
+public:
+    /// The singleton; the first call constructs it, which makes no GL call.
+    static AEOpenglMainFrameBuffer* mainFrameBuffer();
+
+    /// Creates the objects of a `width` × `height` frame; at the size it already has, does nothing
+    /// and `multisample` is ignored.
+    void prepare(long width, long height, bool multisample);
+    void unprepare();
+    /// Final teardown with a context of the group current: deletes what it can name from there,
+    /// forgets the frame buffers of other contexts (they end with them) and the size.
+    void destory();
+
+    void beginDrawing();
+    /// Pops the last level through ScreenRender into the result renderbuffer, which stays attached
+    /// to the bound frame buffer for the read-back. Does nothing if the stack is empty.
+    void endDrawing(float multiplier16bit);
+
+    void pushRenderContext(bool unused, bool stencil);
+    /// Resolves the top level into a new texture that the caller owns; 0 on an empty stack.
+    unsigned int popRenderContext();
+    void clearStack();
+    /// An empty, zeroed GL_RGBA texture of the frame's size.
+    unsigned int createRenderTexture(bool mipmap);
+
+    /// The low 16 bits of the frame's size.
+    unsigned short width() const { return static_cast<unsigned short>(mWidth); }
+    unsigned short height() const { return static_cast<unsigned short>(mHeight); }
+
+private:
+    AEOpenglMainFrameBuffer();
+
+    struct Framebuffers
+    {
+        unsigned int mResolveFramebuffer = 0;
+        unsigned int mFramebuffer = 0;
+        unsigned int mMultisampleFramebuffer = 0;
+    };
+
+    /// The current context's frame buffers, made on its first need.
+    Framebuffers& framebuffers();
+
+    std::map<EGLContext, Framebuffers> mFramebuffers;
+    unsigned int mResultRenderbuffer = 0;
+    bool mMultisampled = true;
+    unsigned int mWidth = 0;
+    unsigned int mHeight = 0;
+    int mSamples = 8;
+    std::vector<unsigned int> mColorStack;
+    std::map<unsigned int, unsigned int> mStencilBuffers;
+    ScreenRender* mScreenRender;
+};
+
+}} // namespace Ostrivane::GaussianBlur

@@ -1,0 +1,149 @@
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "AEOpenGLContextManager.h"
+#include "GLFixture.h"
+
+using namespace gl;
+using namespace Ostrivane::GaussianBlur;
+
+namespace {
+
+// Fails the next allocation of the size of a context on this thread, to make the construction of
+// a render context throw inside the manager's lock. The library's operator delete frees with
+// std::free, so it pairs with this replacement.
+thread_local bool tFailNextContextAllocation = false;
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    if (tFailNextContextAllocation && size == sizeof(AEOpenGLContext)) {
+        tFailNextContextAllocation = false;
+        throw std::bad_alloc();
+    }
+    if (void* memory = std::malloc(size == 0 ? 1 : size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+namespace {
+
+class ContextManagerTest : public GLFixture
+{
+protected:
+    void SetUp() override
+    {
+        GLFixture::SetUp();
+        testing::internal::CaptureStdout();
+        AEOpenGLContextManager::setupContextManager();
+    }
+    void TearDown() override
+    {
+        AEOpenGLContextManager::getSharedDataContext()->makeContextCurrent();
+        AEOpenGLContextManager::releaseContextManager();
+        testing::internal::GetCapturedStdout();
+        GLFixture::context()->makeContextCurrent();
+    }
+
+    struct ThreadResult
+    {
+        int id = -2;
+        AEOpenGLContext* first = nullptr;
+        AEOpenGLContext* second = nullptr;
+        bool seesSharedTexture = false;
+    };
+
+    // Two calls on a fresh thread, which then lets its context go.
+    static ThreadResult renderOnNewThread(GLuint sharedTexture)
+    {
+        ThreadResult result;
+        std::thread thread([&] {
+            result.first = AEOpenGLContextManager::getCurrentRenderContext();
+            result.second = AEOpenGLContextManager::getCurrentRenderContext();
+            result.id = AEOpenGLContextManager::currentThreadId();
+            result.first->makeContextCurrent();
+            result.seesSharedTexture = glIsTexture(sharedTexture) == GL_TRUE;
+            EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
+        });
+        thread.join();
+        return result;
+    }
+};
+
+TEST_F(ContextManagerTest, ThreadsGetConsecutiveIdsAndKeepTheirOwnContextInTheShareGroup)
+{
+    const GLuint shared = makeTexture(1, 1, {0, 0, 0, 0});
+    const ThreadResult one = renderOnNewThread(shared);
+    const ThreadResult two = renderOnNewThread(shared);
+
+    EXPECT_GE(one.id, 0);
+    EXPECT_EQ(two.id, one.id + 1);
+    EXPECT_EQ(one.first, one.second);
+    EXPECT_EQ(two.first, two.second);
+    EXPECT_NE(one.first, two.first);
+    EXPECT_NE(one.first, AEOpenGLContextManager::getSharedDataContext());
+    EXPECT_TRUE(one.seesSharedTexture);
+    EXPECT_TRUE(two.seesSharedTexture);
+    AEOpenGLContextManager::getSharedDataContext()->makeContextCurrent();
+    glDeleteTextures(1, &shared);
+}
+
+TEST_F(ContextManagerTest, ASecondSetUpKeepsTheShareGroupAndCreatesNothing)
+{
+    AEOpenGLContext* root = AEOpenGLContextManager::getSharedDataContext();
+    ASSERT_NE(root, nullptr);
+    GLFixture::context()->makeContextCurrent();
+    const std::string before = testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    AEOpenGLContextManager::setupContextManager();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), root);
+    EXPECT_EQ(EGLPlatform::currentContext(), root->context());
+}
+
+TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne)
+{
+    AEOpenGLContext* first = AEOpenGLContextManager::getCurrentRenderContext();
+    const int id = AEOpenGLContextManager::currentThreadId();
+    ASSERT_NE(first, nullptr);
+
+    AEOpenGLContextManager::getSharedDataContext()->makeContextCurrent();
+    AEOpenGLContextManager::releaseContextManager();
+    EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), nullptr);
+    AEOpenGLContextManager::setupContextManager();
+    const GLuint shared = makeTexture(1, 1, {0, 0, 0, 0});
+
+    AEOpenGLContext* again = AEOpenGLContextManager::getCurrentRenderContext();
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(AEOpenGLContextManager::currentThreadId(), id);
+    EXPECT_EQ(EGLPlatform::currentContext(), again->context());
+    EXPECT_EQ(glIsTexture(shared), GL_TRUE);
+    EXPECT_EQ(AEOpenGLContextManager::getCurrentRenderContext(), again);
+    glDeleteTextures(1, &shared);
+}
+
+TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry)
+{
+    tFailNextContextAllocation = true;
+    EXPECT_THROW(AEOpenGLContextManager::getCurrentRenderContext(), std::bad_alloc);
+    EXPECT_FALSE(tFailNextContextAllocation);
+
+    // Another thread would block for good on a lock left taken.
+    std::atomic<bool> otherGotOne(false);
+    std::thread other([&] {
+        otherGotOne = AEOpenGLContextManager::getCurrentRenderContext() != nullptr;
+        EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
+    });
+    other.join();
+    EXPECT_TRUE(otherGotOne);
+
+    AEOpenGLContext* retried = AEOpenGLContextManager::getCurrentRenderContext();
+    ASSERT_NE(retried, nullptr);
+    EXPECT_EQ(EGLPlatform::currentContext(), retried->context());
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+#include <set>
+#include <string>
+
+#include "AEOpenglMainFrameBuffer.h"
+#include "GLFixture.h"
+#include "OpenglShader.h"
+
+using namespace gl;
+using namespace Ostrivane::GaussianBlur;
+
+namespace {
+
+const char* const kVertex = "#version 330\nin vec2 position; void main() { gl_Position = vec4(position, 0.0, 1.0); }";
+const char* const kFragment = "#version 330\nuniform vec4 colour; out vec4 colourOut; void main() { colourOut = colour; }";
+
+// Many undeclared names, so the compiler's log runs well past 512 characters.
+std::string brokenFragment()
+{
+    std::string source = "#version 330\nout vec4 colourOut; void main() { colourOut = vec4(0.0);";
+    for (int i = 0; i < 40; ++i)
+        source += " colourOut.r += undeclaredNameNumber" + std::to_string(i) + ";";
+    return source + " }";
+}
+
+// Names in use as shader or program objects; the two share one name space. A program deleted
+// while in use lives on until another is selected, so none is.
+std::set<GLuint> liveShaderAndProgramNames()
+{
+    glUseProgram(0);
+    std::set<GLuint> names;
+    for (GLuint name = 1; name < 2048; ++name)
+        if (glIsShader(name) == GL_TRUE || glIsProgram(name) == GL_TRUE)
+            names.insert(name);
+    return names;
+}
+
+class ShaderTest : public GLFixture
+{
+};
+
+TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBehind)
+{
+    const std::string source = brokenFragment();
+    // The full log, from a shader compiled here.
+    const GLuint probe = glCreateShader(GL_FRAGMENT_SHADER);
+    const GLchar* text = source.c_str();
+    glShaderSource(probe, 1, &text, nullptr);
+    glCompileShader(probe);
+    GLint fullLength = 0;
+    glGetShaderiv(probe, GL_INFO_LOG_LENGTH, &fullLength);
+    std::string fullLog(static_cast<size_t>(fullLength), '\0');
+    glGetShaderInfoLog(probe, fullLength, nullptr, &fullLog[0]);
+    glDeleteShader(probe);
+    ASSERT_GT(fullLength, 600);
+
+    const std::set<GLuint> before = liveShaderAndProgramNames();
+    OpenglShader shader(kVertex, source);
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    const std::string printed = testing::internal::GetCapturedStdout();
+
+    EXPECT_EQ(printed, "Shader frag error:\n" + fullLog.substr(0, 511) + "\n");
+    EXPECT_EQ(shader.program(), 0u);
+    EXPECT_EQ(liveShaderAndProgramNames(), before);
+    GLint inUse = -1;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &inUse);
+    EXPECT_EQ(inUse, 0);
+
+    // Unbuilt, every use tries again and says so again.
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
+}
+
+TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind)
+{
+    // Compiles, but a stage without main doesn't link.
+    const char* unmatched = "#version 330\nout vec4 colourOut; void helper() { colourOut = vec4(1.0); }";
+    const std::set<GLuint> before = liveShaderAndProgramNames();
+    OpenglShader shader(kVertex, unmatched);
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(printed.rfind("Program error:\n", 0), 0u) << printed;
+    EXPECT_GT(printed.size(), std::string("Program error:\n\n").size());
+    EXPECT_EQ(shader.program(), 0u);
+    EXPECT_EQ(liveShaderAndProgramNames(), before);
+}
+
+TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared)
+{
+    AEOpenglMainFrameBuffer* frame = AEOpenglMainFrameBuffer::mainFrameBuffer();
+    frame->prepare(4, 2, true);
+    frame->beginDrawing();
+    OpenglShader shader(kVertex, brokenFragment());
+    testing::internal::CaptureStdout();
+    shader.useProgram();
+    shader.setUniform4f("colour", 1.0f, 1.0f, 1.0f, 1.0f);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
+    EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("Shader frag error:\n", 0), 0u);
+    frame->endDrawing(1.0f);
+    for (float value : readPixels(4, 2))
+        EXPECT_EQ(value, 0.0f);
+}
+
+TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
+{
+    OpenglShader shader(kVertex, kFragment);
+    shader.addAttributeBinding("position", 3);
+    shader.addAttributeBinding("position", 5);
+    shader.useProgram();
+    ASSERT_NE(shader.program(), 0u);
+    EXPECT_EQ(shader.getAttributeLocation("position"), 3);
+    EXPECT_EQ(shader.getUniformLocation("missing"), -1);
+
+    // Two triangles over the whole target, drawn in the uniform's colour.
+    const float quad[] = {-1, -1, 1, -1, 1, 1, -1, -1, 1, 1, -1, 1};
+    GLuint vertexArray = 0, buffer = 0;
+    glGenVertexArrays(1, &vertexArray);
+    glBindVertexArray(vertexArray);
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    glBufferData(GL_ARRAY_BUFFER, sizeof(quad), quad, GL_STATIC_DRAW);
+    FloatTarget target = makeFloatTarget(2, 2);
+    shader.setAttribute2fv("position", nullptr, 8);
+    shader.setUniform4f("colour", 0.25f, -0.5f, 2.0f, 1.0f);
+    shader.setUniform1f("missing", 7.0f);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
+    shader.disableVertexAttributeArray("position");
+    EXPECT_RGBA_NEAR(pixel(readPixels(2, 2), 3), 0.25f, -0.5f, 2.0f, 1.0f, 1e-6f);
+
+    deleteFloatTarget(target);
+    glBindVertexArray(0);
+    glDeleteVertexArrays(1, &vertexArray);
+    glDeleteBuffers(1, &buffer);
+}
+
+} // namespace
