@@ -3,9 +3,17 @@
 #include <cstring>
 #include <new>
 
+#include <glbinding/gl/gl.h>
+
+#include "AEGPSuites.h"
+#include "AEOpenGLContextManager.h"
+#include "AEOpenGLUtilities.h"
+#include "AEOpenglMainFrameBuffer.h"
+#include "HueAndSaturationRender.h"
 #include "PFSmartRender.h"
 #include "PFSuites.h"
 #include "RectHelpers.h"
+#include "SaveRestoreGLContextEGL.h"
 #include "SuiteScoper.h"
 
 namespace Ostrivane {
@@ -22,6 +30,17 @@ constexpr int kBuildVersion = 1;
 
 enum { kHueValueId = 1, kSaturationId = 2, kNumParams = 3 };
 
+// The effect's one pass, built when the bundle loads: its constructor makes no GL call.
+HueAndSaturationRender* mWarpRender = new HueAndSaturationRender;
+
+// Set-down frees the pass; a set-up or a frame later in the same load builds a new one.
+HueAndSaturationRender* WarpRender() {
+  if (!mWarpRender) {
+    mWarpRender = new HueAndSaturationRender;
+  }
+  return mWarpRender;
+}
+
 PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
   SuiteScoper<PF_ANSICallbacksSuite1> ansi(in_data, kPFANSISuite, kPFANSISuiteVersion1, nullptr, nullptr);
   ansi->sprintf(out_data->return_msg, "%s v%d.%d\r%s", kEffectName, kMajorVersion, kMinorVersion, kEffectName);
@@ -32,6 +51,31 @@ PF_Err GlobalSetup(PF_InData*, PF_OutData* out_data) {
   out_data->my_version = PF_VERSION(kMajorVersion, kMinorVersion, kBugVersion, kStageVersion, kBuildVersion);
   out_data->out_flags = 0;
   out_data->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+
+  // The bracket's destructor puts the host's context back on the exception path too.
+  SaveRestoreGLContextEGL saved;
+  AEOpenGLContextManager::setupContextManager();
+  WarpRender();
+  saved.restore();
+  return PF_Err_NONE;
+}
+
+PF_Err GlobalSetdown() {
+  SaveRestoreGLContextEGL saved;
+  // Without a set-up there is no shared data context; this thread's context then holds
+  // whatever the frames made.
+  AEOpenGLContext* context = AEOpenGLContextManager::getSharedDataContext();
+  if (!context) {
+    context = AEOpenGLContextManager::getCurrentRenderContext();
+  }
+  context->makeContextCurrent();
+  AEOpenglMainFrameBuffer::mainFrameBuffer()->destory();
+  if (mWarpRender) {
+    delete mWarpRender;
+    mWarpRender = nullptr;
+  }
+  AEOpenGLContextManager::releaseContextManager();
+  saved.restore();
   return PF_Err_NONE;
 }
 
@@ -79,14 +123,100 @@ PF_Err SmartPreRender(PF_InData* in_data, PF_PreRenderExtra* extra) {
   return PF_Err_NONE;
 }
 
+// Reads one parameter into record at the frame's time; the first failure is kept in err.
+void CheckoutParam(PF_InData* in_data, PF_ParamIndex index, PF_ParamDef& record, PF_Err& err) {
+  const PF_Err checkout = in_data->inter.checkout_param(in_data->effect_ref, index, in_data->current_time,
+                                                        in_data->time_step, in_data->time_scale, &record);
+  if (!err) err = checkout;
+}
+
+void CheckinParam(PF_InData* in_data, PF_ParamDef& record, PF_Err& err) {
+  const PF_Err checkin = in_data->inter.checkin_param(in_data->effect_ref, &record);
+  if (!err) err = checkin;
+}
+
+PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
+  if (!extra || !extra->cb) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  PF_LayerDef* input = nullptr;
+  PF_LayerDef* output = nullptr;
+  if (const PF_Err err = extra->cb->checkout_layer_pixels(in_data->effect_ref, 0, &input)) {
+    return err;
+  }
+  if (const PF_Err err = extra->cb->checkout_output(in_data->effect_ref, &output)) {
+    return err;
+  }
+  // An empty layer or a missing output is refused before GL is touched; the output stays as it was.
+  if (!input || !output || input->width < 0 || input->height < 0) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
+  float multiplier16bit = 1.0f;
+  unsigned long pixelSize = 4;
+  gl::GLenum pixelType = gl::GL_UNSIGNED_BYTE;
+
+  SaveRestoreGLContextEGL saved;
+  AEOpenglMainFrameBuffer* frameBuffer = AEOpenglMainFrameBuffer::mainFrameBuffer();
+  bool drawing = false;
+  try {
+    AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
+    const A_long width = input->width;
+    const A_long height = input->height;
+    frameBuffer->prepare(width, height, true);
+    drawing = true;
+    frameBuffer->beginDrawing();
+
+    SuiteScoper<AEGP_PFInterfaceSuite1> interfaceSuite(in_data, kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1,
+                                                       nullptr, nullptr);
+    SuiteScoper<AEGP_LayerSuite5> layerSuite(in_data, kAEGPLayerSuite, kAEGPLayerSuiteVersion5, nullptr, nullptr);
+    SuiteScoper<AEGP_ItemSuite6> itemSuite(in_data, kAEGPItemSuite, kAEGPItemSuiteVersion6, nullptr, nullptr);
+
+    // First error wins, and none of them stops the frame.
+    PF_Err err = PF_Err_NONE;
+    PF_ParamDef record;
+    std::memset(&record, 0, sizeof record);
+    CheckoutParam(in_data, kHueValueId, record, err);
+    HueAndSaturationRender* pass = WarpRender();
+    pass->setHue(static_cast<float>(record.u.fs_d.value));
+    CheckinParam(in_data, record, err);
+    if (!err) {
+      CheckoutParam(in_data, kSaturationId, record, err);
+    }
+    pass->setSaturation(static_cast<float>(record.u.fs_d.value));
+    CheckinParam(in_data, record, err);
+
+    const unsigned int texture = AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, input, output, in_data,
+                                                                  pixelSize, pixelType, multiplier16bit, false);
+    pass->draw(texture, multiplier16bit);
+    gl::glDeleteTextures(1, &texture);
+    frameBuffer->endDrawing(multiplier16bit);
+    drawing = false;
+    AEOpenGLUtilities::DownloadTexture(static_cast<unsigned int>(width), static_cast<unsigned int>(height), input,
+                                       output, in_data, PF_PixelFormat_ARGB32, pixelSize, pixelType);
+    saved.restore();
+    return err;
+  } catch (...) {
+    // No level of this frame may stay pushed for the next one to draw on top of.
+    if (drawing) {
+      frameBuffer->clearStack();
+    }
+    throw;
+  }
+}
+
 PF_Err Dispatch(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, void* extra) {
+  const bool known = cmd == PF_Cmd_ABOUT || cmd == PF_Cmd_GLOBAL_SETUP || cmd == PF_Cmd_GLOBAL_SETDOWN ||
+                     cmd == PF_Cmd_PARAMS_SETUP || cmd == PF_Cmd_SMART_PRE_RENDER || cmd == PF_Cmd_SMART_RENDER;
+  if (known && (!in_data || !out_data)) {
+    return PF_Err_BAD_CALLBACK_PARAM;
+  }
   switch (cmd) {
     case PF_Cmd_ABOUT: return About(in_data, out_data);
     case PF_Cmd_GLOBAL_SETUP: return GlobalSetup(in_data, out_data);
-    case PF_Cmd_GLOBAL_SETDOWN: return PF_Err_NONE;
+    case PF_Cmd_GLOBAL_SETDOWN: return GlobalSetdown();
     case PF_Cmd_PARAMS_SETUP: return ParamsSetup(in_data, out_data);
     case PF_Cmd_SMART_PRE_RENDER: return SmartPreRender(in_data, static_cast<PF_PreRenderExtra*>(extra));
-    case PF_Cmd_SMART_RENDER: return PF_Err_NONE;
+    case PF_Cmd_SMART_RENDER: return SmartRender(in_data, static_cast<PF_SmartRenderExtra*>(extra));
     default: return PF_Err_NONE;
   }
 }
