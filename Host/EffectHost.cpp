@@ -106,7 +106,8 @@ struct HostCallbacks {
 };
 
 EffectHost::EffectHost(const std::string& bundlePath, HostOptions options)
-    : mBundle(bundlePath), mOptions(options), mSuites(new HostSuites(mFaults)), mUtils(), mInData(), mOutData(),
+    : mBundle(bundlePath), mOptions(options), mSuites(new HostSuites(mFaults)), mThread(std::this_thread::get_id()),
+      mUtils(), mInData(), mOutData(),
       mLastRequest() {
   if (mOptions.hostGLContext) {
     mGL.reset(new HostGLContext());
@@ -150,7 +151,8 @@ EffectHost::~EffectHost() {
 EffectHost* EffectHost::fromRef(PF_ProgPtr effect_ref) { return reinterpret_cast<EffectHost*>(effect_ref); }
 
 PF_Err EffectHost::send(PF_Cmd cmd, void* extra) {
-  if (mGL) {
+  const bool ownThread = std::this_thread::get_id() == mThread;
+  if (mGL && ownThread) {
     mGL->makeCurrent();
   }
   mParamPointers.clear();
@@ -164,11 +166,11 @@ PF_Err EffectHost::send(PF_Cmd cmd, void* extra) {
     mViolations.push_back("command " + std::to_string(cmd) + ": an exception crossed EntryPointFunc");
     err = PF_Err_INTERNAL_STRUCT_DAMAGED;
   }
-  checkAfter(cmd);
+  checkAfter(cmd, ownThread);
   return err;
 }
 
-void EffectHost::checkAfter(PF_Cmd cmd) {
+void EffectHost::checkAfter(PF_Cmd cmd, bool ownThread) {
   const std::string where = "command " + std::to_string(cmd) + ": ";
   const std::string unbalanced = mSuites->unbalanced();
   if (!unbalanced.empty()) mViolations.push_back(where + "suites not released: " + unbalanced);
@@ -176,7 +178,7 @@ void EffectHost::checkAfter(PF_Cmd cmd) {
   for (HostWorld* world : {mInput, mOutput}) {
     if (world && !world->guardsIntact()) mViolations.push_back(where + "bytes outside a world were written");
   }
-  if (mGL && !mGL->isCurrent()) mViolations.push_back(where + "the host's GL context is not current afterwards");
+  if (mGL && ownThread && !mGL->isCurrent()) mViolations.push_back(where + "the host's GL context is not current afterwards");
 }
 
 PF_Err EffectHost::about() { return send(PF_Cmd_ABOUT); }

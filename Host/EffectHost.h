@@ -1,13 +1,15 @@
 // The stand-in host: loads a bundle and drives it as the real host does,
 // through EntryPointFunc only. It owns PF_InData/PF_OutData, the parameter
 // table registered by add_param, the suites, the worlds handed out, and a GL
-// context of its own that is current whenever the effect is called.
+// context of its own that is current whenever the effect is called (on the
+// thread that made the host; a caller on another thread brings its own).
 // After every command it checks its own invariants (suites balanced, guard
 // bytes intact, its GL context current again) and records what was broken.
 #pragma once
 
 #include <memory>
 #include <optional>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -74,13 +76,14 @@ class EffectHost {
  private:
   friend struct HostCallbacks;
   static EffectHost* fromRef(PF_ProgPtr effect_ref);
-  void checkAfter(PF_Cmd cmd);
+  void checkAfter(PF_Cmd cmd, bool ownThread);
 
   Bundle mBundle;
   HostOptions mOptions;
   FaultPlan mFaults;
   std::unique_ptr<HostSuites> mSuites;
   std::unique_ptr<HostGLContext> mGL;
+  std::thread::id mThread;
   PF_UtilCallbacks mUtils;
   PF_InData mInData;
   PF_OutData mOutData;
