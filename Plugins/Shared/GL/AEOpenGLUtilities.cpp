@@ -2,6 +2,7 @@
 
 #include <glbinding/gl/gl.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -17,6 +18,21 @@ namespace GaussianBlur {
 namespace {
 
 constexpr float kMultiplier16bit = 65535.0f / 32768.0f;
+
+// Bytes a pixel and GL pixel type of a host format code; 0 and GL_NONE for a code not supported.
+unsigned long PixelSize(int format) {
+  return format == PF_PixelFormat_ARGB32    ? 4
+         : format == PF_PixelFormat_ARGB64  ? 8
+         : format == PF_PixelFormat_ARGB128 ? 16
+                                            : 0;
+}
+
+GLenum PixelType(int format) {
+  return format == PF_PixelFormat_ARGB32    ? GL_UNSIGNED_BYTE
+         : format == PF_PixelFormat_ARGB64  ? GL_UNSIGNED_SHORT
+         : format == PF_PixelFormat_ARGB128 ? GL_FLOAT
+                                            : GL_NONE;
+}
 
 // A world whose rows are shorter than its pixels, or whose size is negative, would make
 // GL or the row copies run past the host's buffer.
@@ -100,10 +116,10 @@ class HostBuffer {
 unsigned int AEOpenGLUtilities::UploadTexture(int format, PF_LayerDef* input, PF_LayerDef*, PF_InData* in_data,
                                               unsigned long& pixelSize, GLenum& pixelType, float& multiplier16bit,
                                               bool useMipmapFilter) {
-  if (format != PF_PixelFormat_ARGB32 && format != PF_PixelFormat_ARGB64 && format != PF_PixelFormat_ARGB128) {
+  const unsigned long size = PixelSize(format);
+  if (size == 0) {
     throw static_cast<int>(PF_Err_BAD_CALLBACK_PARAM);
   }
-  const unsigned long size = format == PF_PixelFormat_ARGB32 ? 4 : format == PF_PixelFormat_ARGB64 ? 8 : 16;
   CheckWorld(input, size);
   ByteCount(static_cast<uint64_t>(input->width), static_cast<uint64_t>(input->height), size);
 
@@ -154,11 +170,12 @@ unsigned int AEOpenGLUtilities::UploadTexture(int format, PF_LayerDef* input, PF
   return texture;
 }
 
-void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input,
-                                        PF_LayerDef* output, PF_InData* in_data, int format, unsigned long pixelSize,
-                                        GLenum pixelType) {
+void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef*, PF_LayerDef* output,
+                                        PF_InData* in_data, int format, unsigned long pixelSize, GLenum pixelType) {
   SuiteScoper<PF_HandleSuite1> handleSuite(in_data, kPFHandleSuite, kPFHandleSuiteVersion1, nullptr, nullptr);
-  if (format != PF_PixelFormat_ARGB32 && format != PF_PixelFormat_ARGB64 && format != PF_PixelFormat_ARGB128) {
+  // The read-back buffer is sized by pixelSize, filled by pixelType and copied by format: if
+  // the three disagree, GL or the row copies would run past it.
+  if (PixelSize(format) == 0 || pixelSize != PixelSize(format) || pixelType != PixelType(format)) {
     throw static_cast<int>(PF_Err_BAD_CALLBACK_PARAM);
   }
   CheckWorld(output, pixelSize);
@@ -173,11 +190,16 @@ void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height,
     CopyRows<PF_Pixel16>(buffer.data(), width, height, output, in_data->utils->get_pixel_data16);
   } else {
     // The read-back has `width` pixels a row; the refcon's world must say so, whatever the input claims.
-    PF_LayerDef shape = *input;
+    PF_LayerDef shape = *output;
     shape.width = static_cast<A_long>(width);
     shape.height = static_cast<A_long>(height);
     FloatCopyRefcon refcon{reinterpret_cast<PF_PixelFloat*>(buffer.data()), &shape};
-    IterateFloat(in_data, &shape, refcon, CopyPixelFloatOut, output);
+    // The host reads the source world's pixels for every pixel it visits, so the source is the
+    // output itself cut to the overlap: the input may be smaller than the read-back.
+    PF_LayerDef overlap = *output;
+    overlap.width = std::min(shape.width, output->width);
+    overlap.height = std::min(shape.height, output->height);
+    IterateFloat(in_data, &overlap, refcon, CopyPixelFloatOut, output);
   }
 }
 

@@ -31,7 +31,8 @@ class AEOpenGLUtilities {
                                     bool useMipmapFilter);
   // Reads width by height pixels of the bound read frame buffer's attachment 0 into the
   // output world. Only the overlap of that rectangle and the output is written, and never
-  // a byte beyond a row's last pixel.
+  // a byte beyond a row's last pixel. pixelSize and pixelType must be those UploadTexture gave
+  // for the format (else int 516); input is not read.
   static void DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input, PF_LayerDef* output,
                               PF_InData* in_data, int format, unsigned long pixelSize, gl::GLenum pixelType);
 
