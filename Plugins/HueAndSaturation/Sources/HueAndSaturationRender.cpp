@@ -25,16 +25,9 @@ HueAndSaturationRender::HueAndSaturationRender() : mShader(new OpenglShader(kVer
     mShader->addAttributeBinding("input_uv", 1);
 }
 
-// Vertex arrays of other contexts can't be named from this one; they end with their contexts.
 HueAndSaturationRender::~HueAndSaturationRender()
 {
     delete mShader;
-    const auto found = mVertexArrays.find(EGLPlatform::currentContext());
-    if (found != mVertexArrays.end() && found->second != 0)
-        glDeleteVertexArrays(1, &found->second);
-    mVertexArrays.clear();
-    if (mVertexBuffer != 0)
-        glDeleteBuffers(1, &mVertexBuffer);
 }
 
 void HueAndSaturationRender::draw(unsigned int texture, float multiplier16bit)
@@ -49,19 +42,8 @@ void HueAndSaturationRender::draw(unsigned int texture, float multiplier16bit)
     };
     static_assert(sizeof(positions) == 96, "six vertices of four floats");
 
-    // Vertex arrays belong to one context; the buffer is shared by all of the group.
-    unsigned int& vertexArray = mVertexArrays[EGLPlatform::currentContext()];
-    if (vertexArray == 0) {
-        glGenVertexArrays(1, &vertexArray);
-        if (mVertexBuffer == 0) {
-            glGenBuffers(1, &mVertexBuffer);
-            glBindBuffer(GL_ARRAY_BUFFER, mVertexBuffer);
-            glBufferData(GL_ARRAY_BUFFER, sizeof(positions), positions, GL_STATIC_DRAW);
-        }
-    }
+    mQuad.bind(positions, sizeof(positions));
     mShader->useProgram();
-    glBindVertexArray(vertexArray);
-    glBindBuffer(GL_ARRAY_BUFFER, mVertexBuffer);
     mShader->setAttribute2fv(0, nullptr, 16);
     mShader->setAttribute2fv(1, reinterpret_cast<const float*>(8), 16);
     mShader->setUniformTexture("videoTexture", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 0);
@@ -72,8 +54,7 @@ void HueAndSaturationRender::draw(unsigned int texture, float multiplier16bit)
     glDrawArrays(GL_TRIANGLES, 0, 6);
     mShader->disableVertexAttributeArray(0);
     mShader->disableVertexAttributeArray(1);
-    glBindVertexArray(0);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    FullFrameQuad::unbind();
 }
 
 }} // namespace Ostrivane::GaussianBlur

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <map>
-
-#include "EGLPlatform.h"
+#include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
 namespace Ostrivane { namespace GaussianBlur {
@@ -27,8 +25,7 @@ public:
 
 private:
     OpenglShader* mShader;
-    std::map<EGLContext, unsigned int> mVertexArrays;
-    unsigned int mVertexBuffer = 0;
+    FullFrameQuad mQuad;
     float mHue = 0.0f;
     float mSaturation = 1.0f;
 };

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <map>
-
-#include "EGLPlatform.h"
+#include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
 namespace Ostrivane { namespace GaussianBlur {
@@ -14,7 +12,6 @@ class BackgroundRender
 {
 public:
     BackgroundRender();
-    ~BackgroundRender();
 
     BackgroundRender(const BackgroundRender&) = delete;
     BackgroundRender& operator=(const BackgroundRender&) = delete;
@@ -23,8 +20,7 @@ public:
 
 private:
     OpenglShader mShader;
-    std::map<EGLContext, unsigned int> mVertexArrays;
-    unsigned int mVertexBuffer = 0;
+    FullFrameQuad mQuad;
 };
 
 }} // namespace Ostrivane::GaussianBlur

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <map>
-
-#include "EGLPlatform.h"
+#include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
 namespace Ostrivane { namespace GaussianBlur {
@@ -14,7 +12,6 @@ class ScreenRender
 {
 public:
     ScreenRender();
-    ~ScreenRender();
 
     ScreenRender(const ScreenRender&) = delete;
     ScreenRender& operator=(const ScreenRender&) = delete;
@@ -22,8 +19,7 @@ public:
     void draw(unsigned int texture, float multiplier16bit);
 
 private:
-    std::map<EGLContext, unsigned int> mVertexArrays;
-    unsigned int mVertexBuffer = 0;
+    FullFrameQuad mQuad;
     OpenglShader mShader;
 };
 
