@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "Mat4.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 1e-12)
+{
+    EXPECT_NEAR(v.x, x, tolerance);
+    EXPECT_NEAR(v.y, y, tolerance);
+    EXPECT_NEAR(v.z, z, tolerance);
+}
+
+// Only Mat4(bool) has a default; the reading flags must always be spelt out, and a lone
+// pointer must not slip through as the bool.
+static_assert(std::is_constructible<Mat4>::value, "Mat4() is the identity");
+static_assert(!std::is_constructible<Mat4, const double*>::value, "no default reading");
+static_assert(!std::is_constructible<Mat4, Vec4, Vec4, Vec4, Vec4>::value, "no default reading");
+
+TEST(Mat4, ConstructorFlagsAndEquality)
+{
+    double v[16];
+    for (int i = 0; i < 16; ++i)
+        v[i] = i;
+    const Mat4 byColumn(v, true), byRow(v, false);
+    EXPECT_EQ(byColumn.e[1], 1.0);
+    EXPECT_EQ(byRow.e[4], 1.0);  // a1 is row 0, column 1
+    EXPECT_EQ(byRow.e[1], 4.0);
+    Mat4 set;
+    set.set(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    EXPECT_TRUE(set == byRow);
+    EXPECT_TRUE(Mat4(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, true) == byColumn);
+    // With the Vec4 form true means rows.
+    const Vec4 a(0, 1, 2, 3), b(4, 5, 6, 7), c(8, 9, 10, 11), d(12, 13, 14, 15);
+    EXPECT_TRUE(Mat4(a, b, c, d, true) == byRow);
+    EXPECT_TRUE(Mat4(a, b, c, d, false) == byColumn);
+
+    Mat4 off(false);
+    for (double& x : off.e)
+        x = 1e-12;
+    EXPECT_TRUE(off == Mat4(false));
+    off.e[0] = 1.0000001e-12;
+    EXPECT_FALSE(off == Mat4(false));
+    off.e[3] = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_FALSE(off == off);
+}
+
+TEST(Mat4, ProductsAndTransformOrder)
+{
+    // Translate then rotate: the rotation acts on points first, the translation stays.
+    Mat4 tr;
+    tr.translate(1.0, 2.0, 3.0);
+    tr.rotateZ(M_PI / 2);
+    expectVec(tr.getColumn(3).getVec3(), 1.0, 2.0, 3.0, 0.0);
+    expectVec(tr * Vec3(1.0, 0.0, 0.0), 1.0, 3.0, 3.0);
+    // Rotate then translate: the translation is turned, x to y.
+    Mat4 rt;
+    rt.rotate(M_PI / 2, 0.0, 0.0, 5.0);
+    rt.translate(Vec3(1.0, 0.0, 0.0));
+    expectVec(rt.getColumn(3).getVec3(), 0.0, 1.0, 0.0);
+
+    Mat4 s;
+    s.scale(2.0, 3.0, 4.0);
+    const Mat4 product = tr * s;
+    Mat4 left = tr, right = s;
+    Mat4::mult(left, s, left);
+    Mat4::mult(tr, right, right);
+    EXPECT_TRUE(left == product);
+    EXPECT_TRUE(right == product);
+    // (1, 1, 1) scaled to (2, 3, 4), turned to (-3, 2, 4), moved by (1, 2, 3).
+    expectVec(product * Vec3(1.0, 1.0, 1.0), -2.0, 4.0, 7.0);
+    expectVec(product.multWithoutTranslate(Vec3(1.0, 1.0, 1.0)), -3.0, 2.0, 4.0);
+    EXPECT_TRUE((product - product) == Mat4(false));
+
+    Mat4 zeroAxis, aboutX;
+    zeroAxis.setRotation(0.5, Vec3());
+    aboutX.setXRotation(0.5);
+    EXPECT_TRUE(zeroAxis == aboutX);
+}
+
+TEST(Mat4, InverseAndDeterminant)
+{
+    // Rows (2 0 0 1), (0 3 0 0), (0 0 4 0), (1 0 0 1): 3 * 4 * (2 * 1 - 1 * 1) = 12.
+    const Mat4 m(2, 0, 0, 1, 0, 3, 0, 0, 0, 0, 4, 0, 1, 0, 0, 1, false);
+    EXPECT_EQ(m.determinant(), 12.0);
+    Mat4 inverse(false);
+    EXPECT_TRUE(m.getInverse(inverse));
+    EXPECT_TRUE(m * inverse == Mat4());
+    EXPECT_TRUE(inverse * m == Mat4());
+
+    Mat4 zero(false);
+    EXPECT_FALSE(zero.getInverse(zero));
+    EXPECT_TRUE(zero == Mat4());
+    // Nearly singular still inverts, to huge values.
+    Mat4 tiny;
+    tiny.setScale(1e-200, 1.0, 1.0);
+    EXPECT_TRUE(tiny.getInverse(inverse));
+    EXPECT_NEAR(inverse.e[0], 1e200, 1e188);
+}
+
+TEST(Mat4, Projections)
+{
+    // fovy a quarter turn, so f = 1; the near plane maps to -1 and the far to 1.
+    Mat4 p;
+    p.setPerspective(M_PI / 2, 2.0, 1.0, 3.0);
+    expectVec(p.multAndProject(Vec3(2.0, 1.0, -1.0)), 1.0, 1.0, -1.0);
+    expectVec(p.multAndProject(Vec3(0.0, 0.0, -3.0)), 0.0, 0.0, 1.0);
+    expectVec(p * Vec3(0.0, 3.0, -3.0), 0.0, 3.0, 3.0);  // no divide by w = 3
+    EXPECT_EQ(p.e[15], 0.0);
+
+    // A 1920 x 1080 screen with top 0: its top left corner maps to (-1, 1).
+    Mat4 o;
+    o.setOrtho(0.0, 1920.0, 0.0, 1080.0, -1.0, 1.0);
+    expectVec(o * Vec3(0.0, 0.0, 0.0), -1.0, 1.0, 0.0);
+    expectVec(o * Vec3(1920.0, 1080.0, 1.0), 1.0, -1.0, -1.0);
+
+    Mat4 f;
+    f.setFrustum(-1.0, 1.0, -2.0, 2.0, 1.0, 3.0);
+    expectVec(f.multAndProject(Vec3(1.0, 2.0, -1.0)), 1.0, 1.0, -1.0);
+    f.setFrustum(-1.0, 1.0, 2.0, -2.0, 1.0, 3.0);
+    EXPECT_LT(f.e[5], 0.0);
+}
+
+TEST(Mat4, LookAtWritesOnlyTheBasis)
+{
+    Mat4 m;
+    for (int i = 0; i < 16; ++i)
+        m.e[i] = 100.0 + i;
+    m.setLookAt(0.0, 5.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
+    for (int i : {3, 7, 11, 12, 13, 14, 15})
+        EXPECT_EQ(m.e[i], 100.0 + i) << i;
+    // Looking down from above with up along z: the up vector is parallel, x falls back.
+    expectVec(m.getColumn(0).getVec3(), 1.0, 0.0, 0.0);
+    expectVec(m.getColumn(1).getVec3(), 0.0, 0.0, -1.0);
+    expectVec(m.getColumn(2).getVec3(), 0.0, 1.0, 0.0);
+
+    Mat4 fresh(false);
+    fresh.setLookAt(Vec3(1.0, 1.0, 1.0), Vec3(1.0, 1.0, 1.0), Vec3(0.0, 1.0, 0.0));
+    EXPECT_EQ(fresh.e[15], 0.0);
+    expectVec(fresh.getColumn(0).getVec3(), 0.0, 0.0, -1.0);
+    expectVec(fresh.getColumn(1).getVec3(), 0.0, 1.0, 0.0);
+    expectVec(fresh.getColumn(2).getVec3(), 1.0, 0.0, 0.0);
+
+    // An ordinary case: at +z looking at the origin gives the identity basis.
+    Mat4 front(false);
+    front.setLookAt(Vec3(0.0, 0.0, 7.0), Vec3(), Vec3(0.0, 1.0, 0.0));
+    front.e[15] = 1.0;
+    EXPECT_TRUE(front == Mat4());
+}
+
+TEST(Mat4, AnchoredComposeAndDecompose)
+{
+    const Vec3 anchor(10.0, 20.0, 0.0), position(100.0, 200.0, 0.0);
+    Mat4 m;
+    m.compose(anchor, position, Quaternion(), Vec3(2.0, 2.0, 1.0));
+    expectVec(m * anchor, 100.0, 200.0, 0.0);
+    expectVec(m * Vec3(11.0, 20.0, 0.0), 102.0, 200.0, 0.0);
+
+    // Rotated a quarter turn about z: (1, 0, 0) from the anchor scales to (2, 0, 0), turns to (0, 2, 0).
+    const Quaternion quarter(0.0, 0.0, std::sqrt(0.5), std::sqrt(0.5));
+    m.compose(anchor, position, quarter, Vec3(2.0, 3.0, 1.0));
+    expectVec(m * Vec3(11.0, 20.0, 0.0), 100.0, 202.0, 0.0);
+    Vec3 p, s;
+    Quaternion q;
+    m.decompose(anchor, p, q, s);
+    expectVec(p, 100.0, 200.0, 0.0);
+    expectVec(s, 2.0, 3.0, 1.0);
+    EXPECT_NEAR(q.z, quarter.z, 1e-12);
+    EXPECT_NEAR(q.w, quarter.w, 1e-12);
+
+    Mat4 plain;
+    plain.compose(position, quarter, Vec3(2.0, 3.0, 1.0));
+    m.compose(Vec3(), position, quarter, Vec3(2.0, 3.0, 1.0));
+    EXPECT_TRUE(plain == m);
+}
+
+TEST(Mat4, DecomposeMirrorAndZeroScale)
+{
+    const Quaternion turn(0.0, std::sin(0.35), 0.0, std::cos(0.35));
+    Mat4 m;
+    m.compose(Vec3(1.0, 2.0, 3.0), turn, Vec3(2.0, -3.0, 0.5));
+    Vec3 p, s;
+    Quaternion q;
+    m.decompose(p, q, s);
+    expectVec(p, 1.0, 2.0, 3.0, 0.0);
+    expectVec(s, -2.0, 3.0, 0.5);
+    EXPECT_LT(std::fabs(q.dot(turn)), 0.999);  // another reading of the same matrix
+    Mat4 again;
+    again.compose(p, q, s);
+    EXPECT_TRUE(again == m);
+
+    Mat4 flat;
+    flat.e[5] = 0.0;
+    flat.decompose(p, q, s);
+    expectVec(s, 1.0, 1e-06, 1.0, 0.0);
+
+    Mat4 collapsed;
+    collapsed.e[0] = collapsed.e[5] = collapsed.e[10] = 0.0;
+    collapsed.e[12] = 7.0;
+    collapsed.decompose(p, q, s);
+    expectVec(p, 7.0, 0.0, 0.0, 0.0);
+    expectVec(s, 1e-06, 1e-06, 1e-06, 0.0);
+    EXPECT_TRUE(q == Quaternion(0.0, 0.0, 0.5, 0.0));
+}
+
+TEST(Mat4, AEToGLConversionAndAffine)
+{
+    const Mat4 m = Mat4::getAEToGLConversionMatrix(1920.0, 1080.0);
+    expectVec(m * Vec3(0.0, 0.0, 0.0), -960.0, 540.0, 0.0, 0.0);
+    expectVec(m * Vec3(1920.0, 0.0, 0.0), 960.0, 540.0, 0.0, 0.0);
+    expectVec(m * Vec3(0.0, 1080.0, 0.0), -960.0, -540.0, 0.0, 0.0);
+    expectVec(m * Vec3(960.0, 540.0, 0.0), 0.0, 0.0, 0.0, 0.0);
+    expectVec(m * Vec3(1920.0, 1080.0, 10.0), 960.0, -540.0, -10.0, 0.0);
+    EXPECT_EQ(m.determinant(), 1.0);
+
+    Affine a;
+    a.set(Vec2(5.0, 5.0), Vec2(50.0, 60.0), Vec2(2.0, 3.0), 30.0);
+    Mat4 fromAffine;
+    fromAffine.setWithAffine(a);
+    const Vec2 mapped = a.getTransform(Vec2(7.0, -4.0));
+    expectVec(fromAffine * Vec3(7.0, -4.0, 9.0), mapped.x, mapped.y, 9.0);
+    EXPECT_TRUE(fromAffine.getAffine() == a);
+}
