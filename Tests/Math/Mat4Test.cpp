@@ -87,10 +87,18 @@ TEST(Mat4, InverseAndDeterminant)
     // Rows (2 0 0 1), (0 3 0 0), (0 0 4 0), (1 0 0 1): 3 * 4 * (2 * 1 - 1 * 1) = 12.
     const Mat4 m(2, 0, 0, 1, 0, 3, 0, 0, 0, 0, 4, 0, 1, 0, 0, 1, false);
     EXPECT_EQ(m.determinant(), 12.0);
+    // Dense, bottom row included, through factors of determinant 1.
+    Mat4 lower, turn;
+    lower.setTranslate(1.0, -2.0, 0.5);
+    lower.setTranspose();
+    turn.setRotation(0.7, 1.0, 2.0, 3.0);
+    turn.translate(-3.0, 1.0, 2.0);
+    const Mat4 dense = lower * m * turn;
+    EXPECT_NEAR(dense.determinant(), 12.0, 1e-12);
     Mat4 inverse(false);
-    EXPECT_TRUE(m.getInverse(inverse));
-    EXPECT_TRUE(m * inverse == Mat4());
-    EXPECT_TRUE(inverse * m == Mat4());
+    EXPECT_TRUE(dense.getInverse(inverse));
+    EXPECT_TRUE(dense * inverse == Mat4());
+    EXPECT_TRUE(inverse * dense == Mat4());
 
     Mat4 zero(false);
     EXPECT_FALSE(zero.getInverse(zero));
@@ -144,6 +152,12 @@ TEST(Mat4, LookAtWritesOnlyTheBasis)
     expectVec(fresh.getColumn(0).getVec3(), 0.0, 0.0, -1.0);
     expectVec(fresh.getColumn(1).getVec3(), 0.0, 1.0, 0.0);
     expectVec(fresh.getColumn(2).getVec3(), 1.0, 0.0, 0.0);
+
+    // So long an up vector that up x z overflows and normalises to zero: z is nudged by
+    // the single-precision 0.0001.
+    Mat4 huge;
+    huge.setLookAt(Vec3(), Vec3(-1.0, 0.0, 0.0), Vec3(0.0, 1e300, 0.0));
+    EXPECT_EQ(huge.e[10], static_cast<double>(0.0001f));
 
     // An ordinary case: at +z looking at the origin gives the identity basis.
     Mat4 front(false);
