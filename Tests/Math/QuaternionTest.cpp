@@ -19,26 +19,18 @@ static void expectQuat(const Quaternion& q, double x, double y, double z, double
 
 TEST(Quaternion, ConstructionAndExactEquality)
 {
-    EXPECT_EQ(Quaternion(1.0, 2.0, 3.0).w, 1.0);
     Quaternion q(0.0, 0.0, 0.0, 5.0);
-    q.set(1.0, 2.0, 3.0);
+    q.set(1.0, 2.0, 3.0);  // w stays
     expectQuat(q, 1.0, 2.0, 3.0, 5.0);
-
-    // The constructor takes the axis as given, set normalises it (zero counts as +x).
-    Quaternion unit, zeroAxis;
-    unit.set(Vec3(2.0, 0.0, 0.0), 1.0);
+    // set normalises the axis, a zero one counting as +x; the constructor takes it as given.
+    Quaternion zeroAxis;
     zeroAxis.set(Vec3(), 1.0);
-    EXPECT_NEAR(unit.x, std::sin(0.5), 1e-15);
-    EXPECT_EQ(Quaternion(Vec3(2.0, 0.0, 0.0), 1.0).x, 2.0 * unit.x);
-    EXPECT_TRUE(zeroAxis == unit);
-
-    EXPECT_FALSE(Quaternion(0.0, 0.0, 0.0, 1.0) == Quaternion(0.0, 0.0, 0.0, 1.0 + 1e-15));
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_TRUE(Quaternion(nan, 0.0, 0.0, 1.0) != Quaternion(nan, 0.0, 0.0, 1.0));
-
-    Quaternion zero(0.0, 0.0, 0.0, 0.0);
-    zero.normalize();
-    expectQuat(zero, 0.0, 0.0, 0.0, 1.0);
+    expectQuat(zeroAxis, std::sin(0.5), 0.0, 0.0, std::cos(0.5), 1e-15);
+    EXPECT_EQ(Quaternion(Vec3(2.0, 0.0, 0.0), 1.0).x, 2.0 * zeroAxis.x);
+    EXPECT_FALSE(Quaternion() == Quaternion(0.0, 0.0, 0.0, 1.0 + 1e-15));
+    q.set(0.0, 0.0, 0.0, 0.0);
+    q.normalize();
+    expectQuat(q, 0.0, 0.0, 0.0, 1.0);
 }
 
 TEST(Quaternion, WithDirectionTakesAPerpendicularAxisWhenOpposite)
@@ -113,9 +105,6 @@ TEST(Quaternion, ProductsComposeRightFactorFirst)
     half.multiplyQuaternions(half, half);  // aliasing both factors
     expectQuat(half, 0.0, 0.0, 1.0, 0.0, 1e-15);
     EXPECT_NEAR(aboutZ.getRotationAngle(), 90.0, 1e-12);
-    const Vec3 axis = aboutX.getRotationAxis(), none = Quaternion().getRotationAxis();
-    EXPECT_NEAR(axis.x, 1.0, 1e-15);
-    EXPECT_EQ(none.z, 1.0);
 }
 
 TEST(Quaternion, SlerpTakesTheShortWay)
