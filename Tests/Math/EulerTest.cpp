@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <type_traits>
+
+#include "Euler.h"
+#include "Mat4.h"
+#include "Quaternion.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+// No default order: every caller names one.
+static_assert(!std::is_constructible<Euler, double, double, double>::value, "order is required");
+
+static void expectAngles(const Euler& e, double x, double y, double z, double tolerance)
+{
+    EXPECT_NEAR(e.x, x, tolerance);
+    EXPECT_NEAR(e.y, y, tolerance);
+    EXPECT_NEAR(e.z, z, tolerance);
+}
+
+// The rotation of the order table, built from single-axis matrices.
+static Mat4 composed(double x, double y, double z, int order)
+{
+    Mat4 rx, ry, rz;
+    rx.setXRotation(x), ry.setYRotation(y), rz.setZRotation(z);
+    switch (order) {
+    case 1: return rx * ry * rz;
+    case 2: return ry * rz * rx;
+    case 3: return rz * rx * ry;
+    case 4: return rx * rz * ry;
+    case 5: return ry * rx * rz;
+    default: return rz * ry * rx;
+    }
+}
+
+TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders)
+{
+    // (outer, middle, outer): the outer angles anywhere in (-pi, pi), the middle one clear
+    // of +-pi/2. The middle angle is y in XYZ, z in YZX and x in ZXY.
+    const double triples[][3] = {{0.3, -1.1, 2.0}, {-2.9, 1.4, -0.2}, {1.0, 0.0, -3.0}};
+    const int middleOf[4] = {0, 1, 2, 0};
+    for (int order = 1; order <= 3; ++order)
+        for (const auto& t : triples) {
+            double a[3];
+            const int m = middleOf[order];
+            a[m] = t[1];
+            a[(m + 1) % 3] = t[0];
+            a[(m + 2) % 3] = t[2];
+            Quaternion q;
+            q.setWithEuler(Euler(a[0], a[1], a[2], RotationOrder(order)));
+            Euler back;
+            back.setWithQuaternion(q, RotationOrder(order));
+            EXPECT_EQ(back.order, order);
+            expectAngles(back, a[0], a[1], a[2], 1e-6);
+        }
+}
+
+TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns)
+{
+    const double x = 0.3, y = -0.7, z = 1.2;
+    const double expected[7][3] = {{0, 0, 0},   {x, y, z},    {x, y, z},  {x, y, z},
+                                   {x, y, -z},  {-x, -y, -z}, {x, -y, z}};
+    for (int order = 1; order <= 6; ++order) {
+        Euler e;
+        e.setWithMat4(composed(x, y, z, order), RotationOrder(order));
+        expectAngles(e, expected[order][0], expected[order][1], expected[order][2], 1e-12);
+    }
+}
+
+TEST(Euler, GimbalThresholdAndClamp)
+{
+    // Order 1 reads y from m13; the gimbal branch takes x from m32, m22 and zeroes z, the
+    // regular one would give x = atan2(-m23, m33) = 0 and z = atan2(-m12, m11) = pi/2.
+    const double limit = static_cast<double>(0.999999f);
+    Mat4 m(false);
+    m.e[6] = 0.6, m.e[5] = 0.8;  // m32, m22
+    m.e[10] = 1.0, m.e[4] = -1.0;  // m33, m12
+    Euler e;
+    m.e[8] = limit;
+    e.setWithMat4(m, XYZ);
+    expectAngles(e, std::asin(0.6), std::asin(limit), 0.0, 1e-15);
+    m.e[8] = std::nextafter(limit, 0.0);
+    e.setWithMat4(m, XYZ);
+    expectAngles(e, 0.0, std::asin(m.e[8]), M_PI / 2, 1e-15);
+    m.e[8] = 1.5;
+    e.setWithMat4(m, XYZ);
+    expectAngles(e, std::asin(0.6), M_PI / 2, 0.0, 1e-15);
+}
+
+TEST(Euler, UnspecifiedAndUnknownOrders)
+{
+    EXPECT_EQ(Euler(1.0, 2.0, 3.0, Unspecified).order, Unspecified);
+    Euler e(0.0, 0.0, 0.0, ZYX);
+    e.set(1.0, 2.0, 3.0, Unspecified);
+    EXPECT_TRUE(e == Euler(1.0, 2.0, 3.0, ZYX));
+    // Unspecified reads in the object's own order, and keeps it.
+    e.setWithMat4(composed(0.1, 0.2, 0.3, ZYX), Unspecified);
+    EXPECT_TRUE(e == Euler(0.1, -0.2, 0.3, ZYX));
+    e.setWithMat4(Mat4(), RotationOrder(7));
+    EXPECT_EQ(e.order, 7);
+    expectAngles(e, 0.1, -0.2, 0.3, 1e-12);
+    EXPECT_TRUE(Euler(0.0, 0.0, 1e-12, XYZ) == Euler());  // within tolerance, unlike Quaternion
+    EXPECT_FALSE(Euler(0.0, 0.0, 0.0, YZX) == Euler());
+}

@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "Mat4.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 1e-12)
+{
+    EXPECT_NEAR(v.x, x, tolerance);
+    EXPECT_NEAR(v.y, y, tolerance);
+    EXPECT_NEAR(v.z, z, tolerance);
+}
+
+// Only Mat4(bool) has a default; the reading flags must always be spelt out, and a lone
+// pointer must not slip through as the bool.
+static_assert(std::is_constructible<Mat4>::value, "Mat4() is the identity");
+static_assert(!std::is_constructible<Mat4, const double*>::value, "no default reading");
+static_assert(!std::is_constructible<Mat4, Vec4, Vec4, Vec4, Vec4>::value, "no default reading");
+
+TEST(Mat4, ConstructorFlagsAndEquality)
+{
+    double v[16];
+    for (int i = 0; i < 16; ++i)
+        v[i] = i;
+    const Mat4 byColumn(v, true), byRow(v, false);
+    EXPECT_EQ(byColumn.e[1], 1.0);
+    EXPECT_EQ(byRow.e[4], 1.0);  // a1 is row 0, column 1
+    Mat4 set;
+    set.set(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    EXPECT_TRUE(set == byRow);
+    // With the Vec4 form true means rows.
+    const Vec4 a(0, 1, 2, 3), b(4, 5, 6, 7), c(8, 9, 10, 11), d(12, 13, 14, 15);
+    EXPECT_TRUE(Mat4(a, b, c, d, true) == byRow);
+    EXPECT_TRUE(Mat4(a, b, c, d, false) == byColumn);
+
+    Mat4 off(false);
+    for (double& x : off.e)
+        x = 1e-12;
+    EXPECT_TRUE(off == Mat4(false));
+    off.e[3] = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_FALSE(off == off);
+}
+
+TEST(Mat4, ProductsAndTransformOrder)
+{
+    // Translate then rotate: the rotation acts on points first, the translation stays.
+    Mat4 tr;
+    tr.translate(1.0, 2.0, 3.0);
+    tr.rotateZ(M_PI / 2);
+    expectVec(tr.getColumn(3).getVec3(), 1.0, 2.0, 3.0, 0.0);
+    expectVec(tr * Vec3(1.0, 0.0, 0.0), 1.0, 3.0, 3.0);
+    // Rotate then translate: the translation is turned, x to y.
+    Mat4 rt;
+    rt.rotate(M_PI / 2, 0.0, 0.0, 5.0);
+    rt.translate(Vec3(1.0, 0.0, 0.0));
+    expectVec(rt.getColumn(3).getVec3(), 0.0, 1.0, 0.0);
+
+    Mat4 s;
+    s.scale(2.0, 3.0, 4.0);
+    const Mat4 product = tr * s;
+    Mat4 left = tr, right = s;
+    Mat4::mult(left, s, left);
+    Mat4::mult(tr, right, right);
+    EXPECT_TRUE(left == product);
+    EXPECT_TRUE(right == product);
+    // (1, 1, 1) scaled to (2, 3, 4), turned to (-3, 2, 4), moved by (1, 2, 3).
+    expectVec(product * Vec3(1.0, 1.0, 1.0), -2.0, 4.0, 7.0);
+    expectVec(product.multWithoutTranslate(Vec3(1.0, 1.0, 1.0)), -3.0, 2.0, 4.0);
+}
+
+TEST(Mat4, InverseAndDeterminant)
+{
+    // Rows (2 0 0 1), (0 3 0 0), (0 0 4 0), (1 0 0 1): 3 * 4 * (2 * 1 - 1 * 1) = 12.
+    const Mat4 m(2, 0, 0, 1, 0, 3, 0, 0, 0, 0, 4, 0, 1, 0, 0, 1, false);
+    EXPECT_EQ(m.determinant(), 12.0);
+    // Dense, bottom row included, through factors of determinant 1.
+    Mat4 lower, turn;
+    lower.setTranslate(1.0, -2.0, 0.5);
+    lower.setTranspose();
+    turn.setRotation(0.7, 1.0, 2.0, 3.0);
+    turn.translate(-3.0, 1.0, 2.0);
+    const Mat4 dense = lower * m * turn;
+    EXPECT_NEAR(dense.determinant(), 12.0, 1e-12);
+    Mat4 inverse(false);
+    EXPECT_TRUE(dense.getInverse(inverse));
+    EXPECT_TRUE(dense * inverse == Mat4());
+    EXPECT_TRUE(inverse * dense == Mat4());
+
+    Mat4 zero(false);
+    EXPECT_FALSE(zero.getInverse(zero));
+    EXPECT_TRUE(zero == Mat4());
+}
+
+TEST(Mat4, Projections)
+{
+    // fovy a quarter turn, so f = 1; the near plane maps to -1 and the far to 1.
+    Mat4 p;
+    p.setPerspective(M_PI / 2, 2.0, 1.0, 3.0);
+    expectVec(p.multAndProject(Vec3(2.0, 1.0, -1.0)), 1.0, 1.0, -1.0);
+    expectVec(p.multAndProject(Vec3(0.0, 0.0, -3.0)), 0.0, 0.0, 1.0);
+    expectVec(p * Vec3(0.0, 3.0, -3.0), 0.0, 3.0, 3.0);  // no divide by w = 3
+
+    // A 1920 x 1080 screen with top 0: its top left corner maps to (-1, 1).
+    Mat4 o;
+    o.setOrtho(0.0, 1920.0, 0.0, 1080.0, -1.0, 1.0);
+    expectVec(o * Vec3(0.0, 0.0, 0.0), -1.0, 1.0, 0.0);
+    expectVec(o * Vec3(1920.0, 1080.0, 1.0), 1.0, -1.0, -1.0);
+    Mat4 f;  // bottom before top here: the near corner (1, 2) maps to (1, 1)
+    f.setFrustum(-1.0, 1.0, -2.0, 2.0, 1.0, 3.0);
+    expectVec(f.multAndProject(Vec3(1.0, 2.0, -1.0)), 1.0, 1.0, -1.0);
+}
+
+TEST(Mat4, LookAtWritesOnlyTheBasis)
+{
+    Mat4 m;
+    for (int i = 0; i < 16; ++i)
+        m.e[i] = 100.0 + i;
+    m.setLookAt(0.0, 5.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
+    for (int i : {3, 7, 11, 12, 13, 14, 15})
+        EXPECT_EQ(m.e[i], 100.0 + i) << i;
+    // Up parallel to the view axis: up x z is zero and x falls back to +x.
+    expectVec(m.getColumn(0).getVec3(), 1.0, 0.0, 0.0);
+    expectVec(m.getColumn(1).getVec3(), 0.0, 0.0, -1.0);
+    expectVec(m.getColumn(2).getVec3(), 0.0, 1.0, 0.0);
+
+    Mat4 fresh(false);
+    fresh.setLookAt(Vec3(1.0, 1.0, 1.0), Vec3(1.0, 1.0, 1.0), Vec3(0.0, 1.0, 0.0));
+    EXPECT_EQ(fresh.e[15], 0.0);
+    expectVec(fresh.getColumn(0).getVec3(), 0.0, 0.0, -1.0);  // z fell back to +x
+
+    // So long an up vector that up x z overflows and normalises to zero: z is nudged by
+    // the single-precision 0.0001.
+    Mat4 huge;
+    huge.setLookAt(Vec3(), Vec3(-1.0, 0.0, 0.0), Vec3(0.0, 1e300, 0.0));
+    EXPECT_EQ(huge.e[10], static_cast<double>(0.0001f));
+}
+
+TEST(Mat4, AnchoredComposeAndDecompose)
+{
+    const Vec3 anchor(10.0, 20.0, 0.0), position(100.0, 200.0, 0.0);
+    Mat4 m;
+    m.compose(anchor, position, Quaternion(), Vec3(2.0, 2.0, 1.0));
+    expectVec(m * anchor, 100.0, 200.0, 0.0);
+    expectVec(m * Vec3(11.0, 20.0, 0.0), 102.0, 200.0, 0.0);
+
+    // Rotated a quarter turn about z: (1, 0, 0) from the anchor scales to (2, 0, 0), turns to (0, 2, 0).
+    const Quaternion quarter(0.0, 0.0, std::sqrt(0.5), std::sqrt(0.5));
+    m.compose(anchor, position, quarter, Vec3(2.0, 3.0, 1.0));
+    expectVec(m * Vec3(11.0, 20.0, 0.0), 100.0, 202.0, 0.0);
+    Vec3 p, s;
+    Quaternion q;
+    m.decompose(anchor, p, q, s);
+    expectVec(p, 100.0, 200.0, 0.0);
+    expectVec(s, 2.0, 3.0, 1.0);
+    EXPECT_NEAR(q.z, quarter.z, 1e-12);
+    EXPECT_NEAR(q.w, quarter.w, 1e-12);
+
+    Mat4 plain;
+    plain.compose(position, quarter, Vec3(2.0, 3.0, 1.0));
+    m.compose(Vec3(), position, quarter, Vec3(2.0, 3.0, 1.0));
+    EXPECT_TRUE(plain == m);
+}
+
+TEST(Mat4, DecomposeMirrorAndZeroScale)
+{
+    const Quaternion turn(0.0, std::sin(0.35), 0.0, std::cos(0.35));
+    Mat4 m;
+    m.compose(Vec3(1.0, 2.0, 3.0), turn, Vec3(2.0, -3.0, 0.5));
+    Vec3 p, s;
+    Quaternion q;
+    m.decompose(p, q, s);
+    expectVec(p, 1.0, 2.0, 3.0, 0.0);
+    expectVec(s, -2.0, 3.0, 0.5);
+    EXPECT_LT(std::fabs(q.dot(turn)), 0.999);  // another reading of the same matrix
+    Mat4 again;
+    again.compose(p, q, s);
+    EXPECT_TRUE(again == m);
+
+    Mat4 flat;
+    flat.e[5] = 0.0;
+    flat.decompose(p, q, s);
+    expectVec(s, 1.0, 1e-06, 1.0, 0.0);
+
+    Mat4 collapsed;
+    collapsed.e[0] = collapsed.e[5] = collapsed.e[10] = 0.0;
+    collapsed.e[12] = 7.0;
+    collapsed.decompose(p, q, s);
+    expectVec(p, 7.0, 0.0, 0.0, 0.0);
+    expectVec(s, 1e-06, 1e-06, 1e-06, 0.0);
+    EXPECT_TRUE(q == Quaternion(0.0, 0.0, 0.5, 0.0));
+}
+
+TEST(Mat4, AEToGLConversionAndAffine)
+{
+    const Mat4 m = Mat4::getAEToGLConversionMatrix(1920.0, 1080.0);
+    expectVec(m * Vec3(0.0, 0.0, 0.0), -960.0, 540.0, 0.0, 0.0);
+    expectVec(m * Vec3(1920.0, 0.0, 0.0), 960.0, 540.0, 0.0, 0.0);
+    expectVec(m * Vec3(960.0, 540.0, 0.0), 0.0, 0.0, 0.0, 0.0);
+    expectVec(m * Vec3(1920.0, 1080.0, 10.0), 960.0, -540.0, -10.0, 0.0);
+    EXPECT_EQ(m.determinant(), 1.0);
+
+    Affine a;
+    a.set(Vec2(5.0, 5.0), Vec2(50.0, 60.0), Vec2(2.0, 3.0), 30.0);
+    Mat4 fromAffine;
+    fromAffine.setWithAffine(a);
+    const Vec2 mapped = a.getTransform(Vec2(7.0, -4.0));
+    expectVec(fromAffine * Vec3(7.0, -4.0, 9.0), mapped.x, mapped.y, 9.0);
+    EXPECT_TRUE(fromAffine.getAffine() == a);
+}
