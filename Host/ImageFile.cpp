@@ -28,27 +28,27 @@ ImageFile::ImageFile(int width, int height, int channels, OIIO::TypeDesc type)
 }
 
 ImageFile ImageFile::read(const std::string& path) {
-  // Ask for alpha as stored where the format keeps it straight (PNG, TIFF); associated
-  // data (EXR) is divided out below, since host worlds hold straight alpha.
+  // Ask for alpha as stored where the format keeps it straight (PNG, TIFF); EXR keeps it
+  // associated, and that is divided out below, since host worlds hold straight alpha.
   OIIO::ImageSpec config;
   config.attribute("oiio:UnassociatedAlpha", 1);
   auto in = OIIO::ImageInput::open(path, &config);
   if (!in) {
     throw fileError("read image", path, OIIO::geterror());
   }
-  const OIIO::ImageSpec& spec = in->spec();
-  if (spec.width <= 0 || spec.height <= 0 || spec.nchannels < 1 || spec.depth > 1) {
+  const OIIO::ImageSpec header = in->spec_dimensions(0);
+  if (header.width <= 0 || header.height <= 0 || header.nchannels < 1 || header.depth > 1) {
     throw fileError("read image", path, "not a 2-D image with channels");
   }
-  const int n = spec.nchannels;
-  std::vector<float> raw(static_cast<size_t>(spec.width) * spec.height * n);
+  const int n = header.nchannels;
+  std::vector<float> raw(static_cast<size_t>(header.width) * header.height * n);
   if (!in->read_image(0, 0, 0, n, OIIO::TypeDesc::FLOAT, raw.data())) {
     throw fileError("read image", path, in->geterror());
   }
   const bool hasAlpha = n == 2 || n >= 4;
-  const bool associated = hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
-  ImageFile image(spec.width, spec.height, std::min(n, 4), spec.format);
-  for (size_t p = 0; p < static_cast<size_t>(spec.width) * spec.height; ++p) {
+  const bool associated = hasAlpha && std::string(in->format_name()) == "openexr";
+  ImageFile image(header.width, header.height, std::min(n, 4), header.format);
+  for (size_t p = 0; p < static_cast<size_t>(header.width) * header.height; ++p) {
     const float* s = &raw[p * n];
     float* d = &image.mPixels[p * 4];
     if (n <= 2) {
@@ -73,9 +73,9 @@ void ImageFile::write(const std::string& path) const {
     throw fileError("write image", path, OIIO::geterror());
   }
   const bool premultiply = std::string(out->format_name()) == "openexr";
-  OIIO::ImageSpec spec(mWidth, mHeight, mChannels, mType);
-  if (mChannels == 2 || mChannels == 4) spec.alpha_channel = mChannels - 1;
-  spec.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
+  OIIO::ImageSpec header(mWidth, mHeight, mChannels, mType);
+  if (mChannels == 2 || mChannels == 4) header.alpha_channel = mChannels - 1;
+  header.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
   std::vector<float> raw(static_cast<size_t>(mWidth) * mHeight * mChannels);
   for (size_t p = 0; p < static_cast<size_t>(mWidth) * mHeight; ++p) {
     const float* s = &mPixels[p * 4];
@@ -91,7 +91,7 @@ void ImageFile::write(const std::string& path) const {
   }
   const std::string slash = path.find('/') == std::string::npos ? "" : path.substr(0, path.find_last_of('/') + 1);
   const std::string temporary = slash + ".fxhost-" + std::to_string(getpid()) + "-" + path.substr(slash.size());
-  if (!out->open(temporary, spec) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) || !out->close()) {
+  if (!out->open(temporary, header) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) || !out->close()) {
     const std::string why = out->geterror();
     std::remove(temporary.c_str());
     throw fileError("write image", path, why);
