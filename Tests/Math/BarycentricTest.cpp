@@ -13,60 +13,30 @@ static void expectWeights(const Barycentric& b, double u, double v, double w)
     EXPECT_NEAR(b.w, w, 1e-15);
 }
 
-TEST(Barycentric, WeightsInsideAndOutsideTheTriangle)
+TEST(Barycentric, WeightsInsideOutsideAndOffThePlane)
 {
     const Vec2 a(0.0, 0.0), b(1.0, 0.0), c(0.0, 1.0);
-    expectWeights(Barycentric(a, b, c, a), 1.0, 0.0, 0.0);
-    expectWeights(Barycentric(a, b, c, b), 0.0, 1.0, 0.0);
-    expectWeights(Barycentric(a, b, c, c), 0.0, 0.0, 1.0);
-    Barycentric inside(a, b, c, Vec2(0.25, 0.25));
-    expectWeights(inside, 0.5, 0.25, 0.25);
-    EXPECT_TRUE(inside.isInside());
-
+    expectWeights(Barycentric(a, b, c, Vec2(0.25, 0.25)), 0.5, 0.25, 0.25);
     Barycentric outside(a, b, c, Vec2(2.0, 2.0));
     expectWeights(outside, -3.0, 2.0, 2.0);
     EXPECT_FALSE(outside.isInside());
-    const Vec2 back = outside.interpolate(a, b, c);
-    EXPECT_NEAR(back.x, 2.0, 1e-15);
-    EXPECT_NEAR(back.y, 2.0, 1e-15);
-
-    // Off the plane, the projection's weights; in four dimensions likewise.
+    EXPECT_NEAR(outside.interpolate(a, b, c).x, 2.0, 1e-15);
     expectWeights(Barycentric(Vec3(), Vec3(1.0, 0.0, 0.0), Vec3(0.0, 1.0, 0.0), Vec3(0.25, 0.25, 5.0)), 0.5, 0.25,
                   0.25);
-    expectWeights(Barycentric(Vec4(0.0, 0.0, 0.0, 1.0), Vec4(2.0, 0.0, 0.0, 1.0), Vec4(0.0, 2.0, 0.0, 1.0),
-                              Vec4(0.5, 1.0, 0.0, 1.0)),
-                  0.25, 0.25, 0.5);
-}
-
-TEST(Barycentric, DegenerateTrianglesAreNeverInside)
-{
     Barycentric collinear(Vec2(0.0, 0.0), Vec2(1.0, 1.0), Vec2(2.0, 2.0), Vec2(0.5, 0.5));
     EXPECT_TRUE(std::isnan(collinear.u));
     EXPECT_FALSE(collinear.isInside());
-    Barycentric point(Vec2(1.0, 1.0), Vec2(1.0, 1.0), Vec2(1.0, 1.0), Vec2(0.5, 0.5));
-    EXPECT_TRUE(std::isnan(point.v));
-    EXPECT_FALSE(point.isInside());
 }
 
-TEST(Barycentric, InsideHasNoToleranceAndNoUpperBoundOnW)
+TEST(Barycentric, InsideHasNoToleranceAndColoursBlendAlpha)
 {
     EXPECT_FALSE(Barycentric(1.0000001, 0.0, 0.0).isInside());
-    EXPECT_TRUE(Barycentric(1.0, 0.0, 0.0).isInside());
-    EXPECT_TRUE(Barycentric(0.0, 0.0, 1.0).isInside());
     EXPECT_FALSE(Barycentric(-1e-16, 0.5, 0.5).isInside());
-    EXPECT_FALSE(Barycentric(0.5, 0.5, -1e-16).isInside());
     EXPECT_TRUE(Barycentric(0.5, 0.5, 2.0).isInside());
-}
 
-TEST(Barycentric, ColoursBlendAlphaAlike)
-{
     const Color red(1.0, 0.0, 0.0, 1.0), green(0.0, 1.0, 0.0, 0.5), clear(0.0, 0.0, 1.0, 0.0);
-    Barycentric weights(0.5, 0.25, 0.25);
-    const Color mixed = weights.interpolate(red, green, clear);
-    EXPECT_EQ(mixed.r(), 0.5);
+    const Color mixed = Barycentric(0.5, 0.25, 0.25).interpolate(red, green, clear);
     EXPECT_EQ(mixed.g(), 0.25);
-    EXPECT_EQ(mixed.b(), 0.25);
     EXPECT_EQ(mixed.a(), 0.625);
-    // The weights of a colour in the triangle of colours come back.
     expectWeights(Barycentric(red, green, clear, mixed), 0.5, 0.25, 0.25);
 }
