@@ -1,6 +1,8 @@
 #include "AEOpenglMainFrameBuffer.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <new>
 
 #include <glbinding/gl/gl.h>
@@ -21,6 +23,86 @@ void deleteFramebuffer(unsigned int& name)
         glDeleteFramebuffers(1, &name);
         name = 0;
     }
+}
+
+// The steps that every render texture shares. Magnification is set before minification;
+// GL_NONE as `magFilter` leaves GL's default, GL_LINEAR. Level 0 is zeroed from GL_RGBA bytes in
+// every internal format, so no float data is needed.
+GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum minFilter, GLenum magFilter)
+{
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    if (magFilter != GL_NONE)
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(magFilter));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(minFilter));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<GLint>(GL_CLAMP_TO_EDGE));
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<GLint>(GL_CLAMP_TO_EDGE));
+    // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
+    const std::size_t byteCount = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+    unsigned char* bytes = new (std::nothrow) unsigned char[byteCount]();
+    if (bytes == nullptr) {
+        glBindTexture(GL_TEXTURE_2D, 0);
+        glDeleteTextures(1, &texture);
+        throw int(PF_Err_OUT_OF_MEMORY);
+    }
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 bytes);
+    delete[] bytes;
+    glBindTexture(GL_TEXTURE_2D, 0);
+    return texture;
+}
+
+// A size's components truncated to texture dimensions. False for NaN, negative values and
+// dimensions the driver refuses, before any host buffer is sized from them.
+bool textureSize(const Vec2& size, GLsizei& width, GLsizei& height)
+{
+    GLint maxSize = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize);
+    if (!(size.x >= 0.0 && size.x < static_cast<double>(maxSize) + 1.0 && size.y >= 0.0 &&
+          size.y < static_cast<double>(maxSize) + 1.0))
+        return false;
+    width = static_cast<GLsizei>(size.x);
+    height = static_cast<GLsizei>(size.y);
+    return true;
+}
+
+// Truncated to an int, with NaN and negative values as 0 so that the conversion is defined.
+GLsizei viewportExtent(double v)
+{
+    if (!(v > 0.0))
+        return 0;
+    if (v >= static_cast<double>(std::numeric_limits<GLsizei>::max()))
+        return std::numeric_limits<GLsizei>::max();
+    return static_cast<GLsizei>(v);
+}
+
+GLenum floatMinFilter(bool linear, bool mipmap)
+{
+    // Nearest with mipmaps still blends within a level: GL_LINEAR_MIPMAP_NEAREST.
+    if (mipmap)
+        return linear ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR_MIPMAP_NEAREST;
+    return linear ? GL_LINEAR : GL_NEAREST;
+}
+
+GLenum floatMagFilter(bool linear, bool mipmap)
+{
+    if (mipmap)
+        return GL_NONE;
+    return linear ? GL_LINEAR : GL_NEAREST;
+}
+
+// Step one of both pushes: a temporary frame buffer of the current context, its name kept
+// nowhere; the pop finds it again as the bound draw frame buffer.
+void attachNormalTarget(GLuint texture, GLint level)
+{
+    GLuint temporary = 0;
+    glGenFramebuffers(1, &temporary);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, temporary);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, level);
+    glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
 }
 
 } // namespace
@@ -210,30 +292,72 @@ void AEOpenglMainFrameBuffer::endDrawing(float multiplier16bit)
 
 unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap)
 {
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    if (mipmap) {
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(GL_LINEAR_MIPMAP_LINEAR));
-    } else {
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(GL_LINEAR));
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(GL_LINEAR));
-    }
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<GLint>(GL_CLAMP_TO_EDGE));
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<GLint>(GL_CLAMP_TO_EDGE));
-    // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
-    const std::size_t byteCount = static_cast<std::size_t>(mWidth) * mHeight * 4;
-    unsigned char* bytes = new (std::nothrow) unsigned char[byteCount]();
-    if (bytes == nullptr) {
-        glBindTexture(GL_TEXTURE_2D, 0);
-        glDeleteTextures(1, &texture);
-        throw int(PF_Err_OUT_OF_MEMORY);
-    }
-    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(GL_RGBA), static_cast<GLsizei>(mWidth),
-                 static_cast<GLsizei>(mHeight), 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes);
-    delete[] bytes;
-    glBindTexture(GL_TEXTURE_2D, 0);
-    return texture;
+    return emptyTexture(GL_RGBA, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight),
+                        mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR, mipmap ? GL_NONE : GL_LINEAR);
+}
+
+unsigned int AEOpenglMainFrameBuffer::createRenderTexture(const Vec2& size, bool mipmap)
+{
+    GLsizei width = 0, height = 0;
+    if (!textureSize(size, width, height))
+        return 0;
+    return emptyTexture(GL_RGBA, width, height, mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR,
+                        mipmap ? GL_NONE : GL_LINEAR);
+}
+
+unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(bool linear, bool mipmap)
+{
+    return emptyTexture(GL_RGBA32F, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight),
+                        floatMinFilter(linear, mipmap), floatMagFilter(linear, mipmap));
+}
+
+unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(const Vec2& size, bool linear, bool mipmap)
+{
+    GLsizei width = 0, height = 0;
+    if (!textureSize(size, width, height))
+        return 0;
+    return emptyTexture(GL_RGBA32F, width, height, floatMinFilter(linear, mipmap), floatMagFilter(linear, mipmap));
+}
+
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture)
+{
+    attachNormalTarget(texture, 0);
+}
+
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture, const Vec2& size, int level)
+{
+    attachNormalTarget(texture, level);
+    glViewport(0, 0, viewportExtent(size.x), viewportExtent(size.y));
+}
+
+void AEOpenglMainFrameBuffer::popNormalRenderContext()
+{
+    GLint bound = 0;
+    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
+    const GLuint temporary = static_cast<GLuint>(bound);
+    // Only a push's frame buffer is taken down: a pop without one must not delete the levels'.
+    if (temporary == 0)
+        return;
+    const auto own = mFramebuffers.find(EGLPlatform::currentContext());
+    if (own != mFramebuffers.end() &&
+        (temporary == own->second.mFramebuffer || temporary == own->second.mResolveFramebuffer ||
+         temporary == own->second.mMultisampleFramebuffer))
+        return;
+
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &temporary);
+    if (mColorStack.empty())
+        return;
+
+    const Framebuffers& set = framebuffers();
+    const GLenum attachment = GL_COLOR_ATTACHMENT0;
+    glBindRenderbuffer(GL_RENDERBUFFER, mColorStack.back());
+    glBindFramebuffer(GL_FRAMEBUFFER, mMultisampled ? set.mMultisampleFramebuffer : set.mFramebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, mColorStack.back());
+    glDrawBuffers(1, &attachment);
+    glViewport(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
 }
 
 }} // namespace Ostrivane::GaussianBlur

@@ -5,6 +5,7 @@
 
 #include "EGLPlatform.h"
 #include "ScreenRender.h"
+#include "Vec2.h"
 
 namespace Ostrivane { namespace GaussianBlur {
 
@@ -38,6 +39,29 @@ public:
     void clearStack();
     /// An empty, zeroed GL_RGBA texture of the frame's size.
     unsigned int createRenderTexture(bool mipmap);
+
+    // Render textures: empty and zeroed, level 0 only, clamped to the edge; the caller owns them.
+    // A `size` holds the width in x and the height in y, truncated to integers; a negative or NaN
+    // component, or one beyond GL_MAX_TEXTURE_SIZE, gives 0 and makes no texture. A host buffer
+    // that can't be had throws the int 4.
+    /// GL_RGBA, linear, or with mipmap GL_LINEAR_MIPMAP_LINEAR for minifying.
+    unsigned int createRenderTexture(const Vec2& size, bool mipmap);
+    /// GL_RGBA32F of the frame's size: linear or nearest, or with mipmap GL_LINEAR_MIPMAP_LINEAR
+    /// and GL_LINEAR_MIPMAP_NEAREST for minifying.
+    unsigned int createFloatRenderTexture(bool linear, bool mipmap);
+    unsigned int createFloatRenderTexture(const Vec2& size, bool linear, bool mipmap);
+
+    // Normal contexts: drawing straight into a caller's texture through a temporary frame buffer
+    // of the current context, above any level and not on the stack. They don't nest.
+    /// Binds level 0 of `texture` and clears it to transparent black; the viewport stays.
+    void pushNormalRenderContext(unsigned int texture);
+    /// The same with mipmap `level`, then the viewport (0, 0, size.x, size.y). Levels above 0 have
+    /// no storage until the caller gives them some (glGenerateMipmap, for instance).
+    void pushNormalRenderContext(unsigned int texture, const Vec2& size, int level);
+    /// Takes down the bound temporary frame buffer, leaving frame buffer 0 bound, or with levels on
+    /// the stack the top level again with the frame's viewport. Without a normal context bound
+    /// (frame buffer 0 or one of the levels') it does nothing.
+    void popNormalRenderContext();
 
     /// The low 16 bits of the frame's size.
     unsigned short width() const { return static_cast<unsigned short>(mWidth); }

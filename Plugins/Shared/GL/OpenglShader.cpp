@@ -1,9 +1,17 @@
 #include "OpenglShader.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <vector>
 
 #include <glbinding/gl/gl.h>
+
+#include "Affine.h"
+#include "Color.h"
+#include "Mat4.h"
+#include "Vec2.h"
+#include "Vec3.h"
+#include "Vec4.h"
 
 using namespace gl;
 
@@ -256,6 +264,63 @@ void OpenglShader::setUniform4fv(const std::string& name, const float* values, i
     const GLint location = getUniformLocation(name);
     if (location != -1)
         glUniform4fv(location, count, values);
+}
+
+void OpenglShader::setUniform2f(const std::string& name, const Vec2& v) const
+{
+    setUniform2f(name, static_cast<float>(v.x), static_cast<float>(v.y));
+}
+
+void OpenglShader::setUniform3f(const std::string& name, const Vec3& v) const
+{
+    setUniform3f(name, static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z));
+}
+
+void OpenglShader::setUniform4f(const std::string& name, const Vec4& v) const
+{
+    setUniform4f(name, static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z),
+                 static_cast<float>(v.w));
+}
+
+void OpenglShader::setUniform4f(const std::string& name, const Color& colour) const
+{
+    setUniform4f(name, static_cast<float>(colour.r()), static_cast<float>(colour.g()),
+                 static_cast<float>(colour.b()), static_cast<float>(colour.a()));
+}
+
+void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const
+{
+    const GLint location = getUniformLocation(name);
+    if (location == -1 || transforms == nullptr || count < 1)
+        return;
+    std::vector<float> floats(static_cast<std::size_t>(count) * 9);
+    for (int i = 0; i < count; ++i) {
+        // Rows (m0 m1 m2) and (m3 m4 m5) over (0 0 1), written column by column.
+        const double* m = transforms[i].m;
+        float* out = &floats[static_cast<std::size_t>(i) * 9];
+        out[0] = static_cast<float>(m[0]);
+        out[1] = static_cast<float>(m[3]);
+        out[2] = 0.0f;
+        out[3] = static_cast<float>(m[1]);
+        out[4] = static_cast<float>(m[4]);
+        out[5] = 0.0f;
+        out[6] = static_cast<float>(m[2]);
+        out[7] = static_cast<float>(m[5]);
+        out[8] = 1.0f;
+    }
+    glUniformMatrix3fv(location, count, GL_FALSE, floats.data());
+}
+
+void OpenglShader::setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const
+{
+    const GLint location = getUniformLocation(name);
+    if (location == -1 || count < 1)
+        return;
+    // One matrix is converted, so GL is never told to read past its 16 floats.
+    float floats[16];
+    for (int i = 0; i < 16; ++i)
+        floats[i] = static_cast<float>(matrix.e[i]);
+    glUniformMatrix4fv(location, 1, GL_FALSE, floats);
 }
 
 void OpenglShader::setUniformTexture(const std::string& name, int target, int texture, int unit) const

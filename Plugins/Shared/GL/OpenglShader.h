@@ -5,6 +5,13 @@
 
 namespace Ostrivane { namespace GaussianBlur {
 
+class Affine;
+class Color;
+class Mat4;
+class Vec2;
+class Vec3;
+class Vec4;
+
 /// The sources of one GL program, built on the first `useProgram` with a context current; the
 /// constructors make no GL call. Every setter is a silent no-op until the program exists and for
 /// names it lacks. A failed build prints its log (cut at 511 characters) on standard output,
@@ -42,6 +49,20 @@ public:
     void setUniform2fv(const std::string& name, const float* values, int count) const;
     void setUniform3fv(const std::string& name, const float* values, int count) const;
     void setUniform4fv(const std::string& name, const float* values, int count) const;
+    // Math types, narrowed from double to float here; GL sees single precision only.
+    void setUniform2f(const std::string& name, const Vec2& v) const;
+    void setUniform3f(const std::string& name, const Vec3& v) const;
+    void setUniform4f(const std::string& name, const Vec4& v) const;
+    /// Red, green, blue, alpha.
+    void setUniform4f(const std::string& name, const Color& colour) const;
+    /// `count` transforms as 3×3 column-major matrices (the translation in the third column);
+    /// nothing is sent for a null array or a count below 1.
+    void setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const;
+    /// The matrix's 16 elements in stored (column-major) order, untransposed. Only the one matrix
+    /// is sent, to the first element of an array uniform, whatever `count` above 1 says; a count
+    /// below 1 sends nothing.
+    void setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const;
+
     /// Binds `texture` to `target` on unit `unit`, which stays active, and points the sampler there.
     void setUniformTexture(const std::string& name, int target, int texture, int unit) const;
 
