@@ -43,6 +43,10 @@ HueAndSaturationRender* WarpRender() {
 
 PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
   SuiteScoper<PF_ANSICallbacksSuite1> ansi(in_data, kPFANSISuite, kPFANSISuiteVersion1, nullptr, nullptr);
+  // A host may report success with a null table: that is a missing suite too.
+  if (!ansi.get()) {
+    throw static_cast<int>(A_Err_MISSING_SUITE);
+  }
   ansi->sprintf(out_data->return_msg, "%s v%d.%d\r%s", kEffectName, kMajorVersion, kMinorVersion, kEffectName);
   return PF_Err_NONE;
 }
