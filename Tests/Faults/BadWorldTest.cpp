@@ -89,10 +89,14 @@ TEST_F(BadWorld, SizesBeyondWhatCanBeAllocatedAreAnErrorWithTheOutputAlone) {
   struct Case {
     const char* name;
     A_long width, height;
+    bool output;  // the output makes the claim, else the input
   } cases[] = {
-      {"pixel count beyond 32 bits", 70000, 70000},
-      {"byte count beyond 32 bits", 40000, 30000},
-      {"one row beyond 31 bits", 0x20000000, 1},
+      {"pixel count beyond 32 bits", 70000, 70000, false},
+      {"byte count beyond 32 bits", 40000, 30000, false},
+      {"one row beyond 31 bits", 0x20000000, 1, false},
+      // Found by the host-boundary fuzzer: rows of the overlap were copied a claimed row apart.
+      {"output a million pixels wide", 1 << 20, 3, true},
+      {"output byte count beyond 32 bits", 40000, 30000, true},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -100,12 +104,13 @@ TEST_F(BadWorld, SizesBeyondWhatCanBeAllocatedAreAnErrorWithTheOutputAlone) {
     known::fillPattern(input);
     output.fill(kMark);
     const std::vector<uint8_t> marked = output.pixelBytes();
-    const PF_Err err = renderLying(input, output, [&](PF_LayerDef& in, PF_LayerDef&) {
-      in.width = c.width;
-      in.height = c.height;
-      in.rowbytes = static_cast<A_long>(std::min<int64_t>(int64_t{c.width} * 4, 0x7fffffff));
+    const PF_Err err = renderLying(input, output, [&](PF_LayerDef& in, PF_LayerDef& out) {
+      PF_LayerDef& def = c.output ? out : in;
+      def.width = c.width;
+      def.height = c.height;
+      def.rowbytes = static_cast<A_long>(std::min<int64_t>(int64_t{c.width} * 4, 0x7fffffff));
     });
-    // Refused before anything is allocated: larger than any texture the driver makes.
+    // Refused before anything is allocated: larger than any frame the driver can make.
     EXPECT_EQ(err, PF_Err_BAD_CALLBACK_PARAM);
     EXPECT_EQ(output.pixelBytes(), marked);
     EXPECT_EQ(host->suites().calls(fxhost::Callback::NewHandle), 0);

@@ -177,8 +177,9 @@ PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
     const A_long height = input->height;
     // A frame larger than the driver's textures and renderbuffers would draw nothing and
     // read back zeros with success; the host gets an error instead, its output untouched.
+    // An output of such a size cannot be a frame of ours either, whatever its rows claim.
     const A_long largest = LargestFrameSide();
-    if (width > largest || height > largest) {
+    if (width > largest || height > largest || output->width > largest || output->height > largest) {
       throw static_cast<int>(PF_Err_OUT_OF_MEMORY);
     }
     frameBuffer->prepare(width, height, true);
