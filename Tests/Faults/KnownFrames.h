@@ -4,8 +4,6 @@
 // or saturation at or below 1 changes it.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <string>
 
