@@ -36,9 +36,9 @@ cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=None -DOSTRIVANE_BENCH=OFF \
 supp="$PWD/scripts/sanitize-lsan.supp"
 export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:${UBSAN_OPTIONS:-}"
 export LSAN_OPTIONS="suppressions=$supp:print_suppressions=0:${LSAN_OPTIONS:-}"
-export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:${TSAN_OPTIONS:-}"
-# Mesa's shader compiler and llvmpipe keep their own caches for the life of the
-# process; leaks are still checked, but only at exit, against the suppressions.
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$PWD/scripts/sanitize-tsan.supp:${TSAN_OPTIONS:-}"
+# Leaks are checked at exit; what the GL stack keeps for the life of the process is
+# named in the suppressions. Mesa's on-disk shader cache is kept out of the runs.
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:halt_on_error=1:strict_string_checks=1:detect_stack_use_after_return=0:${ASAN_OPTIONS:-}"
 export MESA_SHADER_CACHE_DISABLE=true
 
