@@ -20,7 +20,8 @@ size_t HostWorld::pixelSize(Depth depth) {
   return 4;
 }
 
-HostWorld::HostWorld(int width, int height, Depth depth, int padBytes) : mDepth(depth), mDef() {
+HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
+    : mDepth(depth), mWidth(width), mHeight(height), mDef() {
   if (width < 0 || height < 0 || padBytes < 0) {
     throw std::invalid_argument("world size must not be negative");
   }
@@ -31,7 +32,8 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes) : mDepth(
     throw std::invalid_argument("world row is too large");
   }
   mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
-  mDef.rowbytes = static_cast<A_long>(rowbytes);  // row() steps by it, so it comes before the clearing
+  mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the clearing
+  mDef.rowbytes = mRowbytes;
   for (int y = 0; y < height; ++y) {
     std::memset(row(y), 0, static_cast<size_t>(width) * px);
   }

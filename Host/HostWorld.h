@@ -1,7 +1,10 @@
 // A host-owned image in the host's layout: channels A, R, G, B at 8 bits,
 // 16 bits (white at 32768) or 32-bit float, rows `rowbytes` apart. Every row is
 // followed by padding, and the buffer by a tail, filled with a guard pattern
-// that guardsIntact() checks, so a write past a row's end is caught.
+// that guardsIntact() checks, so a write past a row's end is caught. The world
+// keeps its true geometry apart from the definition it lends out, so a test may
+// make the definition lie (rowbytes, sizes) while the guards are still checked
+// against the memory that really exists.
 #pragma once
 
 #include <cstddef>
@@ -25,9 +28,9 @@ class HostWorld {
   HostWorld& operator=(const HostWorld&) = delete;
 
   PF_LayerDef* def() { return &mDef; }
-  int width() const { return mDef.width; }
-  int height() const { return mDef.height; }
-  int rowbytes() const { return mDef.rowbytes; }
+  int width() const { return mWidth; }
+  int height() const { return mHeight; }
+  int rowbytes() const { return mRowbytes; }
   Depth depth() const { return mDepth; }
   PF_PixelFormat pixelFormat() const;
   static size_t pixelSize(Depth depth);
@@ -45,10 +48,13 @@ class HostWorld {
   static HostWorld* fromDef(const PF_LayerDef* def);
 
  private:
-  uint8_t* row(int y) { return mStorage.data() + static_cast<size_t>(y) * mDef.rowbytes; }
-  const uint8_t* row(int y) const { return mStorage.data() + static_cast<size_t>(y) * mDef.rowbytes; }
+  uint8_t* row(int y) { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
+  const uint8_t* row(int y) const { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
 
   Depth mDepth;
+  int mWidth;
+  int mHeight;
+  int mRowbytes = 0;
   std::vector<uint8_t> mStorage;
   PF_LayerDef mDef;
 };

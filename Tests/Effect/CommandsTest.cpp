@@ -12,12 +12,17 @@ TEST_F(HostFixture, AboutWritesNameAndVersionAndReleasesTheSuite) {
 }
 
 TEST_F(HostFixture, AboutWithoutAnsiSuiteIs516AndLeavesMessageAlone) {
-  host->faults().missingSuites.insert("PF ANSI Suite");
-  std::strcpy(host->outData().return_msg, "untouched");
-  host->outData().out_flags = 0;
-  EXPECT_EQ(host->about(), PF_Err_BAD_CALLBACK_PARAM);
-  EXPECT_STREQ(host->outData().return_msg, "untouched");
-  EXPECT_EQ(host->outData().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
+  // Missing, or reported as acquired with a null table: the same to the effect.
+  for (bool nullTable : {false, true}) {
+    SCOPED_TRACE(nullTable ? "null table" : "missing");
+    host->faults().clear();
+    (nullTable ? host->faults().nullTableSuites : host->faults().missingSuites).insert("PF ANSI Suite");
+    std::strcpy(host->outData().return_msg, "untouched");
+    host->outData().out_flags = 0;
+    EXPECT_EQ(host->about(), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_STREQ(host->outData().return_msg, "untouched");
+    EXPECT_EQ(host->outData().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
+  }
 }
 
 TEST_F(HostFixture, GlobalSetupDeclaresVersionAndOnlySmartRender) {

@@ -12,8 +12,9 @@ using namespace Ostrivane::GaussianBlur;
 namespace {
 
 // Fails the next allocation of the size of a context on this thread, to make the construction of
-// a render context throw inside the manager's lock. The library's operator delete frees with
-// std::free, so it pairs with this replacement.
+// a render context throw inside the manager's lock. The plain and nothrow forms of new and
+// the forms of delete that free them are replaced together, so every pair stays matched
+// under AddressSanitizer too (the array forms go through the runtime's own pair).
 thread_local bool tFailNextContextAllocation = false;
 
 } // namespace
@@ -28,6 +29,31 @@ void* operator new(std::size_t size)
         return memory;
     throw std::bad_alloc();
 }
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+// The compiler takes these for a free() of memory from the standard operator new; here
+// new is malloc, so the pair matches.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+#pragma GCC diagnostic pop
 
 namespace {
 

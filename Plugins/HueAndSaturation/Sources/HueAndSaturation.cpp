@@ -1,5 +1,6 @@
 #include "HueAndSaturation.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -43,6 +44,10 @@ HueAndSaturationRender* WarpRender() {
 
 PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
   SuiteScoper<PF_ANSICallbacksSuite1> ansi(in_data, kPFANSISuite, kPFANSISuiteVersion1, nullptr, nullptr);
+  // A host may report success with a null table: that is a missing suite too.
+  if (!ansi.get()) {
+    throw static_cast<int>(A_Err_MISSING_SUITE);
+  }
   ansi->sprintf(out_data->return_msg, "%s v%d.%d\r%s", kEffectName, kMajorVersion, kMinorVersion, kEffectName);
   return PF_Err_NONE;
 }
@@ -135,6 +140,14 @@ void CheckinParam(PF_InData* in_data, PF_ParamDef& record, PF_Err& err) {
   if (!err) err = checkin;
 }
 
+// The largest width or height the current context can upload, draw and read back.
+A_long LargestFrameSide() {
+  gl::GLint texture = 0, renderbuffer = 0;
+  gl::glGetIntegerv(gl::GL_MAX_TEXTURE_SIZE, &texture);
+  gl::glGetIntegerv(gl::GL_MAX_RENDERBUFFER_SIZE, &renderbuffer);
+  return std::min(texture, renderbuffer);
+}
+
 PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
   if (!extra || !extra->cb) {
     return PF_Err_BAD_CALLBACK_PARAM;
@@ -162,6 +175,13 @@ PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
     AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
     const A_long width = input->width;
     const A_long height = input->height;
+    // A frame larger than the driver's textures and renderbuffers would draw nothing and
+    // read back zeros with success; the host gets an error instead, its output untouched.
+    // An output of such a size cannot be a frame of ours either, whatever its rows claim.
+    const A_long largest = LargestFrameSide();
+    if (width > largest || height > largest || output->width > largest || output->height > largest) {
+      throw static_cast<int>(PF_Err_OUT_OF_MEMORY);
+    }
     frameBuffer->prepare(width, height, true);
     drawing = true;
     frameBuffer->beginDrawing();

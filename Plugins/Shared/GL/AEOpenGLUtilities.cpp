@@ -63,6 +63,10 @@ void IterateFloat(PF_InData* in_data, PF_LayerDef* src, FloatCopyRefcon& refcon,
                   PF_LayerDef* dst) {
   SuiteScoper<PF_iterateFloatSuite1> iterateSuite(in_data, kPFIterateFloatSuite, kPFIterateFloatSuiteVersion1,
                                                   nullptr, nullptr);
+  // A host may report success with a null table: that is a missing suite too.
+  if (!iterateSuite.get()) {
+    throw static_cast<int>(A_Err_MISSING_SUITE);
+  }
   if (const PF_Err err = iterateSuite->iterate(in_data, 0, src->height, src, nullptr, &refcon, fn, dst)) {
     throw static_cast<int>(err);
   }
@@ -173,6 +177,9 @@ unsigned int AEOpenGLUtilities::UploadTexture(int format, PF_LayerDef* input, PF
 void AEOpenGLUtilities::DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef*, PF_LayerDef* output,
                                         PF_InData* in_data, int format, unsigned long pixelSize, GLenum pixelType) {
   SuiteScoper<PF_HandleSuite1> handleSuite(in_data, kPFHandleSuite, kPFHandleSuiteVersion1, nullptr, nullptr);
+  if (!handleSuite.get()) {
+    throw static_cast<int>(A_Err_MISSING_SUITE);
+  }
   // The read-back buffer is sized by pixelSize, filled by pixelType and copied by format: if
   // the three disagree, GL or the row copies would run past it.
   if (PixelSize(format) == 0 || pixelSize != PixelSize(format) || pixelType != PixelType(format)) {
