@@ -1,0 +1,191 @@
+// OstrivaneBench: the frame benchmark and its diagnostic modes. scripts/bench.sh runs them all.
+//   OstrivaneBench [google benchmark flags]        frames through the bundle, and the floors
+//   OstrivaneBench --first-frame WxH               one fresh process: bundle load to first frame
+//   OstrivaneBench --split WxH FRAMES              the frame's steps, median milliseconds each
+//   OstrivaneBench --memory WxH FRAMES             resident memory and live GL objects over FRAMES
+//   OstrivaneBench --write-raw WxH FILE            the benchmark frame as packed ARGB bytes
+// The modes print "key value" lines on standard output, after whatever the GL runtime reports.
+#include <benchmark/benchmark.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "BenchFrame.h"
+#include "EffectHost.h"
+#include "FrameSteps.h"
+#include "ObjectCensus.h"
+
+using namespace Ostrivane::GaussianBlur;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double msSince(Clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0.0 : values[values.size() / 2];
+}
+
+void setParameters(fxhost::EffectHost& host)
+{
+    host.setParamValue(host.paramIndex("Hue Value"), BenchFrame::kHueDegrees);
+    host.setParamValue(host.paramIndex("Saturation"), BenchFrame::kSaturation);
+}
+
+int firstFrame(int width, int height)
+{
+    fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
+    fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
+    BenchFrame::fill(input);
+    const Clock::time_point start = Clock::now();
+    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    const bool setUp = host.globalSetup() == PF_Err_NONE && host.paramsSetup() == PF_Err_NONE;
+    setParameters(host);
+    const bool rendered = setUp && host.renderFrame(input, output) == PF_Err_NONE;
+    const double first = msSince(start);
+    const Clock::time_point again = Clock::now();
+    host.renderFrame(input, output);
+    const double second = msSince(again);
+    std::fflush(stdout);
+    std::printf("first_frame_ms %.3f\nsecond_frame_ms %.3f\n", first, second);
+    return rendered && host.violations().empty() ? 0 : 1;
+}
+
+int split(int width, int height, int frames)
+{
+    FrameSteps steps(width, height);
+    for (int i = 0; i < 3; ++i)
+        steps.run();
+    std::vector<double> begin, upload, draw, resolve, finalPass, readBack, total;
+    for (int i = 0; i < frames; ++i) {
+        const FrameSteps::Times t = steps.run();
+        begin.push_back(t.begin);
+        upload.push_back(t.upload);
+        draw.push_back(t.draw);
+        resolve.push_back(t.resolve);
+        finalPass.push_back(t.finalPass);
+        readBack.push_back(t.readBack);
+        total.push_back(t.total());
+    }
+    std::fflush(stdout);
+    std::printf("split_begin_ms %.3f\nsplit_upload_ms %.3f\nsplit_draw_ms %.3f\nsplit_resolve_ms %.3f\n"
+                "split_final_ms %.3f\nsplit_readback_ms %.3f\nsplit_total_ms %.3f\n",
+                median(begin), median(upload), median(draw), median(resolve), median(finalPass), median(readBack),
+                median(total));
+    return 0;
+}
+
+// The census is taken from inside the frame: the effect reads its first parameter with its own
+// render context current, so a wrapper around that callback sees the effect's share group.
+PF_Err (*gCheckoutParam)(PF_ProgPtr, PF_ParamIndex, A_long, A_long, A_u_long, PF_ParamDef*) = nullptr;
+bool gTakeCensus = false;
+ObjectCensus gCensus;
+constexpr unsigned int kCensusNames = 1u << 16;
+
+PF_Err checkoutParamWithCensus(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_long step, A_u_long scale,
+                               PF_ParamDef* param)
+{
+    if (gTakeCensus && index == 1) {
+        gCensus = ObjectCensus::take(kCensusNames);
+        gTakeCensus = false;
+    }
+    return gCheckoutParam(ref, index, time, step, scale, param);
+}
+
+long residentKiB()
+{
+    long pages = 0, resident = 0;
+    std::ifstream statm("/proc/self/statm");
+    statm >> pages >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+int memory(int width, int height, int frames)
+{
+    constexpr int kSettle = 10;
+    fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
+    fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
+    BenchFrame::fill(input);
+    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    host.globalSetup();
+    host.paramsSetup();
+    setParameters(host);
+    gCheckoutParam = host.inData().inter.checkout_param;
+    host.inData().inter.checkout_param = checkoutParamWithCensus;
+
+    bool failed = false;
+    long settledKiB = 0, peakKiB = 0;
+    ObjectCensus settled;
+    for (int frame = 1; frame <= kSettle + frames; ++frame) {
+        gTakeCensus = frame == kSettle || frame == kSettle + frames;
+        failed |= host.renderFrame(input, output) != PF_Err_NONE;
+        if (frame == kSettle) {
+            settled = gCensus;
+            settledKiB = residentKiB();
+        }
+        peakKiB = std::max(peakKiB, residentKiB());
+    }
+    const long finalKiB = residentKiB();
+    std::fflush(stdout);
+    std::printf("memory_frames %d\nrss_settled_kib %ld\nrss_final_kib %ld\nrss_peak_kib %ld\nrss_growth_kib %ld\n"
+                "gl_objects_settled %d\ngl_objects_final %d\ngl_census_settled %s\ngl_census_final %s\n",
+                frames, settledKiB, finalKiB, peakKiB, finalKiB - settledKiB, settled.total(), gCensus.total(),
+                settled.describe().c_str(), gCensus.describe().c_str());
+    return failed || !host.violations().empty() ? 1 : 0;
+}
+
+int writeRaw(int width, int height, const char* path)
+{
+    const std::vector<uint8_t> bytes = BenchFrame::packed(width, height);
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return file ? 0 : 1;
+}
+
+int usage()
+{
+    std::fprintf(stderr, "usage: OstrivaneBench [--first-frame WxH | --split WxH FRAMES | --memory WxH FRAMES | "
+                         "--write-raw WxH FILE | benchmark flags]\n");
+    return 2;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc >= 3 && argv[1][0] == '-' && argv[1][1] == '-' && std::strncmp(argv[1], "--benchmark", 11) != 0) {
+        const std::string mode = argv[1];
+        int width = 0, height = 0;
+        if (!BenchFrame::parseSize(argv[2], width, height))
+            return usage();
+        const int count = argc >= 4 ? std::atoi(argv[3]) : 0;
+        if (mode == "--first-frame")
+            return firstFrame(width, height);
+        if (mode == "--split" && count > 0)
+            return split(width, height, count);
+        if (mode == "--memory" && count > 0)
+            return memory(width, height, count);
+        if (mode == "--write-raw" && argc >= 4)
+            return writeRaw(width, height, argv[3]);
+        return usage();
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return usage();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
