@@ -4,6 +4,7 @@
 //   OstrivaneBench --split WxH FRAMES              the frame's steps, median milliseconds each
 //   OstrivaneBench --memory WxH FRAMES             resident memory and live GL objects over FRAMES
 //   OstrivaneBench --write-raw WxH FILE            the benchmark frame as packed ARGB bytes
+//   OstrivaneBench --digest WxH                    hashes of output bytes and codes, to compare builds
 // The modes print "key value" lines on standard output, after whatever the GL runtime reports.
 #include <benchmark/benchmark.h>
 
@@ -155,10 +156,61 @@ int writeRaw(int width, int height, const char* path)
     return file ? 0 : 1;
 }
 
+// FNV-1a over the output's pixels: two builds that leave the same pixels print the same lines.
+uint64_t digest(const std::vector<uint8_t>& bytes)
+{
+    uint64_t hash = 1469598103934665603ull;
+    for (uint8_t byte : bytes)
+        hash = (hash ^ byte) * 1099511628211ull;
+    return hash;
+}
+
+// The benchmark frame, and a 4096 x 4096 frame of every 24-bit colour with alpha stepping by
+// row, through a spread of settings, including an odd size with padded rows.
+int digests(int width, int height)
+{
+    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    host.globalSetup();
+    host.paramsSetup();
+    const double settings[][2] = {{0, 1}, {90, 1.5}, {200, 0}, {359.5, 2}, {45, 0.7}};
+    auto run = [&](fxhost::HostWorld& input, const char* name) {
+        for (const auto& setting : settings) {
+            fxhost::HostWorld output(input.width(), input.height(), fxhost::Depth::Eight, 12);
+            host.setParamValue(host.paramIndex("Hue Value"), setting[0]);
+            host.setParamValue(host.paramIndex("Saturation"), setting[1]);
+            const PF_Err err = host.renderFrame(input, output);
+            std::printf("digest %s %dx%d hue %g saturation %g code %d pixels %016llx guards %d\n", name,
+                        input.width(), input.height(), setting[0], setting[1], static_cast<int>(err),
+                        static_cast<unsigned long long>(digest(output.pixelBytes())), output.guardsIntact() ? 1 : 0);
+        }
+    };
+    fxhost::HostWorld pattern(width, height, fxhost::Depth::Eight, 20);
+    BenchFrame::fill(pattern);
+    run(pattern, "pattern");
+    fxhost::HostWorld odd(333, 177, fxhost::Depth::Eight, 8);
+    BenchFrame::fill(odd);
+    run(odd, "pattern");
+    fxhost::HostWorld cube(4096, 4096, fxhost::Depth::Eight);
+    PF_LayerDef* def = cube.def();
+    for (int y = 0; y < 4096; ++y) {
+        uint8_t* row = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+        for (int x = 0; x < 4096; ++x) {
+            const uint32_t colour = static_cast<uint32_t>(y) * 4096 + static_cast<uint32_t>(x);
+            row[4 * x] = static_cast<uint8_t>((y * 7) & 0xff);
+            row[4 * x + 1] = static_cast<uint8_t>(colour >> 16);
+            row[4 * x + 2] = static_cast<uint8_t>(colour >> 8);
+            row[4 * x + 3] = static_cast<uint8_t>(colour);
+        }
+    }
+    run(cube, "cube");
+    std::fflush(stdout);
+    return host.violations().empty() ? 0 : 1;
+}
+
 int usage()
 {
     std::fprintf(stderr, "usage: OstrivaneBench [--first-frame WxH | --split WxH FRAMES | --memory WxH FRAMES | "
-                         "--write-raw WxH FILE | benchmark flags]\n");
+                         "--write-raw WxH FILE | --digest WxH | benchmark flags]\n");
     return 2;
 }
 
@@ -178,6 +230,8 @@ int main(int argc, char** argv)
             return split(width, height, count);
         if (mode == "--memory" && count > 0)
             return memory(width, height, count);
+        if (mode == "--digest")
+            return digests(width, height);
         if (mode == "--write-raw" && argc >= 4)
             return writeRaw(width, height, argv[3]);
         return usage();
