@@ -1,6 +1,7 @@
 #include "BenchFrame.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace Ostrivane { namespace GaussianBlur {
@@ -34,6 +35,12 @@ std::vector<uint8_t> BenchFrame::packed(int width, int height)
         for (int x = 0; x < width; ++x)
             pixel(x, y, width, height, &bytes[(static_cast<size_t>(y) * width + x) * 4]);
     return bytes;
+}
+
+std::string BenchFrame::bundlePath()
+{
+    const char* chosen = std::getenv("OSTRIVANE_BENCH_BUNDLE");
+    return chosen && *chosen ? chosen : OSTRIVANE_BUNDLE_PATH;
 }
 
 bool BenchFrame::parseSize(const std::string& text, int& width, int& height)

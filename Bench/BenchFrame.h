@@ -23,6 +23,10 @@ public:
     /// The same pixels tightly packed, A, R, G, B, row 0 first: what the peers read.
     static std::vector<uint8_t> packed(int width, int height);
 
+    /// The bundle under test: $OSTRIVANE_BENCH_BUNDLE when set (to compare two builds), else the
+    /// one this build made.
+    static std::string bundlePath();
+
     /// "1920x1080" into its two numbers; false when malformed.
     static bool parseSize(const std::string& text, int& width, int& height);
 };

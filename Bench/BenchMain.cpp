@@ -52,7 +52,7 @@ int firstFrame(int width, int height)
     fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
     BenchFrame::fill(input);
     const Clock::time_point start = Clock::now();
-    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    fxhost::EffectHost host(BenchFrame::bundlePath());
     const bool setUp = host.globalSetup() == PF_Err_NONE && host.paramsSetup() == PF_Err_NONE;
     setParameters(host);
     const bool rendered = setUp && host.renderFrame(input, output) == PF_Err_NONE;
@@ -120,7 +120,7 @@ int memory(int width, int height, int frames)
     fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
     fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
     BenchFrame::fill(input);
-    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    fxhost::EffectHost host(BenchFrame::bundlePath());
     host.globalSetup();
     host.paramsSetup();
     setParameters(host);
@@ -169,7 +169,7 @@ uint64_t digest(const std::vector<uint8_t>& bytes)
 // row, through a spread of settings, including an odd size with padded rows.
 int digests(int width, int height)
 {
-    fxhost::EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    fxhost::EffectHost host(BenchFrame::bundlePath());
     host.globalSetup();
     host.paramsSetup();
     const double settings[][2] = {{0, 1}, {90, 1.5}, {200, 0}, {359.5, 2}, {45, 0.7}};

@@ -23,7 +23,7 @@ namespace {
 fxhost::EffectHost& sharedHost()
 {
     static fxhost::EffectHost* host = [] {
-        auto* made = new fxhost::EffectHost(OSTRIVANE_BUNDLE_PATH);
+        auto* made = new fxhost::EffectHost(BenchFrame::bundlePath());
         made->globalSetup();
         made->paramsSetup();
         made->setParamValue(made->paramIndex("Hue Value"), BenchFrame::kHueDegrees);
