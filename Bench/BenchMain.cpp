@@ -8,6 +8,7 @@
 // The modes print "key value" lines on standard output, after whatever the GL runtime reports.
 #include <benchmark/benchmark.h>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -65,12 +66,30 @@ int firstFrame(int width, int height)
     return rendered && host.violations().empty() ? 0 : 1;
 }
 
+// CPU time of all the process's threads, and its minor page faults: less disturbed than wall
+// time by other work on the machine.
+struct Usage {
+    double cpuMs = 0;
+    long faults = 0;
+    static Usage now()
+    {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        Usage u;
+        u.cpuMs = (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3 +
+                  (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
+        u.faults = usage.ru_minflt;
+        return u;
+    }
+};
+
 int split(int width, int height, int frames)
 {
     FrameSteps steps(width, height);
     for (int i = 0; i < 3; ++i)
         steps.run();
     std::vector<double> begin, upload, draw, resolve, finalPass, readBack, total;
+    const Usage before = Usage::now();
     for (int i = 0; i < frames; ++i) {
         const FrameSteps::Times t = steps.run();
         begin.push_back(t.begin);
@@ -81,7 +100,10 @@ int split(int width, int height, int frames)
         readBack.push_back(t.readBack);
         total.push_back(t.total());
     }
+    const Usage after = Usage::now();
     std::fflush(stdout);
+    std::printf("split_cpu_ms %.3f\nsplit_page_faults %.0f\n", (after.cpuMs - before.cpuMs) / frames,
+                static_cast<double>(after.faults - before.faults) / frames);
     std::printf("split_begin_ms %.3f\nsplit_upload_ms %.3f\nsplit_draw_ms %.3f\nsplit_resolve_ms %.3f\n"
                 "split_final_ms %.3f\nsplit_readback_ms %.3f\nsplit_total_ms %.3f\n",
                 median(begin), median(upload), median(draw), median(resolve), median(finalPass), median(readBack),
