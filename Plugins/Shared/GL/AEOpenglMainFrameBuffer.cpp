@@ -1,6 +1,7 @@
 #include "AEOpenglMainFrameBuffer.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 #include <glbinding/gl/gl.h>
@@ -162,7 +163,8 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
         return 0;
     const GLsizei width = static_cast<GLsizei>(mWidth);
     const GLsizei height = static_cast<GLsizei>(mHeight);
-    const GLuint texture = createRenderTexture(false);
+    // The resolve or the copy below writes every texel: the texture needs no zeroed contents.
+    const GLuint texture = newFrameTexture(false, nullptr);
     const Framebuffers& set = framebuffers();
     if (mMultisampled) {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, set.mMultisampleFramebuffer);
@@ -210,6 +212,18 @@ void AEOpenglMainFrameBuffer::endDrawing(float multiplier16bit)
 
 unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap)
 {
+    // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
+    const std::size_t byteCount = static_cast<std::size_t>(mWidth) * mHeight * 4;
+    std::unique_ptr<unsigned char[]> bytes(new (std::nothrow) unsigned char[byteCount]());
+    if (!bytes) {
+        glBindTexture(GL_TEXTURE_2D, 0);
+        throw int(PF_Err_OUT_OF_MEMORY);
+    }
+    return newFrameTexture(mipmap, bytes.get());
+}
+
+unsigned int AEOpenglMainFrameBuffer::newFrameTexture(bool mipmap, const unsigned char* bytes)
+{
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -221,17 +235,8 @@ unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap)
     }
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, static_cast<GLint>(GL_CLAMP_TO_EDGE));
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<GLint>(GL_CLAMP_TO_EDGE));
-    // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
-    const std::size_t byteCount = static_cast<std::size_t>(mWidth) * mHeight * 4;
-    unsigned char* bytes = new (std::nothrow) unsigned char[byteCount]();
-    if (bytes == nullptr) {
-        glBindTexture(GL_TEXTURE_2D, 0);
-        glDeleteTextures(1, &texture);
-        throw int(PF_Err_OUT_OF_MEMORY);
-    }
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(GL_RGBA), static_cast<GLsizei>(mWidth),
                  static_cast<GLsizei>(mHeight), 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes);
-    delete[] bytes;
     glBindTexture(GL_TEXTURE_2D, 0);
     return texture;
 }

@@ -55,6 +55,9 @@ private:
 
     /// The current context's frame buffers, made on its first need.
     Framebuffers& framebuffers();
+    /// A GL_RGBA texture of the frame's size with filters set, unbound; its texels are zero when
+    /// `bytes` holds zeros and undefined when `bytes` is null.
+    unsigned int newFrameTexture(bool mipmap, const unsigned char* bytes);
 
     std::map<EGLContext, Framebuffers> mFramebuffers;
     unsigned int mResultRenderbuffer = 0;
