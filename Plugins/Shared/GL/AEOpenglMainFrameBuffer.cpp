@@ -89,6 +89,10 @@ void AEOpenglMainFrameBuffer::unprepare()
         glDeleteRenderbuffers(1, &mResultRenderbuffer);
         mResultRenderbuffer = 0;
     }
+    if (mSpareLevel != 0) {
+        glDeleteRenderbuffers(1, &mSpareLevel);
+        mSpareLevel = 0;
+    }
     clearStack();
 }
 
@@ -131,12 +135,20 @@ void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil)
     const GLsizei height = static_cast<GLsizei>(mHeight);
     const Framebuffers& set = framebuffers();
     GLuint colour = 0;
-    glGenRenderbuffers(1, &colour);
-    glBindRenderbuffer(GL_RENDERBUFFER, colour);
-    if (mMultisampled) {
+    if (mMultisampled && mSpareLevel != 0) {
+        // Storage of this size and sample count already; the clear below makes it a new level.
+        colour = mSpareLevel;
+        mSpareLevel = 0;
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
+        glBindFramebuffer(GL_FRAMEBUFFER, set.mMultisampleFramebuffer);
+    } else if (mMultisampled) {
+        glGenRenderbuffers(1, &colour);
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
         glRenderbufferStorageMultisample(GL_RENDERBUFFER, mSamples, GL_RGBA, width, height);
         glBindFramebuffer(GL_FRAMEBUFFER, set.mMultisampleFramebuffer);
     } else {
+        glGenRenderbuffers(1, &colour);
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
         glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, width, height);
         glBindFramebuffer(GL_FRAMEBUFFER, set.mFramebuffer);
     }
@@ -177,9 +189,20 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
     }
 
     GLuint top = mColorStack.back();
-    glDeleteRenderbuffers(1, &top);
     mColorStack.pop_back();
     const auto stencil = mStencilBuffers.find(top);
+    if (mMultisampled && mSpareLevel == 0 && stencil == mStencilBuffers.end()) {
+        // Kept for the next push instead of deleted; this context is left as a deletion leaves
+        // it: the renderbuffer neither bound nor attached to the bound read frame buffer.
+        mSpareLevel = top;
+        GLint bound = 0;
+        glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+        if (static_cast<GLuint>(bound) == top)
+            glBindRenderbuffer(GL_RENDERBUFFER, 0);
+        glFramebufferRenderbuffer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, 0);
+    } else {
+        glDeleteRenderbuffers(1, &top);
+    }
     if (stencil != mStencilBuffers.end()) {
         GLuint stencilBuffer = stencil->second;
         mStencilBuffers.erase(stencil);
