@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -136,9 +137,13 @@ long residentKiB()
     return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
+// Resident memory swings with the allocator's cycle (tens of MiB over a few frames at 1080p), so
+// single readings mislead: growth is the peak of the last window of frames less the peak of the
+// first window after settling, and the same for the lows. A leak raises both.
 int memory(int width, int height, int frames)
 {
     constexpr int kSettle = 10;
+    const int window = std::max(1, std::min(50, frames / 4));
     fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
     fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
     BenchFrame::fill(input);
@@ -150,23 +155,33 @@ int memory(int width, int height, int frames)
     host.inData().inter.checkout_param = checkoutParamWithCensus;
 
     bool failed = false;
-    long settledKiB = 0, peakKiB = 0;
+    long firstHigh = 0, firstLow = LONG_MAX, lastHigh = 0, lastLow = LONG_MAX, settledKiB = 0;
     ObjectCensus settled;
-    for (int frame = 1; frame <= kSettle + frames; ++frame) {
-        gTakeCensus = frame == kSettle || frame == kSettle + frames;
+    const int last = kSettle + frames;
+    for (int frame = 1; frame <= last; ++frame) {
+        gTakeCensus = frame == kSettle || frame == last;
         failed |= host.renderFrame(input, output) != PF_Err_NONE;
+        const long kib = residentKiB();
         if (frame == kSettle) {
             settled = gCensus;
-            settledKiB = residentKiB();
+            settledKiB = kib;
         }
-        peakKiB = std::max(peakKiB, residentKiB());
+        if (frame > kSettle && frame <= kSettle + window) {
+            firstHigh = std::max(firstHigh, kib);
+            firstLow = std::min(firstLow, kib);
+        }
+        if (frame > last - window) {
+            lastHigh = std::max(lastHigh, kib);
+            lastLow = std::min(lastLow, kib);
+        }
     }
-    const long finalKiB = residentKiB();
     std::fflush(stdout);
-    std::printf("memory_frames %d\nrss_settled_kib %ld\nrss_final_kib %ld\nrss_peak_kib %ld\nrss_growth_kib %ld\n"
+    std::printf("memory_frames %d\nrss_window_frames %d\nrss_settled_kib %ld\nrss_first_window_kib %ld-%ld\n"
+                "rss_last_window_kib %ld-%ld\nrss_growth_kib %ld\nrss_low_growth_kib %ld\n"
                 "gl_objects_settled %d\ngl_objects_final %d\ngl_census_settled %s\ngl_census_final %s\n",
-                frames, settledKiB, finalKiB, peakKiB, finalKiB - settledKiB, settled.total(), gCensus.total(),
-                settled.describe().c_str(), gCensus.describe().c_str());
+                frames, window, settledKiB, firstLow, firstHigh, lastLow, lastHigh, lastHigh - firstHigh,
+                lastLow - firstLow, settled.total(), gCensus.total(), settled.describe().c_str(),
+                gCensus.describe().c_str());
     return failed || !host.violations().empty() ? 1 : 0;
 }
 
