@@ -12,6 +12,7 @@
 #include "AEOpenGLContext.h"
 #include "BenchFrame.h"
 #include "EffectHost.h"
+#include "ImageFile.h"
 
 using namespace gl;
 using namespace Ostrivane::GaussianBlur;
@@ -103,6 +104,28 @@ void MemoryFloor(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * width * height);
 }
 
+// What `fxhost render` does around every frame besides decoding and encoding: the file's pixels
+// into the 8-bit world the effect gets, and the result back.
+void HostConversions(benchmark::State& state)
+{
+    const int width = static_cast<int>(state.range(0));
+    const int height = static_cast<int>(state.range(1));
+    fxhost::ImageFile image(width, height, 3, OIIO::TypeDesc::UINT8);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            float* p = image.rgba(x, y);
+            p[0] = static_cast<float>(x) / static_cast<float>(width);
+            p[1] = static_cast<float>(y) / static_cast<float>(height);
+        }
+    fxhost::HostWorld world(width, height, fxhost::Depth::Eight);
+    for (auto _ : state) {
+        image.toWorld(world);
+        image.fromWorld(world);
+        benchmark::DoNotOptimize(image.rgba(0, 0));
+    }
+    state.SetItemsProcessed(state.iterations() * width * height);
+}
+
 void Sizes(benchmark::internal::Benchmark* b)
 {
     b->Args({1280, 720})->Args({1920, 1080})->Args({3840, 2160})->ArgNames({"w", "h"});
@@ -114,3 +137,4 @@ void Sizes(benchmark::internal::Benchmark* b)
 BENCHMARK(Frame)->Apply(Sizes);
 BENCHMARK(TransferFloor)->Apply(Sizes);
 BENCHMARK(MemoryFloor)->Apply(Sizes);
+BENCHMARK(HostConversions)->Args({1920, 1080})->ArgNames({"w", "h"})->UseRealTime()->Unit(benchmark::kMillisecond);

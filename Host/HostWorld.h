@@ -25,6 +25,7 @@ class HostWorld {
   HostWorld& operator=(const HostWorld&) = delete;
 
   PF_LayerDef* def() { return &mDef; }
+  const PF_LayerDef* def() const { return &mDef; }
   int width() const { return mDef.width; }
   int height() const { return mDef.height; }
   int rowbytes() const { return mDef.rowbytes; }
