@@ -28,6 +28,7 @@ class HostWorld {
   HostWorld& operator=(const HostWorld&) = delete;
 
   PF_LayerDef* def() { return &mDef; }
+  const PF_LayerDef* def() const { return &mDef; }
   int width() const { return mWidth; }
   int height() const { return mHeight; }
   int rowbytes() const { return mRowbytes; }

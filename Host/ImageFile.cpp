@@ -103,8 +103,24 @@ void ImageFile::write(const std::string& path) const {
 }
 
 void ImageFile::toWorld(HostWorld& world) const {
-  for (int y = 0; y < std::min(mHeight, world.height()); ++y) {
-    for (int x = 0; x < std::min(mWidth, world.width()); ++x) {
+  const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
+  if (world.depth() == Depth::Eight) {
+    // The host's own depth, written in place: the same rounding as setPixel, without a call a channel.
+    PF_LayerDef* def = world.def();
+    for (int y = 0; y < height; ++y) {
+      uint8_t* p = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+      for (int x = 0; x < width; ++x, p += 4) {
+        const float* s = rgba(x, y);
+        p[0] = static_cast<uint8_t>(std::round(clamp01(s[3]) * 255.0f));
+        p[1] = static_cast<uint8_t>(std::round(clamp01(s[0]) * 255.0f));
+        p[2] = static_cast<uint8_t>(std::round(clamp01(s[1]) * 255.0f));
+        p[3] = static_cast<uint8_t>(std::round(clamp01(s[2]) * 255.0f));
+      }
+    }
+    return;
+  }
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
       const float* s = rgba(x, y);
       const float argb[4] = {std::round(clamp01(s[3]) * 255.0f), std::round(clamp01(s[0]) * 255.0f),
                              std::round(clamp01(s[1]) * 255.0f), std::round(clamp01(s[2]) * 255.0f)};
@@ -114,8 +130,23 @@ void ImageFile::toWorld(HostWorld& world) const {
 }
 
 void ImageFile::fromWorld(const HostWorld& world) {
-  for (int y = 0; y < std::min(mHeight, world.height()); ++y) {
-    for (int x = 0; x < std::min(mWidth, world.width()); ++x) {
+  const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
+  if (world.depth() == Depth::Eight) {
+    const PF_LayerDef* def = world.def();
+    for (int y = 0; y < height; ++y) {
+      const uint8_t* p = static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+      for (int x = 0; x < width; ++x, p += 4) {
+        float* d = rgba(x, y);
+        d[0] = p[1] / 255.0f;
+        d[1] = p[2] / 255.0f;
+        d[2] = p[3] / 255.0f;
+        d[3] = p[0] / 255.0f;
+      }
+    }
+    return;
+  }
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
       float argb[4];
       world.getPixel(x, y, argb);
       float* d = rgba(x, y);

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <exception>
+#include <future>
 #include <regex>
 
 #include "FramePattern.h"
@@ -99,10 +101,33 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
   const bool progress = isatty(STDERR_FILENO);
   const int total = last - first + 1;
   const auto start = std::chrono::steady_clock::now();
-  for (int frame = first; frame <= last; ++frame) {
-    writeImage(render(readImage(in.name(frame)), frame), out.name(frame));
+  // Decoding the next frame and encoding the last one run on threads of their own while the
+  // effect renders on this one, frame after frame. Failures are reported as a plain loop would
+  // meet them: writing frame k-1 before reading frame k before rendering frame k; nothing after
+  // the first failure is written.
+  std::future<ImageFile> reading = std::async(std::launch::async, readImage, in.name(first));
+  std::future<void> writing;
+  auto finishWriting = [&](int frame) {
+    if (!writing.valid()) return;
+    writing.get();
     if (progress) showProgress(frame - first + 1, total);
+  };
+  for (int frame = first; frame <= last; ++frame) {
+    std::exception_ptr failure;
+    ImageFile result;
+    try {
+      ImageFile source = reading.get();
+      if (frame < last) reading = std::async(std::launch::async, readImage, in.name(frame + 1));
+      result = render(source, frame);
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    finishWriting(frame - 1);
+    if (failure) std::rethrow_exception(failure);
+    writing = std::async(std::launch::async, [&out, frame](ImageFile image) { writeImage(image, out.name(frame)); },
+                         std::move(result));
   }
+  finishWriting(last);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::printf("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s", seconds,
               seconds > 0 ? total / seconds : 0.0);

@@ -140,6 +140,32 @@ TEST_F(FxhostRender, SequenceOfThreeFramesUsesOneSetUp) {
   EXPECT_EQ(reports, 2u);
 }
 
+// Frames are read ahead and written behind on other threads, yet a failure is the one a plain
+// loop meets first, and nothing after it is written: here writing frame 2 (its name is taken by
+// a directory) comes before reading frame 3, which is missing too.
+TEST_F(FxhostRender, SequenceStopsAtTheFirstFailureInFrameOrder) {
+  for (int frame : {1, 2, 4}) {
+    char name[64];
+    std::snprintf(name, sizeof name, "/in_%04d.png", frame);
+    ASSERT_EQ(std::system(("cp " + kSample + " " + dir + name).c_str()), 0);
+  }
+  ASSERT_EQ(mkdir((dir + "/out_0002.png").c_str(), 0755), 0);
+  CommandResult r = runCommand(kFxhost + " render --frames 1-4 " + dir + "/in_%04d.png " + dir + "/out_%04d.png");
+  EXPECT_EQ(r.status, 3);
+  EXPECT_NE(r.err.find("cannot write image '" + dir + "/out_0002.png'"), std::string::npos) << r.err;
+  EXPECT_TRUE(exists(dir + "/out_0001.png"));
+  EXPECT_FALSE(exists(dir + "/out_0003.png"));
+  EXPECT_FALSE(exists(dir + "/out_0004.png"));
+
+  ASSERT_EQ(rmdir((dir + "/out_0002.png").c_str()), 0);
+  r = runCommand(kFxhost + " render --frames 1-4 " + dir + "/in_%04d.png " + dir + "/out_%04d.png");
+  EXPECT_EQ(r.status, 3);
+  EXPECT_NE(r.err.find("cannot read image '" + dir + "/in_0003.png'"), std::string::npos) << r.err;
+  EXPECT_TRUE(exists(dir + "/out_0002.png"));
+  EXPECT_FALSE(exists(dir + "/out_0004.png"));
+  EXPECT_EQ(r.out.find("Rendered"), std::string::npos) << r.out;
+}
+
 TEST_F(FxhostRender, SheetTilesOneRenderPerStep) {
   const CommandResult r = runCommand(kFxhost + " sheet --vary \"hue value=0:300:6\" " + kSample + " " + dir + "/sheet.png");
   ASSERT_EQ(r.status, 0) << r.err;

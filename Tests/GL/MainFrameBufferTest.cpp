@@ -201,3 +201,27 @@ TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsA
 }
 
 } // namespace
+
+// The last level's storage is kept for the next frame, yet a pop leaves the context as a deletion
+// would, and a level reused with the last frame's pixels still starts transparent black.
+TEST_F(MainFrameBufferTest, ALevelKeptForTheNextFrameIsUnboundDetachedAndClearedAgain)
+{
+    mFrame->destory();
+    expectFrame(renderFrame(3, 2, true, hostFrame(0.9f)), hostFrame(0.9f));
+    mFrame->prepare(3, 2, true);
+    mFrame->beginDrawing();
+    const GLuint texture = mFrame->popRenderContext();
+    GLint bound = -1;
+    glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+    EXPECT_EQ(bound, 0);
+    GLint attached = -1;
+    glGetFramebufferAttachmentParameteriv(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                          GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE, &attached);
+    EXPECT_EQ(attached, static_cast<GLint>(GL_NONE));
+    std::vector<float> texels(3 * 2 * 4, -1.0f);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, texels.data());
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDeleteTextures(1, &texture);
+    EXPECT_EQ(*std::max_element(texels.begin(), texels.end()), 0.0f);
+}

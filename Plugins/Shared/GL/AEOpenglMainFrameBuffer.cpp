@@ -28,7 +28,9 @@ void deleteFramebuffer(unsigned int& name)
 // The steps that every render texture shares. Magnification is set before minification;
 // GL_NONE as `magFilter` leaves GL's default, GL_LINEAR. Level 0 is zeroed from GL_RGBA bytes in
 // every internal format, so no float data is needed.
-GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum minFilter, GLenum magFilter)
+// With `zeroed` false the texels are left undefined, for a caller that overwrites them all.
+GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum minFilter, GLenum magFilter,
+                    bool zeroed = true)
 {
     GLuint texture = 0;
     glGenTextures(1, &texture);
@@ -40,8 +42,8 @@ GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, static_cast<GLint>(GL_CLAMP_TO_EDGE));
     // The byte count in 64 bits: a frame of 2^30 pixels must not wrap to a short buffer.
     const std::size_t byteCount = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
-    unsigned char* bytes = new (std::nothrow) unsigned char[byteCount]();
-    if (bytes == nullptr) {
+    unsigned char* bytes = zeroed ? new (std::nothrow) unsigned char[byteCount]() : nullptr;
+    if (zeroed && bytes == nullptr) {
         glBindTexture(GL_TEXTURE_2D, 0);
         glDeleteTextures(1, &texture);
         throw int(PF_Err_OUT_OF_MEMORY);
@@ -170,6 +172,10 @@ void AEOpenglMainFrameBuffer::unprepare()
         glDeleteRenderbuffers(1, &mResultRenderbuffer);
         mResultRenderbuffer = 0;
     }
+    if (mSpareLevel != 0) {
+        glDeleteRenderbuffers(1, &mSpareLevel);
+        mSpareLevel = 0;
+    }
     clearStack();
 }
 
@@ -212,12 +218,20 @@ void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil)
     const GLsizei height = static_cast<GLsizei>(mHeight);
     const Framebuffers& set = framebuffers();
     GLuint colour = 0;
-    glGenRenderbuffers(1, &colour);
-    glBindRenderbuffer(GL_RENDERBUFFER, colour);
-    if (mMultisampled) {
+    if (mMultisampled && mSpareLevel != 0) {
+        // Storage of this size and sample count already; the clear below makes it a new level.
+        colour = mSpareLevel;
+        mSpareLevel = 0;
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
+        glBindFramebuffer(GL_FRAMEBUFFER, set.mMultisampleFramebuffer);
+    } else if (mMultisampled) {
+        glGenRenderbuffers(1, &colour);
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
         glRenderbufferStorageMultisample(GL_RENDERBUFFER, mSamples, GL_RGBA, width, height);
         glBindFramebuffer(GL_FRAMEBUFFER, set.mMultisampleFramebuffer);
     } else {
+        glGenRenderbuffers(1, &colour);
+        glBindRenderbuffer(GL_RENDERBUFFER, colour);
         glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, width, height);
         glBindFramebuffer(GL_FRAMEBUFFER, set.mFramebuffer);
     }
@@ -244,7 +258,8 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
         return 0;
     const GLsizei width = static_cast<GLsizei>(mWidth);
     const GLsizei height = static_cast<GLsizei>(mHeight);
-    const GLuint texture = createRenderTexture(false);
+    // The resolve or the copy below writes every texel: the texture needs no zeroed contents.
+    const GLuint texture = emptyTexture(GL_RGBA, width, height, GL_LINEAR, GL_LINEAR, false);
     const Framebuffers& set = framebuffers();
     if (mMultisampled) {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, set.mMultisampleFramebuffer);
@@ -257,9 +272,20 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
     }
 
     GLuint top = mColorStack.back();
-    glDeleteRenderbuffers(1, &top);
     mColorStack.pop_back();
     const auto stencil = mStencilBuffers.find(top);
+    if (mMultisampled && mSpareLevel == 0 && stencil == mStencilBuffers.end()) {
+        // Kept for the next push instead of deleted; this context is left as a deletion leaves
+        // it: the renderbuffer neither bound nor attached to the bound read frame buffer.
+        mSpareLevel = top;
+        GLint bound = 0;
+        glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+        if (static_cast<GLuint>(bound) == top)
+            glBindRenderbuffer(GL_RENDERBUFFER, 0);
+        glFramebufferRenderbuffer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, 0);
+    } else {
+        glDeleteRenderbuffers(1, &top);
+    }
     if (stencil != mStencilBuffers.end()) {
         GLuint stencilBuffer = stencil->second;
         mStencilBuffers.erase(stencil);

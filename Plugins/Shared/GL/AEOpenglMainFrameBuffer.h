@@ -86,6 +86,9 @@ private:
     unsigned int mWidth = 0;
     unsigned int mHeight = 0;
     int mSamples = 8;
+    /// A multisampled level's colour renderbuffer kept from its pop for the next push at the same
+    /// size, so that a steady run of frames makes no new multisampled storage; 0 when none.
+    unsigned int mSpareLevel = 0;
     std::vector<unsigned int> mColorStack;
     std::map<unsigned int, unsigned int> mStencilBuffers;
     ScreenRender* mScreenRender;

@@ -1,0 +1,148 @@
+#!/usr/bin/env bash
+# Performance run: builds the benchmark, runs every measurement of BENCHMARKS.md in one go and
+# prints one table of ratios. FFmpeg is the peer; it is installed here (Debian's package) when
+# missing, since neither the build nor the tests need it.
+#   scripts/bench.sh            full run (about 10 minutes on two cores)
+#   BENCH_QUICK=1 scripts/bench.sh   shorter timings and fewer frames, for a smoke check
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT=$PWD
+
+if ! command -v ffmpeg >/dev/null; then
+  SUDO=""
+  if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends ffmpeg >/dev/null
+fi
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j2 --target OstrivaneBench fxhost >/dev/null
+
+BENCH=$ROOT/build/bin/OstrivaneBench
+FXHOST=$ROOT/build/bin/fxhost
+WORK=$(mktemp -d "${TMPDIR:-/tmp}/ostrivane-bench.XXXXXX")
+trap 'rm -rf "$WORK"' EXIT
+
+if [ "${BENCH_QUICK:-0}" = 1 ]; then
+  MIN_TIME=0.5 REPS=1 FF_FRAMES=20 SEQ_FRAMES=8 MEM_FRAMES=100 SPLIT_FRAMES=5
+else
+  MIN_TIME=2 REPS=3 FF_FRAMES=100 SEQ_FRAMES=30 MEM_FRAMES=500 SPLIT_FRAMES=20
+fi
+SIZES="1280x720 1920x1080 3840x2160"
+
+now() { date +%s.%N; }
+value() { awk -v k="$1" '$1 == k { print $2 }' "$2"; }
+log() { echo "bench: $*" >&2; }
+
+# 1. Frames through the bundle, and the two floors (Google Benchmark, median of REPS runs).
+log "frames and floors"
+"$BENCH" --benchmark_min_time="$MIN_TIME" --benchmark_repetitions="$REPS" \
+  --benchmark_out="$WORK/frames.csv" --benchmark_out_format=csv >/dev/null 2>"$WORK/frames.err"
+# ms of one case: name like Frame/w:1920/h:1080/real_time, the median when repeated.
+case_ms() {
+  awk -F, -v name="\"$1/w:$2/h:$3/real_time${4}\"" '$1 == name { print $3 }' "$WORK/frames.csv"
+}
+agg() { if [ "$REPS" -gt 1 ]; then echo _median; fi; }
+
+# 2. FFmpeg's hue filter on the same raw frame: per frame from the difference between
+#    FF_FRAMES+1 frames and 1 frame, so that start-up is not counted; best of three.
+ffmpeg_hue() {
+  local size=$1 loops=$2
+  ffmpeg -v error -nostdin -f rawvideo -pix_fmt argb -s "$size" -stream_loop "$loops" -i "$WORK/frame_$size.raw" \
+    -vf hue=h=90:s=1.5 -f rawvideo -pix_fmt argb -y /dev/null
+}
+declare -A FF_MS
+for size in $SIZES; do
+  log "ffmpeg hue $size"
+  "$BENCH" --write-raw "$size" "$WORK/frame_$size.raw"
+  best=""
+  for try in 1 2 3; do
+    t0=$(now); ffmpeg_hue "$size" 0; t1=$(now); ffmpeg_hue "$size" "$FF_FRAMES"; t2=$(now)
+    ms=$(awk -v a="$t0" -v b="$t1" -v c="$t2" -v n="$FF_FRAMES" 'BEGIN { printf "%.3f", ((c - b) - (b - a)) * 1000 / n }')
+    best=$(awk -v a="$best" -v b="$ms" 'BEGIN { print (a == "" || b < a) ? b : a }')
+  done
+  FF_MS[$size]=$best
+done
+
+# 3. The diagnostic split and the first frame.
+log "split"
+"$BENCH" --split 1920x1080 "$SPLIT_FRAMES" >"$WORK/split1080" 2>&1
+"$BENCH" --split 3840x2160 "$SPLIT_FRAMES" >"$WORK/split2160" 2>&1
+log "first frame"
+FIRST=()
+for try in 1 2 3; do
+  "$BENCH" --first-frame 1920x1080 >"$WORK/first" 2>&1
+  FIRST+=("$(value first_frame_ms "$WORK/first")")
+done
+FIRST_MS=$(printf '%s\n' "${FIRST[@]}" | sort -n | sed -n 2p)
+
+# 4. Sequence throughput on a 1080p PNG sequence, fxhost render against ffmpeg.
+log "sequence of $SEQ_FRAMES PNG frames"
+mkdir -p "$WORK/seq" "$WORK/out_fx" "$WORK/out_ff"
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -frames:v "$SEQ_FRAMES" \
+  -pix_fmt rgb24 "$WORK/seq/in_%04d.png"
+t0=$(now)
+"$FXHOST" render --set "Hue Value=90" --set "Saturation=1.5" --frames "1-$SEQ_FRAMES" \
+  "$WORK/seq/in_%04d.png" "$WORK/out_fx/out_%04d.png" >/dev/null 2>&1
+t1=$(now)
+ffmpeg -v error -nostdin -i "$WORK/seq/in_%04d.png" -vf hue=h=90:s=1.5 -y "$WORK/out_ff/out_%04d.png"
+t2=$(now)
+FX_FPS=$(awk -v a="$t0" -v b="$t1" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2f", n / (b - a) }')
+FF_FPS=$(awk -v a="$t1" -v b="$t2" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2f", n / (b - a) }')
+
+# 5. Memory and GL objects over MEM_FRAMES frames at 1080p, after 10 frames to settle.
+log "memory over $MEM_FRAMES frames"
+"$BENCH" --memory 1920x1080 "$MEM_FRAMES" >"$WORK/memory" 2>&1
+
+# The table: every ratio is our time divided by the other's (or fps over fps for the sequence).
+A=$(agg)
+F720=$(case_ms Frame 1280 720 "$A"); F1080=$(case_ms Frame 1920 1080 "$A"); F2160=$(case_ms Frame 3840 2160 "$A")
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
+check() { awk -v v="$1" -v op="$2" -v t="$3" 'BEGIN { ok = (op == "<=") ? v <= t : (op == ">=") ? v >= t : v < t; print ok ? "yes" : "NO" }'; }
+row() { printf '| %-44s | %12s | %8s | %-10s | %-3s |\n' "$@"; }
+
+echo
+echo "Machine: $(nproc) cores, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //'), $(awk '/MemTotal/ { printf "%.0f GiB", $2 / 1048576 }' /proc/meminfo)"
+echo "GL: $(grep -m1 -i 'renderer' "$WORK/split1080" | sed 's/^[^:]*: *//')"
+echo "FFmpeg: $(ffmpeg -version | head -1 | cut -d' ' -f1-3)"
+echo
+row "Measure" "Value" "Ratio" "Target" "Met"
+row "--------------------------------------------" "------------" "--------" "----------" "---"
+for size in $SIZES; do
+  w=${size%x*}; h=${size#*x}; ours=$(case_ms Frame "$w" "$h" "$A")
+  r=$(ratio "$ours" "${FF_MS[$size]}")
+  if [ "$size" = 1920x1080 ]; then t="<= 2.0"; met=$(check "$r" "<=" 2.0); else t="-"; met="-"; fi
+  row "frame $size, ours / ffmpeg hue (ms)" "$ours / ${FF_MS[$size]}" "$r" "$t" "$met"
+done
+for size in $SIZES; do
+  w=${size%x*}; h=${size#*x}
+  ours=$(case_ms Frame "$w" "$h" "$A"); fl=$(case_ms TransferFloor "$w" "$h" "$A")
+  row "frame $size / GL transfer floor (ms)" "$(printf '%.2f' "$fl")" "$(ratio "$ours" "$fl")" "-" "-"
+done
+for size in $SIZES; do
+  w=${size%x*}; h=${size#*x}
+  ours=$(case_ms Frame "$w" "$h" "$A"); fl=$(case_ms MemoryFloor "$w" "$h" "$A")
+  row "frame $size / memory floor (ms)" "$(printf '%.2f' "$fl")" "$(ratio "$ours" "$fl")" "-" "-"
+done
+s=$(ratio "$F2160" "$F1080")
+row "scaling: frame 3840x2160 / 1920x1080" "$(printf '%.1f / %.1f' "$F2160" "$F1080")" "$s" "<= 4.5" "$(check "$s" "<=" 4.5)"
+s=$(ratio "$F1080" "$F720")
+row "scaling: frame 1920x1080 / 1280x720" "$(printf '%.1f / %.1f' "$F1080" "$F720")" "$s" "(2.25)" "-"
+r=$(ratio "$FX_FPS" "$FF_FPS")
+row "PNG sequence 1080p fps, fxhost / ffmpeg" "$FX_FPS / $FF_FPS" "$r" ">= 1.0" "$(check "$r" ">=" 1.0)"
+g=$(value rss_growth_kib "$WORK/memory"); gl=$(value rss_low_growth_kib "$WORK/memory")
+g=$(( g > gl ? g : gl ))
+row "RSS growth, frames 10 to $((10 + MEM_FRAMES)) (KiB)" "$g" "-" "< 1024" "$(check "$g" "<" 1024)"
+o1=$(value gl_objects_settled "$WORK/memory"); o2=$(value gl_objects_final "$WORK/memory")
+row "live GL objects, frame 10 / frame $((10 + MEM_FRAMES))" "$o1 / $o2" "-" "constant" "$([ "$o1" = "$o2" ] && echo yes || echo NO)"
+row "first frame 1080p, fresh process (ms)" "$FIRST_MS" "$(ratio "$FIRST_MS" "$F1080")" "-" "-"
+echo
+echo "Split of a frame (ms, GL finished after each step; median of $SPLIT_FRAMES):"
+printf '| %-10s | %8s | %8s | %8s | %8s | %8s | %8s | %8s |\n' size begin upload draw resolve final readback total
+for size in 1080 2160; do
+  f="$WORK/split$size"
+  printf '| %-10s | %8s | %8s | %8s | %8s | %8s | %8s | %8s |\n' "${size}p" "$(value split_begin_ms "$f")" \
+    "$(value split_upload_ms "$f")" "$(value split_draw_ms "$f")" "$(value split_resolve_ms "$f")" \
+    "$(value split_final_ms "$f")" "$(value split_readback_ms "$f")" "$(value split_total_ms "$f")"
+done
+echo
+echo "GL objects at frame 10: $(grep '^gl_census_settled' "$WORK/memory" | cut -d' ' -f2-)"
+echo "RSS (KiB), low-high over $(value rss_window_frames "$WORK/memory") frames: first window $(value rss_first_window_kib "$WORK/memory"), last window $(value rss_last_window_kib "$WORK/memory")"
