@@ -9,10 +9,10 @@
 
 #include "HostWorld.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
-class BenchFrame
-{
+class BenchFrame {
 public:
     static constexpr double kHueDegrees = 90.0;
     static constexpr double kSaturation = 1.5;
@@ -31,4 +31,5 @@ public:
     static bool parseSize(const std::string& text, int& width, int& height);
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -31,25 +31,21 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double msSince(Clock::time_point start)
-{
+double msSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-double median(std::vector<double> values)
-{
+double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values.empty() ? 0.0 : values[values.size() / 2];
 }
 
-void setParameters(fxhost::EffectHost& host)
-{
+void setParameters(fxhost::EffectHost& host) {
     host.setParamValue(host.paramIndex("Hue Value"), BenchFrame::kHueDegrees);
     host.setParamValue(host.paramIndex("Saturation"), BenchFrame::kSaturation);
 }
 
-int firstFrame(int width, int height)
-{
+int firstFrame(int width, int height) {
     fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
     fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
     BenchFrame::fill(input);
@@ -72,8 +68,7 @@ int firstFrame(int width, int height)
 struct Usage {
     double cpuMs = 0;
     long faults = 0;
-    static Usage now()
-    {
+    static Usage now() {
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
         Usage u;
@@ -84,11 +79,9 @@ struct Usage {
     }
 };
 
-int split(int width, int height, int frames)
-{
+int split(int width, int height, int frames) {
     FrameSteps steps(width, height);
-    for (int i = 0; i < 3; ++i)
-        steps.run();
+    for (int i = 0; i < 3; ++i) steps.run();
     std::vector<double> begin, upload, draw, resolve, finalPass, readBack, total;
     const Usage before = Usage::now();
     for (int i = 0; i < frames; ++i) {
@@ -105,10 +98,11 @@ int split(int width, int height, int frames)
     std::fflush(stdout);
     std::printf("split_cpu_ms %.3f\nsplit_page_faults %.0f\n", (after.cpuMs - before.cpuMs) / frames,
                 static_cast<double>(after.faults - before.faults) / frames);
-    std::printf("split_begin_ms %.3f\nsplit_upload_ms %.3f\nsplit_draw_ms %.3f\nsplit_resolve_ms %.3f\n"
-                "split_final_ms %.3f\nsplit_readback_ms %.3f\nsplit_total_ms %.3f\n",
-                median(begin), median(upload), median(draw), median(resolve), median(finalPass), median(readBack),
-                median(total));
+    std::printf(
+        "split_begin_ms %.3f\nsplit_upload_ms %.3f\nsplit_draw_ms %.3f\nsplit_resolve_ms %.3f\n"
+        "split_final_ms %.3f\nsplit_readback_ms %.3f\nsplit_total_ms %.3f\n",
+        median(begin), median(upload), median(draw), median(resolve), median(finalPass), median(readBack),
+        median(total));
     return 0;
 }
 
@@ -120,8 +114,7 @@ ObjectCensus gCensus;
 constexpr unsigned int kCensusNames = 1u << 16;
 
 PF_Err checkoutParamWithCensus(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_long step, A_u_long scale,
-                               PF_ParamDef* param)
-{
+                               PF_ParamDef* param) {
     if (gTakeCensus && index == 1) {
         gCensus = ObjectCensus::take(kCensusNames);
         gTakeCensus = false;
@@ -129,8 +122,7 @@ PF_Err checkoutParamWithCensus(PF_ProgPtr ref, PF_ParamIndex index, A_long time,
     return gCheckoutParam(ref, index, time, step, scale, param);
 }
 
-long residentKiB()
-{
+long residentKiB() {
     long pages = 0, resident = 0;
     std::ifstream statm("/proc/self/statm");
     statm >> pages >> resident;
@@ -140,8 +132,7 @@ long residentKiB()
 // Resident memory swings with the allocator's cycle (tens of MiB over a few frames at 1080p), so
 // single readings mislead: growth is the peak of the last window of frames less the peak of the
 // first window after settling, and the same for the lows. A leak raises both.
-int memory(int width, int height, int frames)
-{
+int memory(int width, int height, int frames) {
     constexpr int kSettle = 10;
     const int window = std::max(1, std::min(50, frames / 4));
     fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
@@ -176,17 +167,17 @@ int memory(int width, int height, int frames)
         }
     }
     std::fflush(stdout);
-    std::printf("memory_frames %d\nrss_window_frames %d\nrss_settled_kib %ld\nrss_first_window_kib %ld-%ld\n"
-                "rss_last_window_kib %ld-%ld\nrss_growth_kib %ld\nrss_low_growth_kib %ld\n"
-                "gl_objects_settled %d\ngl_objects_final %d\ngl_census_settled %s\ngl_census_final %s\n",
-                frames, window, settledKiB, firstLow, firstHigh, lastLow, lastHigh, lastHigh - firstHigh,
-                lastLow - firstLow, settled.total(), gCensus.total(), settled.describe().c_str(),
-                gCensus.describe().c_str());
+    std::printf(
+        "memory_frames %d\nrss_window_frames %d\nrss_settled_kib %ld\nrss_first_window_kib %ld-%ld\n"
+        "rss_last_window_kib %ld-%ld\nrss_growth_kib %ld\nrss_low_growth_kib %ld\n"
+        "gl_objects_settled %d\ngl_objects_final %d\ngl_census_settled %s\ngl_census_final %s\n",
+        frames, window, settledKiB, firstLow, firstHigh, lastLow, lastHigh, lastHigh - firstHigh,
+        lastLow - firstLow, settled.total(), gCensus.total(), settled.describe().c_str(),
+        gCensus.describe().c_str());
     return failed || !host.violations().empty() ? 1 : 0;
 }
 
-int writeRaw(int width, int height, const char* path)
-{
+int writeRaw(int width, int height, const char* path) {
     const std::vector<uint8_t> bytes = BenchFrame::packed(width, height);
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
@@ -194,18 +185,15 @@ int writeRaw(int width, int height, const char* path)
 }
 
 // FNV-1a over the output's pixels: two builds that leave the same pixels print the same lines.
-uint64_t digest(const std::vector<uint8_t>& bytes)
-{
+uint64_t digest(const std::vector<uint8_t>& bytes) {
     uint64_t hash = 1469598103934665603ull;
-    for (uint8_t byte : bytes)
-        hash = (hash ^ byte) * 1099511628211ull;
+    for (uint8_t byte : bytes) hash = (hash ^ byte) * 1099511628211ull;
     return hash;
 }
 
 // The benchmark frame, and a 4096 x 4096 frame of every 24-bit colour with alpha stepping by
 // row, through a spread of settings, including an odd size with padded rows.
-int digests(int width, int height)
-{
+int digests(int width, int height) {
     fxhost::EffectHost host(BenchFrame::bundlePath());
     host.globalSetup();
     host.paramsSetup();
@@ -218,7 +206,8 @@ int digests(int width, int height)
             const PF_Err err = host.renderFrame(input, output);
             std::printf("digest %s %dx%d hue %g saturation %g code %d pixels %016llx guards %d\n", name,
                         input.width(), input.height(), setting[0], setting[1], static_cast<int>(err),
-                        static_cast<unsigned long long>(digest(output.pixelBytes())), output.guardsIntact() ? 1 : 0);
+                        static_cast<unsigned long long>(digest(output.pixelBytes())),
+                        output.guardsIntact() ? 1 : 0);
         }
     };
     fxhost::HostWorld pattern(width, height, fxhost::Depth::Eight, 20);
@@ -244,38 +233,31 @@ int digests(int width, int height)
     return host.violations().empty() ? 0 : 1;
 }
 
-int usage()
-{
-    std::fprintf(stderr, "usage: OstrivaneBench [--first-frame WxH | --split WxH FRAMES | --memory WxH FRAMES | "
-                         "--write-raw WxH FILE | --digest WxH | benchmark flags]\n");
+int usage() {
+    std::fprintf(stderr,
+                 "usage: OstrivaneBench [--first-frame WxH | --split WxH FRAMES | --memory WxH FRAMES | "
+                 "--write-raw WxH FILE | --digest WxH | benchmark flags]\n");
     return 2;
 }
 
-} // namespace
+}  // namespace
 
-int main(int argc, char** argv)
-{
-    if (argc >= 3 && argv[1][0] == '-' && argv[1][1] == '-' && std::strncmp(argv[1], "--benchmark", 11) != 0) {
+int main(int argc, char** argv) {
+    if (argc >= 3 && argv[1][0] == '-' && argv[1][1] == '-' &&
+        std::strncmp(argv[1], "--benchmark", 11) != 0) {
         const std::string mode = argv[1];
         int width = 0, height = 0;
-        if (!BenchFrame::parseSize(argv[2], width, height))
-            return usage();
+        if (!BenchFrame::parseSize(argv[2], width, height)) return usage();
         const int count = argc >= 4 ? std::atoi(argv[3]) : 0;
-        if (mode == "--first-frame")
-            return firstFrame(width, height);
-        if (mode == "--split" && count > 0)
-            return split(width, height, count);
-        if (mode == "--memory" && count > 0)
-            return memory(width, height, count);
-        if (mode == "--digest")
-            return digests(width, height);
-        if (mode == "--write-raw" && argc >= 4)
-            return writeRaw(width, height, argv[3]);
+        if (mode == "--first-frame") return firstFrame(width, height);
+        if (mode == "--split" && count > 0) return split(width, height, count);
+        if (mode == "--memory" && count > 0) return memory(width, height, count);
+        if (mode == "--digest") return digests(width, height);
+        if (mode == "--write-raw" && argc >= 4) return writeRaw(width, height, argv[3]);
         return usage();
     }
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return usage();
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return usage();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

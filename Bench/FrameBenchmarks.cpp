@@ -21,8 +21,7 @@ namespace {
 
 // One host for the whole run, set up once with the peers' parameters: frames after the first
 // pay for no load, context or shader build.
-fxhost::EffectHost& sharedHost()
-{
+fxhost::EffectHost& sharedHost() {
     static fxhost::EffectHost* host = [] {
         auto* made = new fxhost::EffectHost(BenchFrame::bundlePath());
         made->globalSetup();
@@ -34,8 +33,7 @@ fxhost::EffectHost& sharedHost()
     return *host;
 }
 
-void Frame(benchmark::State& state)
-{
+void Frame(benchmark::State& state) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     fxhost::EffectHost& host = sharedHost();
@@ -49,19 +47,16 @@ void Frame(benchmark::State& state)
             break;
         }
     }
-    if (!host.violations().empty())
-        state.SkipWithError(host.violations().front().c_str());
+    if (!host.violations().empty()) state.SkipWithError(host.violations().front().c_str());
     state.SetItemsProcessed(state.iterations() * width * height);
 }
 
-AEOpenGLContext& floorContext()
-{
+AEOpenGLContext& floorContext() {
     static AEOpenGLContext* context = new AEOpenGLContext(nullptr);
     return *context;
 }
 
-void TransferFloor(benchmark::State& state)
-{
+void TransferFloor(benchmark::State& state) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     floorContext().makeContextCurrent();
@@ -80,8 +75,7 @@ void TransferFloor(benchmark::State& state)
         glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, back.data());
         benchmark::DoNotOptimize(back.data());
     }
-    if (back != bytes)
-        state.SkipWithError("the read-back differs from the upload");
+    if (back != bytes) state.SkipWithError("the read-back differs from the upload");
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glDeleteFramebuffers(1, &framebuffer);
     glBindTexture(GL_TEXTURE_2D, 0);
@@ -89,8 +83,7 @@ void TransferFloor(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * width * height);
 }
 
-void MemoryFloor(benchmark::State& state)
-{
+void MemoryFloor(benchmark::State& state) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     const std::vector<uint8_t> bytes = BenchFrame::packed(width, height);
@@ -106,8 +99,7 @@ void MemoryFloor(benchmark::State& state)
 
 // What `fxhost render` does around every frame besides decoding and encoding: the file's pixels
 // into the 8-bit world the effect gets, and the result back.
-void HostConversions(benchmark::State& state)
-{
+void HostConversions(benchmark::State& state) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     fxhost::ImageFile image(width, height, 3, OIIO::TypeDesc::UINT8);
@@ -126,15 +118,18 @@ void HostConversions(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * width * height);
 }
 
-void Sizes(benchmark::internal::Benchmark* b)
-{
+void Sizes(benchmark::internal::Benchmark* b) {
     b->Args({1280, 720})->Args({1920, 1080})->Args({3840, 2160})->ArgNames({"w", "h"});
     b->UseRealTime()->Unit(benchmark::kMillisecond);
 }
 
-} // namespace
+}  // namespace
 
 BENCHMARK(Frame)->Apply(Sizes);
 BENCHMARK(TransferFloor)->Apply(Sizes);
 BENCHMARK(MemoryFloor)->Apply(Sizes);
-BENCHMARK(HostConversions)->Args({1920, 1080})->ArgNames({"w", "h"})->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(HostConversions)
+    ->Args({1920, 1080})
+    ->ArgNames({"w", "h"})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);

@@ -10,22 +10,20 @@
 
 using namespace gl;
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 namespace {
 
-PF_Err pixelData8(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel8** pixels)
-{
+PF_Err pixelData8(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel8** pixels) {
     *pixels = static_cast<PF_Pixel8*>(world->data);
     return PF_Err_NONE;
 }
 
-class Lap
-{
+class Lap {
 public:
     // Finishes the GL work so far and gives the milliseconds since the last lap.
-    double next()
-    {
+    double next() {
         glFinish();
         const auto now = std::chrono::steady_clock::now();
         const double ms = std::chrono::duration<double, std::milli>(now - mLast).count();
@@ -37,12 +35,17 @@ private:
     std::chrono::steady_clock::time_point mLast = std::chrono::steady_clock::now();
 };
 
-} // namespace
+}  // namespace
 
 FrameSteps::FrameSteps(int width, int height)
-    : mWidth(width), mHeight(height), mContext(new AEOpenGLContext(nullptr)), mSuites(mFaults), mUtils(), mInData(),
-      mInput(width, height, fxhost::Depth::Eight), mOutput(width, height, fxhost::Depth::Eight)
-{
+    : mWidth(width),
+      mHeight(height),
+      mContext(new AEOpenGLContext(nullptr)),
+      mSuites(mFaults),
+      mUtils(),
+      mInData(),
+      mInput(width, height, fxhost::Depth::Eight),
+      mOutput(width, height, fxhost::Depth::Eight) {
     BenchFrame::fill(mInput);
     mUtils.get_pixel_data8 = pixelData8;
     mInData.utils = &mUtils;
@@ -55,15 +58,13 @@ FrameSteps::FrameSteps(int width, int height)
     glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, width, height);
 }
 
-FrameSteps::~FrameSteps()
-{
+FrameSteps::~FrameSteps() {
     mContext->makeContextCurrent();
     glDeleteFramebuffers(1, &mResultFramebuffer);
     glDeleteRenderbuffers(1, &mResultRenderbuffer);
 }
 
-FrameSteps::Times FrameSteps::run()
-{
+FrameSteps::Times FrameSteps::run() {
     mContext->makeContextCurrent();
     AEOpenglMainFrameBuffer* frameBuffer = AEOpenglMainFrameBuffer::mainFrameBuffer();
     unsigned long pixelSize = 4;
@@ -76,8 +77,8 @@ FrameSteps::Times FrameSteps::run()
     frameBuffer->beginDrawing();
     times.begin = lap.next();
 
-    GLuint texture = AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, mInput.def(), mOutput.def(), &mInData,
-                                                      pixelSize, pixelType, multiplier16bit, false);
+    GLuint texture = AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, mInput.def(), mOutput.def(),
+                                                      &mInData, pixelSize, pixelType, multiplier16bit, false);
     times.upload = lap.next();
 
     mRender.draw(texture, multiplier16bit);
@@ -98,10 +99,11 @@ FrameSteps::Times FrameSteps::run()
     times.finalPass = lap.next();
 
     AEOpenGLUtilities::DownloadTexture(static_cast<unsigned int>(mWidth), static_cast<unsigned int>(mHeight),
-                                       mInput.def(), mOutput.def(), &mInData, PF_PixelFormat_ARGB32, pixelSize,
-                                       pixelType);
+                                       mInput.def(), mOutput.def(), &mInData, PF_PixelFormat_ARGB32,
+                                       pixelSize, pixelType);
     times.readBack = lap.next();
     return times;
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -14,10 +14,10 @@
 #include "PFTypes.h"
 #include "ScreenRender.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
-class FrameSteps
-{
+class FrameSteps {
 public:
     struct Times {
         double begin = 0;      // prepare and beginDrawing: the cleared multisampled level
@@ -53,4 +53,5 @@ private:
     unsigned int mResultRenderbuffer = 0;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

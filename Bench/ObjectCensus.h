@@ -6,10 +6,10 @@
 
 #include <string>
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
-class ObjectCensus
-{
+class ObjectCensus {
 public:
     int textures = 0;
     int buffers = 0;
@@ -27,4 +27,5 @@ public:
     std::string describe() const;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -8,30 +8,31 @@
 namespace fxhost {
 
 Bundle::Bundle(const std::string& path) : mPath(path), mEntryPoint(nullptr) {
-  if (access(path.c_str(), R_OK) != 0) {
-    throw std::runtime_error("cannot load effect bundle '" + path + "': no such readable file");
-  }
-  // RTLD_NODELETE: the bundle's statics and GL objects must outlive any one host object.
-  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  if (!handle) {
-    const char* why = dlerror();
-    throw std::runtime_error("cannot load effect bundle '" + path + "': " + (why ? why : "unknown error"));
-  }
-  mEntryPoint = reinterpret_cast<PF_EntryPointFunc>(dlsym(handle, "EntryPointFunc"));
-  if (!mEntryPoint) {
-    throw std::runtime_error("effect bundle '" + path + "' does not export EntryPointFunc");
-  }
+    if (access(path.c_str(), R_OK) != 0) {
+        throw std::runtime_error("cannot load effect bundle '" + path + "': no such readable file");
+    }
+    // RTLD_NODELETE: the bundle's statics and GL objects must outlive any one host object.
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (!handle) {
+        const char* why = dlerror();
+        throw std::runtime_error("cannot load effect bundle '" + path +
+                                 "': " + (why ? why : "unknown error"));
+    }
+    mEntryPoint = reinterpret_cast<PF_EntryPointFunc>(dlsym(handle, "EntryPointFunc"));
+    if (!mEntryPoint) {
+        throw std::runtime_error("effect bundle '" + path + "' does not export EntryPointFunc");
+    }
 }
 
 std::string Bundle::besideExecutable() {
-  char buffer[4096];
-  const ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-  std::string dir = ".";
-  if (length > 0) {
-    dir.assign(buffer, static_cast<size_t>(length));
-    dir = dir.substr(0, dir.find_last_of('/'));
-  }
-  return dir + "/HueAndSaturation.plugin";
+    char buffer[4096];
+    const ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+    std::string dir = ".";
+    if (length > 0) {
+        dir.assign(buffer, static_cast<size_t>(length));
+        dir = dir.substr(0, dir.find_last_of('/'));
+    }
+    return dir + "/HueAndSaturation.plugin";
 }
 
 }  // namespace fxhost

@@ -10,18 +10,18 @@
 namespace fxhost {
 
 class Bundle {
- public:
-  explicit Bundle(const std::string& path);
+public:
+    explicit Bundle(const std::string& path);
 
-  const std::string& path() const { return mPath; }
-  PF_EntryPointFunc entryPoint() const { return mEntryPoint; }
+    const std::string& path() const { return mPath; }
+    PF_EntryPointFunc entryPoint() const { return mEntryPoint; }
 
-  // The bundle built beside the running program (bin/HueAndSaturation.plugin).
-  static std::string besideExecutable();
+    // The bundle built beside the running program (bin/HueAndSaturation.plugin).
+    static std::string besideExecutable();
 
- private:
-  std::string mPath;
-  PF_EntryPointFunc mEntryPoint;
+private:
+    std::string mPath;
+    PF_EntryPointFunc mEntryPoint;
 };
 
 }  // namespace fxhost

@@ -24,77 +24,78 @@
 namespace fxhost {
 
 struct HostOptions {
-  bool hostGLContext = true;  // keep a context of the host's own current around every command
+    bool hostGLContext = true;  // keep a context of the host's own current around every command
 };
 
 class EffectHost {
- public:
-  explicit EffectHost(const std::string& bundlePath, HostOptions options = HostOptions());
-  ~EffectHost();  // sends PF_Cmd_GLOBAL_SETDOWN if set-up was sent and set-down was not
+public:
+    explicit EffectHost(const std::string& bundlePath, HostOptions options = HostOptions());
+    ~EffectHost();  // sends PF_Cmd_GLOBAL_SETDOWN if set-up was sent and set-down was not
 
-  EffectHost(const EffectHost&) = delete;
-  EffectHost& operator=(const EffectHost&) = delete;
+    EffectHost(const EffectHost&) = delete;
+    EffectHost& operator=(const EffectHost&) = delete;
 
-  // Commands, each returning the effect's code.
-  PF_Err send(PF_Cmd cmd, void* extra = nullptr);
-  PF_Err about();
-  PF_Err globalSetup();
-  PF_Err paramsSetup();
-  PF_Err globalSetdown();
-  // Pre-render asking for `request` of the input layer; `output` holds what the host set before the call.
-  // The worlds are lent to the effect for the one command only.
-  PF_Err smartPreRender(const PF_RenderRequest& request, PF_PreRenderOutput& output, HostWorld* input = nullptr);
-  PF_Err smartRender(HostWorld* input, HostWorld* output);
-  // Pre-render for the whole input, then render: the host's order for one frame.
-  PF_Err renderFrame(HostWorld& input, HostWorld& output);
+    // Commands, each returning the effect's code.
+    PF_Err send(PF_Cmd cmd, void* extra = nullptr);
+    PF_Err about();
+    PF_Err globalSetup();
+    PF_Err paramsSetup();
+    PF_Err globalSetdown();
+    // Pre-render asking for `request` of the input layer; `output` holds what the host set before the call.
+    // The worlds are lent to the effect for the one command only.
+    PF_Err smartPreRender(const PF_RenderRequest& request, PF_PreRenderOutput& output,
+                          HostWorld* input = nullptr);
+    PF_Err smartRender(HostWorld* input, HostWorld* output);
+    // Pre-render for the whole input, then render: the host's order for one frame.
+    PF_Err renderFrame(HostWorld& input, HostWorld& output);
 
-  // Parameters: index 0 is the input layer; 1.. are those the effect registered.
-  const std::vector<PF_ParamDef>& params() const { return mParams; }
-  void setParamValue(int index, double value);
-  // The index of a registered parameter by name, case-insensitive, or -1.
-  int paramIndex(const std::string& name) const;
+    // Parameters: index 0 is the input layer; 1.. are those the effect registered.
+    const std::vector<PF_ParamDef>& params() const { return mParams; }
+    void setParamValue(int index, double value);
+    // The index of a registered parameter by name, case-insensitive, or -1.
+    int paramIndex(const std::string& name) const;
 
-  PF_InData& inData() { return mInData; }
-  PF_OutData& outData() { return mOutData; }
-  FaultPlan& faults() { return mFaults; }
-  HostSuites& suites() { return *mSuites; }
-  HostGLContext* glContext() { return mGL.get(); }
-  const Bundle& bundle() const { return mBundle; }
+    PF_InData& inData() { return mInData; }
+    PF_OutData& outData() { return mOutData; }
+    FaultPlan& faults() { return mFaults; }
+    HostSuites& suites() { return *mSuites; }
+    HostGLContext* glContext() { return mGL.get(); }
+    const Bundle& bundle() const { return mBundle; }
 
-  // What the checkout in pre-render answers; by default the input layer's bounds clipped to the request.
-  std::optional<PF_CheckoutResult> checkoutResult;
-  // The request the effect passed to checkout_layer last.
-  const PF_RenderRequest& lastCheckoutRequest() const { return mLastRequest; }
-  int checkinLayerPixelsCalls() const { return mCheckinLayerPixels; }
+    // What the checkout in pre-render answers; by default the input layer's bounds clipped to the request.
+    std::optional<PF_CheckoutResult> checkoutResult;
+    // The request the effect passed to checkout_layer last.
+    const PF_RenderRequest& lastCheckoutRequest() const { return mLastRequest; }
+    int checkinLayerPixelsCalls() const { return mCheckinLayerPixels; }
 
-  // Broken invariants seen after commands, in order; empty when all held.
-  const std::vector<std::string>& violations() const { return mViolations; }
-  void clearViolations() { mViolations.clear(); }
+    // Broken invariants seen after commands, in order; empty when all held.
+    const std::vector<std::string>& violations() const { return mViolations; }
+    void clearViolations() { mViolations.clear(); }
 
-  void setTime(A_long currentTime) { mInData.current_time = currentTime; }
+    void setTime(A_long currentTime) { mInData.current_time = currentTime; }
 
- private:
-  friend struct HostCallbacks;
-  static EffectHost* fromRef(PF_ProgPtr effect_ref);
-  void checkAfter(PF_Cmd cmd, bool ownThread);
+private:
+    friend struct HostCallbacks;
+    static EffectHost* fromRef(PF_ProgPtr effect_ref);
+    void checkAfter(PF_Cmd cmd, bool ownThread);
 
-  Bundle mBundle;
-  HostOptions mOptions;
-  FaultPlan mFaults;
-  std::unique_ptr<HostSuites> mSuites;
-  std::unique_ptr<HostGLContext> mGL;
-  std::thread::id mThread;
-  PF_UtilCallbacks mUtils;
-  PF_InData mInData;
-  PF_OutData mOutData;
-  std::vector<PF_ParamDef> mParams;
-  std::vector<PF_ParamDef*> mParamPointers;
-  HostWorld* mInput = nullptr;
-  HostWorld* mOutput = nullptr;
-  PF_RenderRequest mLastRequest;
-  int mCheckinLayerPixels = 0;
-  bool mSetUp = false;
-  std::vector<std::string> mViolations;
+    Bundle mBundle;
+    HostOptions mOptions;
+    FaultPlan mFaults;
+    std::unique_ptr<HostSuites> mSuites;
+    std::unique_ptr<HostGLContext> mGL;
+    std::thread::id mThread;
+    PF_UtilCallbacks mUtils;
+    PF_InData mInData;
+    PF_OutData mOutData;
+    std::vector<PF_ParamDef> mParams;
+    std::vector<PF_ParamDef*> mParamPointers;
+    HostWorld* mInput = nullptr;
+    HostWorld* mOutput = nullptr;
+    PF_RenderRequest mLastRequest;
+    int mCheckinLayerPixels = 0;
+    bool mSetUp = false;
+    std::vector<std::string> mViolations;
 };
 
 // The host's name for a PF_Err, such as "PF_Err_BAD_CALLBACK_PARAM", or the number.

@@ -11,32 +11,32 @@
 namespace fxhost {
 
 enum class Callback {
-  AddParam,
-  CheckoutLayer,
-  CheckoutLayerPixels,
-  CheckoutOutput,
-  CheckoutParam,
-  CheckinParam,
-  Iterate,
-  NewHandle,  // host_new_handle answers null; the code is unused
+    AddParam,
+    CheckoutLayer,
+    CheckoutLayerPixels,
+    CheckoutOutput,
+    CheckoutParam,
+    CheckinParam,
+    Iterate,
+    NewHandle,  // host_new_handle answers null; the code is unused
 };
 
 const char* callbackName(Callback callback);
 
 struct Fault {
-  Callback callback;
-  PF_Err code = PF_Err_INTERNAL_STRUCT_DAMAGED;
-  int onCall = 0;       // 1-based call number of this callback; 0 fails every call
-  int paramIndex = -1;  // CheckoutParam only: fail for this index only; -1 for any
+    Callback callback;
+    PF_Err code = PF_Err_INTERNAL_STRUCT_DAMAGED;
+    int onCall = 0;       // 1-based call number of this callback; 0 fails every call
+    int paramIndex = -1;  // CheckoutParam only: fail for this index only; -1 for any
 };
 
 struct FaultPlan {
-  std::set<std::string> missingSuites;    // AcquireSuite fails for these names
-  std::set<std::string> nullTableSuites;  // AcquireSuite reports success with a null table
-  std::vector<Fault> faults;
-  bool nullInputWorld = false;  // checkout_layer_pixels succeeds but hands back no world
+    std::set<std::string> missingSuites;    // AcquireSuite fails for these names
+    std::set<std::string> nullTableSuites;  // AcquireSuite reports success with a null table
+    std::vector<Fault> faults;
+    bool nullInputWorld = false;  // checkout_layer_pixels succeeds but hands back no world
 
-  void clear() { *this = FaultPlan(); }
+    void clear() { *this = FaultPlan(); }
 };
 
 }  // namespace fxhost

@@ -8,19 +8,19 @@
 namespace fxhost {
 
 class FramePattern {
- public:
-  explicit FramePattern(const std::string& pattern);
+public:
+    explicit FramePattern(const std::string& pattern);
 
-  bool isSequence() const { return mWidth >= 0; }
-  std::string name(int frame) const;
+    bool isSequence() const { return mWidth >= 0; }
+    std::string name(int frame) const;
 
-  // "FIRST-LAST" or "FRAME"; throws std::invalid_argument when malformed or reversed.
-  static void parseRange(const std::string& text, int& first, int& last);
+    // "FIRST-LAST" or "FRAME"; throws std::invalid_argument when malformed or reversed.
+    static void parseRange(const std::string& text, int& first, int& last);
 
- private:
-  std::string mBefore;
-  std::string mAfter;
-  int mWidth = -1;  // digits to pad to; -1 when the name has no frame number
+private:
+    std::string mBefore;
+    std::string mAfter;
+    int mWidth = -1;  // digits to pad to; -1 when the name has no frame number
 };
 
 }  // namespace fxhost

@@ -9,24 +9,24 @@
 namespace fxhost {
 
 class HostGLContext {
- public:
-  HostGLContext();
-  ~HostGLContext();
+public:
+    HostGLContext();
+    ~HostGLContext();
 
-  HostGLContext(const HostGLContext&) = delete;
-  HostGLContext& operator=(const HostGLContext&) = delete;
+    HostGLContext(const HostGLContext&) = delete;
+    HostGLContext& operator=(const HostGLContext&) = delete;
 
-  void makeCurrent();
-  bool isCurrent() const;
-  EGLDisplay display() const { return mDisplay; }
-  EGLContext context() const { return mContext; }
+    void makeCurrent();
+    bool isCurrent() const;
+    EGLDisplay display() const { return mDisplay; }
+    EGLContext context() const { return mContext; }
 
-  // Releases whatever context is current on the calling thread.
-  static void releaseCurrent();
+    // Releases whatever context is current on the calling thread.
+    static void releaseCurrent();
 
- private:
-  EGLDisplay mDisplay;
-  EGLContext mContext;
+private:
+    EGLDisplay mDisplay;
+    EGLContext mContext;
 };
 
 }  // namespace fxhost

@@ -14,46 +14,46 @@
 namespace fxhost {
 
 class HostSuites {
- public:
-  // A script handler answers AEGP_ExecuteScript: it gets the script text and
-  // sets the result text; returning false leaves the result handle null.
-  using ScriptHandler = std::function<bool(const std::string& script, std::string& result)>;
+public:
+    // A script handler answers AEGP_ExecuteScript: it gets the script text and
+    // sets the result text; returning false leaves the result handle null.
+    using ScriptHandler = std::function<bool(const std::string& script, std::string& result)>;
 
-  explicit HostSuites(const FaultPlan& faults);
-  ~HostSuites();
+    explicit HostSuites(const FaultPlan& faults);
+    ~HostSuites();
 
-  HostSuites(const HostSuites&) = delete;
-  HostSuites& operator=(const HostSuites&) = delete;
+    HostSuites(const HostSuites&) = delete;
+    HostSuites& operator=(const HostSuites&) = delete;
 
-  SPBasicSuite* basicSuite() { return &mBasicSuite; }
+    SPBasicSuite* basicSuite() { return &mBasicSuite; }
 
-  int acquired(const std::string& name) const;
-  int released(const std::string& name) const;
-  // Names whose acquisitions and releases differ, as "name (acquired a, released r)".
-  std::string unbalanced() const;
-  int liveHandles() const { return mLiveHandles; }
-  int liveMemHandles() const { return mLiveMemHandles; }
+    int acquired(const std::string& name) const;
+    int released(const std::string& name) const;
+    // Names whose acquisitions and releases differ, as "name (acquired a, released r)".
+    std::string unbalanced() const;
+    int liveHandles() const { return mLiveHandles; }
+    int liveMemHandles() const { return mLiveMemHandles; }
 
-  void setScriptHandler(ScriptHandler handler) { mScriptHandler = std::move(handler); }
+    void setScriptHandler(ScriptHandler handler) { mScriptHandler = std::move(handler); }
 
-  // Counts a call of a faultable callback and gives the injected code, or 0.
-  PF_Err injected(Callback callback, int paramIndex = -1);
-  int calls(Callback callback) const;
-  void resetCalls() { mCalls.clear(); }
+    // Counts a call of a faultable callback and gives the injected code, or 0.
+    PF_Err injected(Callback callback, int paramIndex = -1);
+    int calls(Callback callback) const;
+    void resetCalls() { mCalls.clear(); }
 
-  static HostSuites* active();
+    static HostSuites* active();
 
- private:
-  friend struct SuiteFunctions;
+private:
+    friend struct SuiteFunctions;
 
-  const FaultPlan& mFaults;
-  SPBasicSuite mBasicSuite;
-  std::map<std::string, int> mAcquired;
-  std::map<std::string, int> mReleased;
-  std::map<Callback, int> mCalls;
-  int mLiveHandles = 0;
-  int mLiveMemHandles = 0;
-  ScriptHandler mScriptHandler;
+    const FaultPlan& mFaults;
+    SPBasicSuite mBasicSuite;
+    std::map<std::string, int> mAcquired;
+    std::map<std::string, int> mReleased;
+    std::map<Callback, int> mCalls;
+    int mLiveHandles = 0;
+    int mLiveMemHandles = 0;
+    ScriptHandler mScriptHandler;
 };
 
 }  // namespace fxhost

@@ -12,114 +12,128 @@ constexpr size_t kTailBytes = 64;
 }  // namespace
 
 size_t HostWorld::pixelSize(Depth depth) {
-  switch (depth) {
-    case Depth::Eight: return 4;
-    case Depth::Sixteen: return 8;
-    case Depth::Float: return 16;
-  }
-  return 4;
+    switch (depth) {
+        case Depth::Eight:
+            return 4;
+        case Depth::Sixteen:
+            return 8;
+        case Depth::Float:
+            return 16;
+    }
+    return 4;
 }
 
 HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     : mDepth(depth), mWidth(width), mHeight(height), mDef() {
-  if (width < 0 || height < 0 || padBytes < 0) {
-    throw std::invalid_argument("world size must not be negative");
-  }
-  const size_t px = pixelSize(depth);
-  const size_t pad = (static_cast<size_t>(padBytes) + px - 1) / px * px;
-  const size_t rowbytes = static_cast<size_t>(width) * px + pad;
-  if (rowbytes > 0x7fffffff) {
-    throw std::invalid_argument("world row is too large");
-  }
-  mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
-  mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the clearing
-  mDef.rowbytes = mRowbytes;
-  for (int y = 0; y < height; ++y) {
-    std::memset(row(y), 0, static_cast<size_t>(width) * px);
-  }
-  mDef.reserved0 = this;  // lets the host's callbacks find the world again
-  mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
-  mDef.data = mStorage.data();
-  mDef.width = width;
-  mDef.height = height;
-  mDef.extent_hint = PF_LRect{0, 0, width, height};
-  mDef.pix_aspect_ratio = PF_RationalScale{1, 1};
+    if (width < 0 || height < 0 || padBytes < 0) {
+        throw std::invalid_argument("world size must not be negative");
+    }
+    const size_t px = pixelSize(depth);
+    const size_t pad = (static_cast<size_t>(padBytes) + px - 1) / px * px;
+    const size_t rowbytes = static_cast<size_t>(width) * px + pad;
+    if (rowbytes > 0x7fffffff) {
+        throw std::invalid_argument("world row is too large");
+    }
+    mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
+    mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the clearing
+    mDef.rowbytes = mRowbytes;
+    for (int y = 0; y < height; ++y) {
+        std::memset(row(y), 0, static_cast<size_t>(width) * px);
+    }
+    mDef.reserved0 = this;  // lets the host's callbacks find the world again
+    mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
+    mDef.data = mStorage.data();
+    mDef.width = width;
+    mDef.height = height;
+    mDef.extent_hint = PF_LRect{0, 0, width, height};
+    mDef.pix_aspect_ratio = PF_RationalScale{1, 1};
 }
 
 PF_PixelFormat HostWorld::pixelFormat() const {
-  switch (mDepth) {
-    case Depth::Eight: return PF_PixelFormat_ARGB32;
-    case Depth::Sixteen: return PF_PixelFormat_ARGB64;
-    case Depth::Float: return PF_PixelFormat_ARGB128;
-  }
-  return PF_PixelFormat_INVALID;
+    switch (mDepth) {
+        case Depth::Eight:
+            return PF_PixelFormat_ARGB32;
+        case Depth::Sixteen:
+            return PF_PixelFormat_ARGB64;
+        case Depth::Float:
+            return PF_PixelFormat_ARGB128;
+    }
+    return PF_PixelFormat_INVALID;
 }
 
 void HostWorld::setPixel(int x, int y, const float argb[4]) {
-  uint8_t* p = row(y) + static_cast<size_t>(x) * pixelSize(mDepth);
-  for (int c = 0; c < 4; ++c) {
-    switch (mDepth) {
-      case Depth::Eight: p[c] = static_cast<uint8_t>(argb[c]); break;
-      case Depth::Sixteen: {
-        const uint16_t v = static_cast<uint16_t>(argb[c]);
-        std::memcpy(p + 2 * c, &v, 2);
-        break;
-      }
-      case Depth::Float: std::memcpy(p + 4 * c, &argb[c], 4); break;
+    uint8_t* p = row(y) + static_cast<size_t>(x) * pixelSize(mDepth);
+    for (int c = 0; c < 4; ++c) {
+        switch (mDepth) {
+            case Depth::Eight:
+                p[c] = static_cast<uint8_t>(argb[c]);
+                break;
+            case Depth::Sixteen: {
+                const uint16_t v = static_cast<uint16_t>(argb[c]);
+                std::memcpy(p + 2 * c, &v, 2);
+                break;
+            }
+            case Depth::Float:
+                std::memcpy(p + 4 * c, &argb[c], 4);
+                break;
+        }
     }
-  }
 }
 
 void HostWorld::getPixel(int x, int y, float argb[4]) const {
-  const uint8_t* p = row(y) + static_cast<size_t>(x) * pixelSize(mDepth);
-  for (int c = 0; c < 4; ++c) {
-    switch (mDepth) {
-      case Depth::Eight: argb[c] = p[c]; break;
-      case Depth::Sixteen: {
-        uint16_t v;
-        std::memcpy(&v, p + 2 * c, 2);
-        argb[c] = v;
-        break;
-      }
-      case Depth::Float: std::memcpy(&argb[c], p + 4 * c, 4); break;
+    const uint8_t* p = row(y) + static_cast<size_t>(x) * pixelSize(mDepth);
+    for (int c = 0; c < 4; ++c) {
+        switch (mDepth) {
+            case Depth::Eight:
+                argb[c] = p[c];
+                break;
+            case Depth::Sixteen: {
+                uint16_t v;
+                std::memcpy(&v, p + 2 * c, 2);
+                argb[c] = v;
+                break;
+            }
+            case Depth::Float:
+                std::memcpy(&argb[c], p + 4 * c, 4);
+                break;
+        }
     }
-  }
 }
 
 void HostWorld::fill(const float argb[4]) {
-  for (int y = 0; y < height(); ++y) {
-    for (int x = 0; x < width(); ++x) {
-      setPixel(x, y, argb);
+    for (int y = 0; y < height(); ++y) {
+        for (int x = 0; x < width(); ++x) {
+            setPixel(x, y, argb);
+        }
     }
-  }
 }
 
 bool HostWorld::guardsIntact() const {
-  const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
-  for (int y = 0; y < height(); ++y) {
-    const uint8_t* r = row(y);
-    for (size_t i = used; i < static_cast<size_t>(rowbytes()); ++i) {
-      if (r[i] != kGuardByte) return false;
+    const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
+    for (int y = 0; y < height(); ++y) {
+        const uint8_t* r = row(y);
+        for (size_t i = used; i < static_cast<size_t>(rowbytes()); ++i) {
+            if (r[i] != kGuardByte) return false;
+        }
     }
-  }
-  for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mStorage.size(); ++i) {
-    if (mStorage[i] != kGuardByte) return false;
-  }
-  return true;
+    for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mStorage.size(); ++i) {
+        if (mStorage[i] != kGuardByte) return false;
+    }
+    return true;
 }
 
 std::vector<uint8_t> HostWorld::pixelBytes() const {
-  const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
-  std::vector<uint8_t> bytes;
-  bytes.reserve(used * height());
-  for (int y = 0; y < height(); ++y) {
-    bytes.insert(bytes.end(), row(y), row(y) + used);
-  }
-  return bytes;
+    const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
+    std::vector<uint8_t> bytes;
+    bytes.reserve(used * height());
+    for (int y = 0; y < height(); ++y) {
+        bytes.insert(bytes.end(), row(y), row(y) + used);
+    }
+    return bytes;
 }
 
 HostWorld* HostWorld::fromDef(const PF_LayerDef* def) {
-  return def ? static_cast<HostWorld*>(def->reserved0) : nullptr;
+    return def ? static_cast<HostWorld*>(def->reserved0) : nullptr;
 }
 
 }  // namespace fxhost

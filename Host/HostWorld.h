@@ -18,46 +18,46 @@ namespace fxhost {
 enum class Depth { Eight, Sixteen, Float };
 
 class HostWorld {
- public:
-  static constexpr uint8_t kGuardByte = 0xA5;
+public:
+    static constexpr uint8_t kGuardByte = 0xA5;
 
-  // padBytes are added to every row beyond width pixels (rounded up to whole pixels).
-  HostWorld(int width, int height, Depth depth, int padBytes = 16);
+    // padBytes are added to every row beyond width pixels (rounded up to whole pixels).
+    HostWorld(int width, int height, Depth depth, int padBytes = 16);
 
-  HostWorld(const HostWorld&) = delete;
-  HostWorld& operator=(const HostWorld&) = delete;
+    HostWorld(const HostWorld&) = delete;
+    HostWorld& operator=(const HostWorld&) = delete;
 
-  PF_LayerDef* def() { return &mDef; }
-  const PF_LayerDef* def() const { return &mDef; }
-  int width() const { return mWidth; }
-  int height() const { return mHeight; }
-  int rowbytes() const { return mRowbytes; }
-  Depth depth() const { return mDepth; }
-  PF_PixelFormat pixelFormat() const;
-  static size_t pixelSize(Depth depth);
+    PF_LayerDef* def() { return &mDef; }
+    const PF_LayerDef* def() const { return &mDef; }
+    int width() const { return mWidth; }
+    int height() const { return mHeight; }
+    int rowbytes() const { return mRowbytes; }
+    Depth depth() const { return mDepth; }
+    PF_PixelFormat pixelFormat() const;
+    static size_t pixelSize(Depth depth);
 
-  // Channel values in the world's own scale (0-255, 0-32768, or float), order A, R, G, B.
-  void setPixel(int x, int y, const float argb[4]);
-  void getPixel(int x, int y, float argb[4]) const;
-  void fill(const float argb[4]);
+    // Channel values in the world's own scale (0-255, 0-32768, or float), order A, R, G, B.
+    void setPixel(int x, int y, const float argb[4]);
+    void getPixel(int x, int y, float argb[4]) const;
+    void fill(const float argb[4]);
 
-  bool guardsIntact() const;
-  // Bytes of the pixels only, row by row, without padding: for "untouched" comparisons.
-  std::vector<uint8_t> pixelBytes() const;
+    bool guardsIntact() const;
+    // Bytes of the pixels only, row by row, without padding: for "untouched" comparisons.
+    std::vector<uint8_t> pixelBytes() const;
 
-  // The world behind a definition the host handed out, or null for a foreign one.
-  static HostWorld* fromDef(const PF_LayerDef* def);
+    // The world behind a definition the host handed out, or null for a foreign one.
+    static HostWorld* fromDef(const PF_LayerDef* def);
 
- private:
-  uint8_t* row(int y) { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
-  const uint8_t* row(int y) const { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
+private:
+    uint8_t* row(int y) { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
+    const uint8_t* row(int y) const { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
 
-  Depth mDepth;
-  int mWidth;
-  int mHeight;
-  int mRowbytes = 0;
-  std::vector<uint8_t> mStorage;
-  PF_LayerDef mDef;
+    Depth mDepth;
+    int mWidth;
+    int mHeight;
+    int mRowbytes = 0;
+    std::vector<uint8_t> mStorage;
+    PF_LayerDef mDef;
 };
 
 }  // namespace fxhost

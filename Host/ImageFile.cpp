@@ -13,149 +13,158 @@ namespace fxhost {
 
 namespace {
 
-float clamp01(float v) { return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v)); }
+float clamp01(float v) {
+    return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v));
+}
 
 std::runtime_error fileError(const std::string& what, const std::string& path, const std::string& why) {
-  return std::runtime_error("cannot " + what + " '" + path + "'" + (why.empty() ? "" : ": " + why));
+    return std::runtime_error("cannot " + what + " '" + path + "'" + (why.empty() ? "" : ": " + why));
 }
 
 }  // namespace
 
 ImageFile::ImageFile(int width, int height, int channels, OIIO::TypeDesc type)
-    : mWidth(width), mHeight(height), mChannels(channels), mType(type),
+    : mWidth(width),
+      mHeight(height),
+      mChannels(channels),
+      mType(type),
       mPixels(static_cast<size_t>(width) * height * 4, 0.0f) {
-  for (size_t i = 3; i < mPixels.size(); i += 4) mPixels[i] = 1.0f;
+    for (size_t i = 3; i < mPixels.size(); i += 4) mPixels[i] = 1.0f;
 }
 
 ImageFile ImageFile::read(const std::string& path) {
-  // Ask for alpha as stored where the format keeps it straight (PNG, TIFF); EXR keeps it
-  // associated, and that is divided out below, since host worlds hold straight alpha.
-  OIIO::ImageSpec config;
-  config.attribute("oiio:UnassociatedAlpha", 1);
-  auto in = OIIO::ImageInput::open(path, &config);
-  if (!in) {
-    throw fileError("read image", path, OIIO::geterror());
-  }
-  const OIIO::ImageSpec header = in->spec_dimensions(0);
-  if (header.width <= 0 || header.height <= 0 || header.nchannels < 1 || header.depth > 1) {
-    throw fileError("read image", path, "not a 2-D image with channels");
-  }
-  const int n = header.nchannels;
-  std::vector<float> raw(static_cast<size_t>(header.width) * header.height * n);
-  if (!in->read_image(0, 0, 0, n, OIIO::TypeDesc::FLOAT, raw.data())) {
-    throw fileError("read image", path, in->geterror());
-  }
-  const bool hasAlpha = n == 2 || n >= 4;
-  const bool associated = hasAlpha && std::string(in->format_name()) == "openexr";
-  ImageFile image(header.width, header.height, std::min(n, 4), header.format);
-  for (size_t p = 0; p < static_cast<size_t>(header.width) * header.height; ++p) {
-    const float* s = &raw[p * n];
-    float* d = &image.mPixels[p * 4];
-    if (n <= 2) {
-      d[0] = d[1] = d[2] = s[0];
-      d[3] = n == 2 ? s[1] : 1.0f;
-    } else {
-      d[0] = s[0];
-      d[1] = s[1];
-      d[2] = s[2];
-      d[3] = n >= 4 ? s[3] : 1.0f;
+    // Ask for alpha as stored where the format keeps it straight (PNG, TIFF); EXR keeps it
+    // associated, and that is divided out below, since host worlds hold straight alpha.
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    auto in = OIIO::ImageInput::open(path, &config);
+    if (!in) {
+        throw fileError("read image", path, OIIO::geterror());
     }
-    if (associated && d[3] > 0.0f) {
-      for (int c = 0; c < 3; ++c) d[c] /= d[3];
+    const OIIO::ImageSpec header = in->spec_dimensions(0);
+    if (header.width <= 0 || header.height <= 0 || header.nchannels < 1 || header.depth > 1) {
+        throw fileError("read image", path, "not a 2-D image with channels");
     }
-  }
-  return image;
+    const int n = header.nchannels;
+    std::vector<float> raw(static_cast<size_t>(header.width) * header.height * n);
+    if (!in->read_image(0, 0, 0, n, OIIO::TypeDesc::FLOAT, raw.data())) {
+        throw fileError("read image", path, in->geterror());
+    }
+    const bool hasAlpha = n == 2 || n >= 4;
+    const bool associated = hasAlpha && std::string(in->format_name()) == "openexr";
+    ImageFile image(header.width, header.height, std::min(n, 4), header.format);
+    for (size_t p = 0; p < static_cast<size_t>(header.width) * header.height; ++p) {
+        const float* s = &raw[p * n];
+        float* d = &image.mPixels[p * 4];
+        if (n <= 2) {
+            d[0] = d[1] = d[2] = s[0];
+            d[3] = n == 2 ? s[1] : 1.0f;
+        } else {
+            d[0] = s[0];
+            d[1] = s[1];
+            d[2] = s[2];
+            d[3] = n >= 4 ? s[3] : 1.0f;
+        }
+        if (associated && d[3] > 0.0f) {
+            for (int c = 0; c < 3; ++c) d[c] /= d[3];
+        }
+    }
+    return image;
 }
 
 void ImageFile::write(const std::string& path) const {
-  auto out = OIIO::ImageOutput::create(path);
-  if (!out) {
-    throw fileError("write image", path, OIIO::geterror());
-  }
-  const bool premultiply = std::string(out->format_name()) == "openexr";
-  OIIO::ImageSpec header(mWidth, mHeight, mChannels, mType);
-  if (mChannels == 2 || mChannels == 4) header.alpha_channel = mChannels - 1;
-  header.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
-  std::vector<float> raw(static_cast<size_t>(mWidth) * mHeight * mChannels);
-  for (size_t p = 0; p < static_cast<size_t>(mWidth) * mHeight; ++p) {
-    const float* s = &mPixels[p * 4];
-    float* d = &raw[p * mChannels];
-    const float a = premultiply ? s[3] : 1.0f;
-    if (mChannels <= 2) {
-      d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
-      if (mChannels == 2) d[1] = s[3];
-    } else {
-      for (int c = 0; c < 3; ++c) d[c] = s[c] * a;
-      if (mChannels == 4) d[3] = s[3];
+    auto out = OIIO::ImageOutput::create(path);
+    if (!out) {
+        throw fileError("write image", path, OIIO::geterror());
     }
-  }
-  const std::string slash = path.find('/') == std::string::npos ? "" : path.substr(0, path.find_last_of('/') + 1);
-  const std::string temporary = slash + ".fxhost-" + std::to_string(getpid()) + "-" + path.substr(slash.size());
-  if (!out->open(temporary, header) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) || !out->close()) {
-    const std::string why = out->geterror();
-    std::remove(temporary.c_str());
-    throw fileError("write image", path, why);
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    std::remove(temporary.c_str());
-    throw fileError("write image", path, "rename failed");
-  }
+    const bool premultiply = std::string(out->format_name()) == "openexr";
+    OIIO::ImageSpec header(mWidth, mHeight, mChannels, mType);
+    if (mChannels == 2 || mChannels == 4) header.alpha_channel = mChannels - 1;
+    header.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
+    std::vector<float> raw(static_cast<size_t>(mWidth) * mHeight * mChannels);
+    for (size_t p = 0; p < static_cast<size_t>(mWidth) * mHeight; ++p) {
+        const float* s = &mPixels[p * 4];
+        float* d = &raw[p * mChannels];
+        const float a = premultiply ? s[3] : 1.0f;
+        if (mChannels <= 2) {
+            d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
+            if (mChannels == 2) d[1] = s[3];
+        } else {
+            for (int c = 0; c < 3; ++c) d[c] = s[c] * a;
+            if (mChannels == 4) d[3] = s[3];
+        }
+    }
+    const std::string slash =
+        path.find('/') == std::string::npos ? "" : path.substr(0, path.find_last_of('/') + 1);
+    const std::string temporary =
+        slash + ".fxhost-" + std::to_string(getpid()) + "-" + path.substr(slash.size());
+    if (!out->open(temporary, header) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) ||
+        !out->close()) {
+        const std::string why = out->geterror();
+        std::remove(temporary.c_str());
+        throw fileError("write image", path, why);
+    }
+    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        throw fileError("write image", path, "rename failed");
+    }
 }
 
 void ImageFile::toWorld(HostWorld& world) const {
-  const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
-  if (world.depth() == Depth::Eight) {
-    // The host's own depth, written in place: the same rounding as setPixel, without a call a channel.
-    PF_LayerDef* def = world.def();
+    const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
+    if (world.depth() == Depth::Eight) {
+        // The host's own depth, written in place: the same rounding as setPixel, without a call a channel.
+        PF_LayerDef* def = world.def();
+        for (int y = 0; y < height; ++y) {
+            uint8_t* p = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+            for (int x = 0; x < width; ++x, p += 4) {
+                const float* s = rgba(x, y);
+                p[0] = static_cast<uint8_t>(std::round(clamp01(s[3]) * 255.0f));
+                p[1] = static_cast<uint8_t>(std::round(clamp01(s[0]) * 255.0f));
+                p[2] = static_cast<uint8_t>(std::round(clamp01(s[1]) * 255.0f));
+                p[3] = static_cast<uint8_t>(std::round(clamp01(s[2]) * 255.0f));
+            }
+        }
+        return;
+    }
     for (int y = 0; y < height; ++y) {
-      uint8_t* p = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
-      for (int x = 0; x < width; ++x, p += 4) {
-        const float* s = rgba(x, y);
-        p[0] = static_cast<uint8_t>(std::round(clamp01(s[3]) * 255.0f));
-        p[1] = static_cast<uint8_t>(std::round(clamp01(s[0]) * 255.0f));
-        p[2] = static_cast<uint8_t>(std::round(clamp01(s[1]) * 255.0f));
-        p[3] = static_cast<uint8_t>(std::round(clamp01(s[2]) * 255.0f));
-      }
+        for (int x = 0; x < width; ++x) {
+            const float* s = rgba(x, y);
+            const float argb[4] = {std::round(clamp01(s[3]) * 255.0f), std::round(clamp01(s[0]) * 255.0f),
+                                   std::round(clamp01(s[1]) * 255.0f), std::round(clamp01(s[2]) * 255.0f)};
+            world.setPixel(x, y, argb);
+        }
     }
-    return;
-  }
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const float* s = rgba(x, y);
-      const float argb[4] = {std::round(clamp01(s[3]) * 255.0f), std::round(clamp01(s[0]) * 255.0f),
-                             std::round(clamp01(s[1]) * 255.0f), std::round(clamp01(s[2]) * 255.0f)};
-      world.setPixel(x, y, argb);
-    }
-  }
 }
 
 void ImageFile::fromWorld(const HostWorld& world) {
-  const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
-  if (world.depth() == Depth::Eight) {
-    const PF_LayerDef* def = world.def();
+    const int height = std::min(mHeight, world.height()), width = std::min(mWidth, world.width());
+    if (world.depth() == Depth::Eight) {
+        const PF_LayerDef* def = world.def();
+        for (int y = 0; y < height; ++y) {
+            const uint8_t* p =
+                static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+            for (int x = 0; x < width; ++x, p += 4) {
+                float* d = rgba(x, y);
+                d[0] = p[1] / 255.0f;
+                d[1] = p[2] / 255.0f;
+                d[2] = p[3] / 255.0f;
+                d[3] = p[0] / 255.0f;
+            }
+        }
+        return;
+    }
     for (int y = 0; y < height; ++y) {
-      const uint8_t* p = static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
-      for (int x = 0; x < width; ++x, p += 4) {
-        float* d = rgba(x, y);
-        d[0] = p[1] / 255.0f;
-        d[1] = p[2] / 255.0f;
-        d[2] = p[3] / 255.0f;
-        d[3] = p[0] / 255.0f;
-      }
+        for (int x = 0; x < width; ++x) {
+            float argb[4];
+            world.getPixel(x, y, argb);
+            float* d = rgba(x, y);
+            d[0] = argb[1] / 255.0f;
+            d[1] = argb[2] / 255.0f;
+            d[2] = argb[3] / 255.0f;
+            d[3] = argb[0] / 255.0f;
+        }
     }
-    return;
-  }
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      float argb[4];
-      world.getPixel(x, y, argb);
-      float* d = rgba(x, y);
-      d[0] = argb[1] / 255.0f;
-      d[1] = argb[2] / 255.0f;
-      d[2] = argb[3] / 255.0f;
-      d[3] = argb[0] / 255.0f;
-    }
-  }
 }
 
 }  // namespace fxhost

@@ -15,33 +15,33 @@
 namespace fxhost {
 
 class ImageFile {
- public:
-  ImageFile() = default;
-  ImageFile(int width, int height, int channels, OIIO::TypeDesc type);
+public:
+    ImageFile() = default;
+    ImageFile(int width, int height, int channels, OIIO::TypeDesc type);
 
-  static ImageFile read(const std::string& path);
-  void write(const std::string& path) const;
+    static ImageFile read(const std::string& path);
+    void write(const std::string& path) const;
 
-  int width() const { return mWidth; }
-  int height() const { return mHeight; }
-  int channels() const { return mChannels; }
-  OIIO::TypeDesc type() const { return mType; }
+    int width() const { return mWidth; }
+    int height() const { return mHeight; }
+    int channels() const { return mChannels; }
+    OIIO::TypeDesc type() const { return mType; }
 
-  // Straight RGBA of one pixel; files without alpha read as opaque.
-  float* rgba(int x, int y) { return &mPixels[(static_cast<size_t>(y) * mWidth + x) * 4]; }
-  const float* rgba(int x, int y) const { return &mPixels[(static_cast<size_t>(y) * mWidth + x) * 4]; }
+    // Straight RGBA of one pixel; files without alpha read as opaque.
+    float* rgba(int x, int y) { return &mPixels[(static_cast<size_t>(y) * mWidth + x) * 4]; }
+    const float* rgba(int x, int y) const { return &mPixels[(static_cast<size_t>(y) * mWidth + x) * 4]; }
 
-  // The host hands this effect 8-bit worlds (it declares no deep colour): the file's
-  // pixels are rounded to 8 bits on the way in, and taken back at the file's depth.
-  void toWorld(HostWorld& world) const;
-  void fromWorld(const HostWorld& world);
+    // The host hands this effect 8-bit worlds (it declares no deep colour): the file's
+    // pixels are rounded to 8 bits on the way in, and taken back at the file's depth.
+    void toWorld(HostWorld& world) const;
+    void fromWorld(const HostWorld& world);
 
- private:
-  int mWidth = 0;
-  int mHeight = 0;
-  int mChannels = 4;
-  OIIO::TypeDesc mType = OIIO::TypeDesc::UINT8;
-  std::vector<float> mPixels;
+private:
+    int mWidth = 0;
+    int mHeight = 0;
+    int mChannels = 4;
+    OIIO::TypeDesc mType = OIIO::TypeDesc::UINT8;
+    std::vector<float> mPixels;
 };
 
 }  // namespace fxhost

@@ -13,21 +13,21 @@
 namespace fxhost {
 
 class ParameterSettings {
- public:
-  void add(const std::string& assignment) { mAssignments.push_back(assignment); }
+public:
+    void add(const std::string& assignment) { mAssignments.push_back(assignment); }
 
-  // Resolves and range-checks every assignment, then sets the values on the host.
-  void apply(EffectHost& host) const;
+    // Resolves and range-checks every assignment, then sets the values on the host.
+    void apply(EffectHost& host) const;
 
-  // Resolves NAME to an index and checks that it is a float slider; throws like apply().
-  static int resolve(const EffectHost& host, const std::string& name);
-  // "\"Hue Value\" (0 to 360)"
-  static std::string describe(const PF_ParamDef& param);
-  // Parses a value for the parameter at index and checks its range; throws like apply().
-  static double parseValue(const EffectHost& host, int index, const std::string& text);
+    // Resolves NAME to an index and checks that it is a float slider; throws like apply().
+    static int resolve(const EffectHost& host, const std::string& name);
+    // "\"Hue Value\" (0 to 360)"
+    static std::string describe(const PF_ParamDef& param);
+    // Parses a value for the parameter at index and checks its range; throws like apply().
+    static double parseValue(const EffectHost& host, int index, const std::string& text);
 
- private:
-  std::vector<std::string> mAssignments;
+private:
+    std::vector<std::string> mAssignments;
 };
 
 }  // namespace fxhost

@@ -15,35 +15,35 @@
 namespace fxhost {
 
 class JobError : public std::runtime_error {
- public:
-  // Exit statuses of the program.
-  enum { kUsage = 2, kImage = 3, kEffect = 4, kHostFault = 5 };
-  JobError(int status, const std::string& message) : std::runtime_error(message), mStatus(status) {}
-  int status() const { return mStatus; }
+public:
+    // Exit statuses of the program.
+    enum { kUsage = 2, kImage = 3, kEffect = 4, kHostFault = 5 };
+    JobError(int status, const std::string& message) : std::runtime_error(message), mStatus(status) {}
+    int status() const { return mStatus; }
 
- private:
-  int mStatus;
+private:
+    int mStatus;
 };
 
 class RenderJob {
- public:
-  RenderJob(const std::string& plugin, const ParameterSettings& settings);
+public:
+    RenderJob(const std::string& plugin, const ParameterSettings& settings);
 
-  EffectHost& host() { return mHost; }
+    EffectHost& host() { return mHost; }
 
-  // One frame at the given time: the file goes to the effect as an 8-bit world and comes
-  // back at the file's own depth.
-  ImageFile render(const ImageFile& input, int frame);
+    // One frame at the given time: the file goes to the effect as an 8-bit world and comes
+    // back at the file's own depth.
+    ImageFile render(const ImageFile& input, int frame);
 
-  // Frames first to last from INPUT to OUTPUT (patterns of FramePattern); prints a progress
-  // bar when standard error is a terminal, and one closing line with the count and rate.
-  void renderSequence(const std::string& input, const std::string& output, int first, int last);
+    // Frames first to last from INPUT to OUTPUT (patterns of FramePattern); prints a progress
+    // bar when standard error is a terminal, and one closing line with the count and rate.
+    void renderSequence(const std::string& input, const std::string& output, int first, int last);
 
-  // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
-  void renderSheet(const std::string& input, const std::string& output, const std::string& vary);
+    // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
+    void renderSheet(const std::string& input, const std::string& output, const std::string& vary);
 
- private:
-  EffectHost mHost;
+private:
+    EffectHost mHost;
 };
 
 }  // namespace fxhost

@@ -5,92 +5,93 @@
 using fxhost::Callback;
 
 TEST_F(HostFixture, AboutWritesNameAndVersionAndReleasesTheSuite) {
-  EXPECT_EQ(host->about(), PF_Err_NONE);
-  EXPECT_STREQ(host->outData().return_msg, "Ostrivane Hue And Saturation v1.0\rOstrivane Hue And Saturation");
-  EXPECT_EQ(host->suites().acquired("PF ANSI Suite"), 1);
-  EXPECT_EQ(host->suites().released("PF ANSI Suite"), 1);
+    EXPECT_EQ(host->about(), PF_Err_NONE);
+    EXPECT_STREQ(host->outData().return_msg,
+                 "Ostrivane Hue And Saturation v1.0\rOstrivane Hue And Saturation");
+    EXPECT_EQ(host->suites().acquired("PF ANSI Suite"), 1);
+    EXPECT_EQ(host->suites().released("PF ANSI Suite"), 1);
 }
 
 TEST_F(HostFixture, AboutWithoutAnsiSuiteIs516AndLeavesMessageAlone) {
-  // Missing, or reported as acquired with a null table: the same to the effect.
-  for (bool nullTable : {false, true}) {
-    SCOPED_TRACE(nullTable ? "null table" : "missing");
-    host->faults().clear();
-    (nullTable ? host->faults().nullTableSuites : host->faults().missingSuites).insert("PF ANSI Suite");
-    std::strcpy(host->outData().return_msg, "untouched");
-    host->outData().out_flags = 0;
-    EXPECT_EQ(host->about(), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_STREQ(host->outData().return_msg, "untouched");
-    EXPECT_EQ(host->outData().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
-  }
+    // Missing, or reported as acquired with a null table: the same to the effect.
+    for (bool nullTable : {false, true}) {
+        SCOPED_TRACE(nullTable ? "null table" : "missing");
+        host->faults().clear();
+        (nullTable ? host->faults().nullTableSuites : host->faults().missingSuites).insert("PF ANSI Suite");
+        std::strcpy(host->outData().return_msg, "untouched");
+        host->outData().out_flags = 0;
+        EXPECT_EQ(host->about(), PF_Err_BAD_CALLBACK_PARAM);
+        EXPECT_STREQ(host->outData().return_msg, "untouched");
+        EXPECT_EQ(host->outData().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
+    }
 }
 
 TEST_F(HostFixture, GlobalSetupDeclaresVersionAndOnlySmartRender) {
-  host->outData().out_flags = 0x7fffffff;
-  host->outData().out_flags2 = 0x7fffffff;
-  EXPECT_EQ(host->globalSetup(), PF_Err_NONE);
-  EXPECT_EQ(host->outData().my_version, 0x80001u);
-  EXPECT_EQ(host->outData().out_flags, 0);
-  EXPECT_EQ(host->outData().out_flags2, 0x400);
+    host->outData().out_flags = 0x7fffffff;
+    host->outData().out_flags2 = 0x7fffffff;
+    EXPECT_EQ(host->globalSetup(), PF_Err_NONE);
+    EXPECT_EQ(host->outData().my_version, 0x80001u);
+    EXPECT_EQ(host->outData().out_flags, 0);
+    EXPECT_EQ(host->outData().out_flags2, 0x400);
 }
 
 TEST_F(HostFixture, ParamsSetupRegistersBothSlidersFieldByField) {
-  setUpEffect();
-  EXPECT_EQ(host->outData().num_params, 3);
-  const auto& params = host->params();
-  ASSERT_EQ(params.size(), 3u);
+    setUpEffect();
+    EXPECT_EQ(host->outData().num_params, 3);
+    const auto& params = host->params();
+    ASSERT_EQ(params.size(), 3u);
 
-  struct Expected {
-    const char* name;
-    float max;
-    double value;
-    short precision;
-    int id;
-  } expected[] = {{"Hue Value", 360.0f, 0.0, 1, 1}, {"Saturation", 2.0f, 1.0, 2, 2}};
-  for (int i = 0; i < 2; ++i) {
-    SCOPED_TRACE(expected[i].name);
-    const PF_ParamDef& p = params[i + 1];
-    // Build the record the effect must have sent, independently, and compare every byte.
-    PF_ParamDef want;
-    std::memset(&want, 0, sizeof want);
-    want.uu.id = expected[i].id;
-    want.param_type = 10;
-    std::strcpy(want.name, expected[i].name);
-    want.u.fs_d.value = expected[i].value;
-    want.u.fs_d.valid_max = want.u.fs_d.slider_max = expected[i].max;
-    want.u.fs_d.dephault = static_cast<float>(expected[i].value);
-    want.u.fs_d.precision = expected[i].precision;
-    want.u.fs_d.curve_tolerance = 0.05f;
-    EXPECT_STREQ(p.name, expected[i].name);
-    EXPECT_EQ(p.u.fs_d.valid_min, 0.0f);
-    EXPECT_EQ(p.u.fs_d.valid_max, expected[i].max);
-    EXPECT_EQ(p.u.fs_d.dephault, static_cast<float>(expected[i].value));
-    EXPECT_EQ(p.u.fs_d.precision, expected[i].precision);
-    EXPECT_EQ(std::memcmp(&p, &want, sizeof want), 0) << "a field beyond the table is not zero";
-  }
+    struct Expected {
+        const char* name;
+        float max;
+        double value;
+        short precision;
+        int id;
+    } expected[] = {{"Hue Value", 360.0f, 0.0, 1, 1}, {"Saturation", 2.0f, 1.0, 2, 2}};
+    for (int i = 0; i < 2; ++i) {
+        SCOPED_TRACE(expected[i].name);
+        const PF_ParamDef& p = params[i + 1];
+        // Build the record the effect must have sent, independently, and compare every byte.
+        PF_ParamDef want;
+        std::memset(&want, 0, sizeof want);
+        want.uu.id = expected[i].id;
+        want.param_type = 10;
+        std::strcpy(want.name, expected[i].name);
+        want.u.fs_d.value = expected[i].value;
+        want.u.fs_d.valid_max = want.u.fs_d.slider_max = expected[i].max;
+        want.u.fs_d.dephault = static_cast<float>(expected[i].value);
+        want.u.fs_d.precision = expected[i].precision;
+        want.u.fs_d.curve_tolerance = 0.05f;
+        EXPECT_STREQ(p.name, expected[i].name);
+        EXPECT_EQ(p.u.fs_d.valid_min, 0.0f);
+        EXPECT_EQ(p.u.fs_d.valid_max, expected[i].max);
+        EXPECT_EQ(p.u.fs_d.dephault, static_cast<float>(expected[i].value));
+        EXPECT_EQ(p.u.fs_d.precision, expected[i].precision);
+        EXPECT_EQ(std::memcmp(&p, &want, sizeof want), 0) << "a field beyond the table is not zero";
+    }
 }
 
 TEST_F(HostFixture, FailingAddParamStopsAtOnceWithItsCode) {
-  host->faults().faults.push_back({Callback::AddParam, PF_Err_OUT_OF_MEMORY, 1});
-  EXPECT_EQ(host->paramsSetup(), PF_Err_OUT_OF_MEMORY);
-  EXPECT_EQ(host->suites().calls(Callback::AddParam), 1);
-  EXPECT_EQ(host->params().size(), 1u);
-  EXPECT_EQ(host->outData().num_params, 3);
+    host->faults().faults.push_back({Callback::AddParam, PF_Err_OUT_OF_MEMORY, 1});
+    EXPECT_EQ(host->paramsSetup(), PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(host->suites().calls(Callback::AddParam), 1);
+    EXPECT_EQ(host->params().size(), 1u);
+    EXPECT_EQ(host->outData().num_params, 3);
 
-  host->suites().resetCalls();
-  host->faults().faults = {{Callback::AddParam, PF_Err_INVALID_INDEX, 2}};
-  EXPECT_EQ(host->paramsSetup(), PF_Err_INVALID_INDEX);
-  EXPECT_EQ(host->suites().calls(Callback::AddParam), 2);
-  ASSERT_EQ(host->params().size(), 2u);
-  EXPECT_STREQ(host->params()[1].name, "Hue Value");
+    host->suites().resetCalls();
+    host->faults().faults = {{Callback::AddParam, PF_Err_INVALID_INDEX, 2}};
+    EXPECT_EQ(host->paramsSetup(), PF_Err_INVALID_INDEX);
+    EXPECT_EQ(host->suites().calls(Callback::AddParam), 2);
+    ASSERT_EQ(host->params().size(), 2u);
+    EXPECT_STREQ(host->params()[1].name, "Hue Value");
 }
 
 TEST_F(HostFixture, UnknownSelectorsReturnZeroAndTouchNothing) {
-  std::memset(&host->outData(), 0x5c, sizeof(PF_OutData));
-  PF_OutData before;
-  std::memcpy(&before, &host->outData(), sizeof before);
-  for (PF_Cmd cmd : {2, 5, 9, 11, 17, 22, 25, 99, -1}) {
-    EXPECT_EQ(host->send(cmd), PF_Err_NONE) << cmd;
-    EXPECT_EQ(std::memcmp(&before, &host->outData(), sizeof before), 0) << cmd;
-  }
+    std::memset(&host->outData(), 0x5c, sizeof(PF_OutData));
+    PF_OutData before;
+    std::memcpy(&before, &host->outData(), sizeof before);
+    for (PF_Cmd cmd : {2, 5, 9, 11, 17, 22, 25, 99, -1}) {
+        EXPECT_EQ(host->send(cmd), PF_Err_NONE) << cmd;
+        EXPECT_EQ(std::memcmp(&before, &host->outData(), sizeof before), 0) << cmd;
+    }
 }

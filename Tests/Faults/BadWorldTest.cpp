@@ -20,139 +20,143 @@ using fxhost::HostWorld;
 namespace {
 
 class BadWorld : public ::testing::Test {
- protected:
-  void SetUp() override {
-    host.reset(new EffectHost(OSTRIVANE_BUNDLE_PATH));
-    ASSERT_EQ(host->globalSetup(), PF_Err_NONE);
-    ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);
-    host->setParamValue(1, known::kTurned.hue);
-    host->setParamValue(2, known::kTurned.saturation);
-  }
-  void TearDown() override {
-    // Whatever came before, the effect renders the next good frame right.
-    HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
-    known::fillPattern(input);
-    EXPECT_EQ(host->renderFrame(input, output), PF_Err_NONE);
-    EXPECT_EQ(known::checkPattern(output, known::kTurned), "");
-    EXPECT_EQ(host->globalSetdown(), PF_Err_NONE);
-    EXPECT_TRUE(host->violations().empty()) << host->violations().front();
-  }
+protected:
+    void SetUp() override {
+        host.reset(new EffectHost(OSTRIVANE_BUNDLE_PATH));
+        ASSERT_EQ(host->globalSetup(), PF_Err_NONE);
+        ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);
+        host->setParamValue(1, known::kTurned.hue);
+        host->setParamValue(2, known::kTurned.saturation);
+    }
+    void TearDown() override {
+        // Whatever came before, the effect renders the next good frame right.
+        HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
+        known::fillPattern(input);
+        EXPECT_EQ(host->renderFrame(input, output), PF_Err_NONE);
+        EXPECT_EQ(known::checkPattern(output, known::kTurned), "");
+        EXPECT_EQ(host->globalSetdown(), PF_Err_NONE);
+        EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+    }
 
-  // Renders with the lent definitions altered by `lie` and put right again before the
-  // host looks at its guards; gives the effect's code and leaves `output` as it came out.
-  PF_Err renderLying(HostWorld& input, HostWorld& output, const std::function<void(PF_LayerDef&, PF_LayerDef&)>& lie) {
-    const PF_LayerDef in = *input.def(), out = *output.def();
-    lie(*input.def(), *output.def());
-    const PF_Err err = host->smartRender(&input, &output);
-    *input.def() = in;
-    *output.def() = out;
-    EXPECT_TRUE(input.guardsIntact());
-    EXPECT_TRUE(output.guardsIntact());
-    EXPECT_TRUE(host->violations().empty()) << host->violations().front();
-    return err;
-  }
+    // Renders with the lent definitions altered by `lie` and put right again before the
+    // host looks at its guards; gives the effect's code and leaves `output` as it came out.
+    PF_Err renderLying(HostWorld& input, HostWorld& output,
+                       const std::function<void(PF_LayerDef&, PF_LayerDef&)>& lie) {
+        const PF_LayerDef in = *input.def(), out = *output.def();
+        lie(*input.def(), *output.def());
+        const PF_Err err = host->smartRender(&input, &output);
+        *input.def() = in;
+        *output.def() = out;
+        EXPECT_TRUE(input.guardsIntact());
+        EXPECT_TRUE(output.guardsIntact());
+        EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+        return err;
+    }
 
-  std::unique_ptr<EffectHost> host;
+    std::unique_ptr<EffectHost> host;
 };
 
 const float kMark[4] = {1, 2, 3, 4};
 
 TEST_F(BadWorld, RefusedWorldsGive516AndLeaveTheOutputAlone) {
-  struct Case {
-    const char* name;
-    std::function<void(PF_LayerDef&, PF_LayerDef&)> lie;
-  } cases[] = {
-      {"input rows one byte short", [](PF_LayerDef& in, PF_LayerDef&) { in.rowbytes = in.width * 4 - 1; }},
-      {"output rows one byte short", [](PF_LayerDef&, PF_LayerDef& out) { out.rowbytes = out.width * 4 - 1; }},
-      {"input rowbytes negative", [](PF_LayerDef& in, PF_LayerDef&) { in.rowbytes = -in.rowbytes; }},
-      {"output rowbytes zero", [](PF_LayerDef&, PF_LayerDef& out) { out.rowbytes = 0; }},
-      {"input width negative", [](PF_LayerDef& in, PF_LayerDef&) { in.width = -5; }},
-      {"input height negative", [](PF_LayerDef& in, PF_LayerDef&) { in.height = -1; }},
-      {"output width negative", [](PF_LayerDef&, PF_LayerDef& out) { out.width = -5; }},
-      {"output height negative", [](PF_LayerDef&, PF_LayerDef& out) { out.height = -2; }},
-      {"no input pixels", [](PF_LayerDef& in, PF_LayerDef&) { in.data = nullptr; }},
-      {"no output pixels", [](PF_LayerDef&, PF_LayerDef& out) { out.data = nullptr; }},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
-    known::fillPattern(input);
-    output.fill(kMark);
-    const std::vector<uint8_t> marked = output.pixelBytes();
-    EXPECT_EQ(renderLying(input, output, c.lie), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_EQ(output.pixelBytes(), marked);
-  }
+    struct Case {
+        const char* name;
+        std::function<void(PF_LayerDef&, PF_LayerDef&)> lie;
+    } cases[] = {
+        {"input rows one byte short", [](PF_LayerDef& in, PF_LayerDef&) { in.rowbytes = in.width * 4 - 1; }},
+        {"output rows one byte short",
+         [](PF_LayerDef&, PF_LayerDef& out) { out.rowbytes = out.width * 4 - 1; }},
+        {"input rowbytes negative", [](PF_LayerDef& in, PF_LayerDef&) { in.rowbytes = -in.rowbytes; }},
+        {"output rowbytes zero", [](PF_LayerDef&, PF_LayerDef& out) { out.rowbytes = 0; }},
+        {"input width negative", [](PF_LayerDef& in, PF_LayerDef&) { in.width = -5; }},
+        {"input height negative", [](PF_LayerDef& in, PF_LayerDef&) { in.height = -1; }},
+        {"output width negative", [](PF_LayerDef&, PF_LayerDef& out) { out.width = -5; }},
+        {"output height negative", [](PF_LayerDef&, PF_LayerDef& out) { out.height = -2; }},
+        {"no input pixels", [](PF_LayerDef& in, PF_LayerDef&) { in.data = nullptr; }},
+        {"no output pixels", [](PF_LayerDef&, PF_LayerDef& out) { out.data = nullptr; }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
+        known::fillPattern(input);
+        output.fill(kMark);
+        const std::vector<uint8_t> marked = output.pixelBytes();
+        EXPECT_EQ(renderLying(input, output, c.lie), PF_Err_BAD_CALLBACK_PARAM);
+        EXPECT_EQ(output.pixelBytes(), marked);
+    }
 }
 
 TEST_F(BadWorld, SizesBeyondWhatCanBeAllocatedAreAnErrorWithTheOutputAlone) {
-  // Each claims rows long enough for its width, over a buffer of 6 x 4 pixels.
-  struct Case {
-    const char* name;
-    A_long width, height;
-    bool output;  // the output makes the claim, else the input
-  } cases[] = {
-      {"pixel count beyond 32 bits", 70000, 70000, false},
-      {"byte count beyond 32 bits", 40000, 30000, false},
-      {"one row beyond 31 bits", 0x20000000, 1, false},
-      // Found by the host-boundary fuzzer: rows of the overlap were copied a claimed row apart.
-      {"output a million pixels wide", 1 << 20, 3, true},
-      {"output byte count beyond 32 bits", 40000, 30000, true},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
-    known::fillPattern(input);
-    output.fill(kMark);
-    const std::vector<uint8_t> marked = output.pixelBytes();
-    const PF_Err err = renderLying(input, output, [&](PF_LayerDef& in, PF_LayerDef& out) {
-      PF_LayerDef& def = c.output ? out : in;
-      def.width = c.width;
-      def.height = c.height;
-      def.rowbytes = static_cast<A_long>(std::min<int64_t>(int64_t{c.width} * 4, 0x7fffffff));
-    });
-    // Refused before anything is allocated: larger than any frame the driver can make.
-    EXPECT_EQ(err, PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_EQ(output.pixelBytes(), marked);
-    EXPECT_EQ(host->suites().calls(fxhost::Callback::NewHandle), 0);
-  }
+    // Each claims rows long enough for its width, over a buffer of 6 x 4 pixels.
+    struct Case {
+        const char* name;
+        A_long width, height;
+        bool output;  // the output makes the claim, else the input
+    } cases[] = {
+        {"pixel count beyond 32 bits", 70000, 70000, false},
+        {"byte count beyond 32 bits", 40000, 30000, false},
+        {"one row beyond 31 bits", 0x20000000, 1, false},
+        // Found by the host-boundary fuzzer: rows of the overlap were copied a claimed row apart.
+        {"output a million pixels wide", 1 << 20, 3, true},
+        {"output byte count beyond 32 bits", 40000, 30000, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        HostWorld input(6, 4, Depth::Eight), output(6, 4, Depth::Eight);
+        known::fillPattern(input);
+        output.fill(kMark);
+        const std::vector<uint8_t> marked = output.pixelBytes();
+        const PF_Err err = renderLying(input, output, [&](PF_LayerDef& in, PF_LayerDef& out) {
+            PF_LayerDef& def = c.output ? out : in;
+            def.width = c.width;
+            def.height = c.height;
+            def.rowbytes = static_cast<A_long>(std::min<int64_t>(int64_t{c.width} * 4, 0x7fffffff));
+        });
+        // Refused before anything is allocated: larger than any frame the driver can make.
+        EXPECT_EQ(err, PF_Err_BAD_CALLBACK_PARAM);
+        EXPECT_EQ(output.pixelBytes(), marked);
+        EXPECT_EQ(host->suites().calls(fxhost::Callback::NewHandle), 0);
+    }
 }
 
 TEST_F(BadWorld, EmptyWorldsRenderNothingAndSucceed) {
-  for (const auto& size : {std::make_pair(0, 0), std::make_pair(0, 3), std::make_pair(4, 0)}) {
-    SCOPED_TRACE(testing::Message() << size.first << "x" << size.second);
-    HostWorld input(size.first, size.second, Depth::Eight), output(size.first, size.second, Depth::Eight);
-    EXPECT_EQ(host->renderFrame(input, output), PF_Err_NONE);
-    EXPECT_TRUE(output.guardsIntact());
-    EXPECT_TRUE(host->violations().empty()) << host->violations().front();
-  }
+    for (const auto& size : {std::make_pair(0, 0), std::make_pair(0, 3), std::make_pair(4, 0)}) {
+        SCOPED_TRACE(testing::Message() << size.first << "x" << size.second);
+        HostWorld input(size.first, size.second, Depth::Eight), output(size.first, size.second, Depth::Eight);
+        EXPECT_EQ(host->renderFrame(input, output), PF_Err_NONE);
+        EXPECT_TRUE(output.guardsIntact());
+        EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+    }
 }
 
 TEST_F(BadWorld, OutputOfAnotherSizeGetsTheOverlapAndNothingElse) {
-  struct Case {
-    int inWidth, inHeight, outWidth, outHeight;
-  } cases[] = {{9, 7, 4, 3}, {4, 3, 9, 7}, {9, 2, 3, 6}, {1, 1, 5, 5}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.inWidth << "x" << c.inHeight << " into " << c.outWidth << "x" << c.outHeight);
-    HostWorld input(c.inWidth, c.inHeight, Depth::Eight), output(c.outWidth, c.outHeight, Depth::Eight, 3);
-    known::fillPattern(input);
-    output.fill(kMark);
-    EXPECT_EQ(host->smartRender(&input, &output), PF_Err_NONE);
-    EXPECT_TRUE(output.guardsIntact());
-    for (int y = 0; y < c.outHeight; ++y) {
-      for (int x = 0; x < c.outWidth; ++x) {
-        float got[4];
-        output.getPixel(x, y, got);
-        if (x < c.inWidth && y < c.inHeight) {
-          const known::ARGB want = known::isRed(x, y) ? known::kTurned.red : known::kGrey;
-          EXPECT_NEAR(got[1], want.r, 1.5f) << x << "," << y;
-          EXPECT_NEAR(got[2], want.g, 1.5f) << x << "," << y;
-        } else {
-          EXPECT_EQ(got[0], kMark[0]) << x << "," << y << " lies outside the input";
-          EXPECT_EQ(got[3], kMark[3]) << x << "," << y << " lies outside the input";
+    struct Case {
+        int inWidth, inHeight, outWidth, outHeight;
+    } cases[] = {{9, 7, 4, 3}, {4, 3, 9, 7}, {9, 2, 3, 6}, {1, 1, 5, 5}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << c.inWidth << "x" << c.inHeight << " into " << c.outWidth << "x" << c.outHeight);
+        HostWorld input(c.inWidth, c.inHeight, Depth::Eight),
+            output(c.outWidth, c.outHeight, Depth::Eight, 3);
+        known::fillPattern(input);
+        output.fill(kMark);
+        EXPECT_EQ(host->smartRender(&input, &output), PF_Err_NONE);
+        EXPECT_TRUE(output.guardsIntact());
+        for (int y = 0; y < c.outHeight; ++y) {
+            for (int x = 0; x < c.outWidth; ++x) {
+                float got[4];
+                output.getPixel(x, y, got);
+                if (x < c.inWidth && y < c.inHeight) {
+                    const known::ARGB want = known::isRed(x, y) ? known::kTurned.red : known::kGrey;
+                    EXPECT_NEAR(got[1], want.r, 1.5f) << x << "," << y;
+                    EXPECT_NEAR(got[2], want.g, 1.5f) << x << "," << y;
+                } else {
+                    EXPECT_EQ(got[0], kMark[0]) << x << "," << y << " lies outside the input";
+                    EXPECT_EQ(got[3], kMark[3]) << x << "," << y << " lies outside the input";
+                }
+            }
         }
-      }
     }
-  }
 }
 
 }  // namespace

@@ -23,168 +23,174 @@ constexpr PF_Err kCode = PF_Interrupt_CANCEL;  // what the failing callbacks ans
 
 // What the host must get back from each command under one fault.
 struct Expect {
-  PF_Err params = PF_Err_NONE;
-  PF_Err about = PF_Err_NONE;
-  PF_Err preRender = PF_Err_NONE;
-  PF_Err render = PF_Err_NONE;
-  // The failed frame's output: nullopt where it must be left as it was, else what the
-  // frame draws with the parameter values it managed to read.
-  std::optional<known::Settings> drawn = known::kTurned;
+    PF_Err params = PF_Err_NONE;
+    PF_Err about = PF_Err_NONE;
+    PF_Err preRender = PF_Err_NONE;
+    PF_Err render = PF_Err_NONE;
+    // The failed frame's output: nullopt where it must be left as it was, else what the
+    // frame draws with the parameter values it managed to read.
+    std::optional<known::Settings> drawn = known::kTurned;
 };
 
 struct Case {
-  std::string name;
-  FaultPlan plan;
-  Expect expect;
+    std::string name;
+    FaultPlan plan;
+    Expect expect;
 };
 
 FaultPlan missing(const char* suite) {
-  FaultPlan plan;
-  plan.missingSuites = {suite};
-  return plan;
+    FaultPlan plan;
+    plan.missingSuites = {suite};
+    return plan;
 }
 
 FaultPlan nullTable(const char* suite) {
-  FaultPlan plan;
-  plan.nullTableSuites = {suite};
-  return plan;
+    FaultPlan plan;
+    plan.nullTableSuites = {suite};
+    return plan;
 }
 
 FaultPlan failing(Callback callback, int onCall = 0, int paramIndex = -1) {
-  FaultPlan plan;
-  plan.faults = {{callback, kCode, onCall, paramIndex}};
-  return plan;
+    FaultPlan plan;
+    plan.faults = {{callback, kCode, onCall, paramIndex}};
+    return plan;
 }
 
 std::vector<Case> matrix() {
-  Expect untouched516;
-  untouched516.render = PF_Err_BAD_CALLBACK_PARAM;
-  untouched516.drawn = std::nullopt;
-  Expect aboutFails;
-  aboutFails.about = PF_Err_BAD_CALLBACK_PARAM;
+    Expect untouched516;
+    untouched516.render = PF_Err_BAD_CALLBACK_PARAM;
+    untouched516.drawn = std::nullopt;
+    Expect aboutFails;
+    aboutFails.about = PF_Err_BAD_CALLBACK_PARAM;
 
-  std::vector<Case> cases;
-  // Suites the effect calls: the command that needs one fails with 516, whether the host
-  // says it has none or hands back a null table.
-  cases.push_back({"missing PF ANSI Suite", missing("PF ANSI Suite"), aboutFails});
-  cases.push_back({"null PF ANSI Suite", nullTable("PF ANSI Suite"), aboutFails});
-  for (const char* suite : {"PF Handle Suite", "AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
-    cases.push_back({std::string("missing ") + suite, missing(suite), untouched516});
-  }
-  cases.push_back({"null PF Handle Suite", nullTable("PF Handle Suite"), untouched516});
-  // Held for the frame but never called: a null table costs nothing.
-  for (const char* suite : {"AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
-    cases.push_back({std::string("null ") + suite, nullTable(suite), Expect()});
-  }
-  // Suites the frame never asks for.
-  for (const char* suite : {"PF iterateFloat Suite", "AEGP Utility Suite", "AEGP Memory Suite",
-                            "DRAWBOT Draw Suite", "DRAWBOT Supplier Suite", "DRAWBOT Surface Suite",
-                            "DRAWBOT Path Suite"}) {
-    cases.push_back({std::string("missing ") + suite, missing(suite), Expect()});
-  }
+    std::vector<Case> cases;
+    // Suites the effect calls: the command that needs one fails with 516, whether the host
+    // says it has none or hands back a null table.
+    cases.push_back({"missing PF ANSI Suite", missing("PF ANSI Suite"), aboutFails});
+    cases.push_back({"null PF ANSI Suite", nullTable("PF ANSI Suite"), aboutFails});
+    for (const char* suite :
+         {"PF Handle Suite", "AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
+        cases.push_back({std::string("missing ") + suite, missing(suite), untouched516});
+    }
+    cases.push_back({"null PF Handle Suite", nullTable("PF Handle Suite"), untouched516});
+    // Held for the frame but never called: a null table costs nothing.
+    for (const char* suite : {"AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
+        cases.push_back({std::string("null ") + suite, nullTable(suite), Expect()});
+    }
+    // Suites the frame never asks for.
+    for (const char* suite :
+         {"PF iterateFloat Suite", "AEGP Utility Suite", "AEGP Memory Suite", "DRAWBOT Draw Suite",
+          "DRAWBOT Supplier Suite", "DRAWBOT Surface Suite", "DRAWBOT Path Suite"}) {
+        cases.push_back({std::string("missing ") + suite, missing(suite), Expect()});
+    }
 
-  // Callbacks. The frame after a failed parameter set-up reads no parameters at all.
-  Expect noParams;
-  noParams.params = kCode;
-  noParams.render = PF_Err_INVALID_INDEX;
-  noParams.drawn = known::kGreyed;
-  cases.push_back({"add_param fails for Hue Value", failing(Callback::AddParam, 1), noParams});
-  Expect noSaturation;
-  noSaturation.params = kCode;
-  noSaturation.render = PF_Err_INVALID_INDEX;
-  noSaturation.drawn = known::kOverdriven;  // the record still holds the hue
-  cases.push_back({"add_param fails for Saturation", failing(Callback::AddParam, 2), noSaturation});
+    // Callbacks. The frame after a failed parameter set-up reads no parameters at all.
+    Expect noParams;
+    noParams.params = kCode;
+    noParams.render = PF_Err_INVALID_INDEX;
+    noParams.drawn = known::kGreyed;
+    cases.push_back({"add_param fails for Hue Value", failing(Callback::AddParam, 1), noParams});
+    Expect noSaturation;
+    noSaturation.params = kCode;
+    noSaturation.render = PF_Err_INVALID_INDEX;
+    noSaturation.drawn = known::kOverdriven;  // the record still holds the hue
+    cases.push_back({"add_param fails for Saturation", failing(Callback::AddParam, 2), noSaturation});
 
-  Expect preRenderFails;
-  preRenderFails.preRender = kCode;
-  cases.push_back({"checkout_layer fails", failing(Callback::CheckoutLayer), preRenderFails});
+    Expect preRenderFails;
+    preRenderFails.preRender = kCode;
+    cases.push_back({"checkout_layer fails", failing(Callback::CheckoutLayer), preRenderFails});
 
-  Expect renderFailsUntouched;
-  renderFailsUntouched.render = kCode;
-  renderFailsUntouched.drawn = std::nullopt;
-  cases.push_back({"checkout_layer_pixels fails", failing(Callback::CheckoutLayerPixels), renderFailsUntouched});
-  cases.push_back({"checkout_output fails", failing(Callback::CheckoutOutput), renderFailsUntouched});
+    Expect renderFailsUntouched;
+    renderFailsUntouched.render = kCode;
+    renderFailsUntouched.drawn = std::nullopt;
+    cases.push_back(
+        {"checkout_layer_pixels fails", failing(Callback::CheckoutLayerPixels), renderFailsUntouched});
+    cases.push_back({"checkout_output fails", failing(Callback::CheckoutOutput), renderFailsUntouched});
 
-  // Parameter failures end a complete frame with the first code.
-  Expect hueUnread;
-  hueUnread.render = kCode;
-  hueUnread.drawn = known::kGreyed;
-  cases.push_back({"checkout_param fails for Hue Value", failing(Callback::CheckoutParam, 0, 1), hueUnread});
-  Expect saturationUnread;
-  saturationUnread.render = kCode;
-  saturationUnread.drawn = known::kOverdriven;
-  cases.push_back({"checkout_param fails for Saturation", failing(Callback::CheckoutParam, 0, 2), saturationUnread});
-  cases.push_back({"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), saturationUnread});
-  Expect lateCheckin;
-  lateCheckin.render = kCode;
-  cases.push_back({"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), lateCheckin});
+    // Parameter failures end a complete frame with the first code.
+    Expect hueUnread;
+    hueUnread.render = kCode;
+    hueUnread.drawn = known::kGreyed;
+    cases.push_back(
+        {"checkout_param fails for Hue Value", failing(Callback::CheckoutParam, 0, 1), hueUnread});
+    Expect saturationUnread;
+    saturationUnread.render = kCode;
+    saturationUnread.drawn = known::kOverdriven;
+    cases.push_back(
+        {"checkout_param fails for Saturation", failing(Callback::CheckoutParam, 0, 2), saturationUnread});
+    cases.push_back(
+        {"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), saturationUnread});
+    Expect lateCheckin;
+    lateCheckin.render = kCode;
+    cases.push_back(
+        {"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), lateCheckin});
 
-  // An 8-bit frame never iterates.
-  cases.push_back({"iterate fails", failing(Callback::Iterate), Expect()});
-  cases.push_back({"host_new_handle gives null", failing(Callback::NewHandle), untouched516});
+    // An 8-bit frame never iterates.
+    cases.push_back({"iterate fails", failing(Callback::Iterate), Expect()});
+    cases.push_back({"host_new_handle gives null", failing(Callback::NewHandle), untouched516});
 
-  FaultPlan emptyLayer;
-  emptyLayer.nullInputWorld = true;
-  cases.push_back({"checkout_layer_pixels gives no world", emptyLayer, untouched516});
-  return cases;
+    FaultPlan emptyLayer;
+    emptyLayer.nullInputWorld = true;
+    cases.push_back({"checkout_layer_pixels gives no world", emptyLayer, untouched516});
+    return cases;
 }
 
 class FaultMatrix : public ::testing::TestWithParam<Case> {};
 
 TEST_P(FaultMatrix, CodesOutputSuitesContextAndRecovery) {
-  const Case& c = GetParam();
-  EffectHost host(OSTRIVANE_BUNDLE_PATH);
-  HostWorld input(7, 5, Depth::Eight), output(7, 5, Depth::Eight);
-  known::fillPattern(input);
-  const float mark[4] = {1, 2, 3, 4};
-  output.fill(mark);
-  const std::vector<uint8_t> marked = output.pixelBytes();
+    const Case& c = GetParam();
+    EffectHost host(OSTRIVANE_BUNDLE_PATH);
+    HostWorld input(7, 5, Depth::Eight), output(7, 5, Depth::Eight);
+    known::fillPattern(input);
+    const float mark[4] = {1, 2, 3, 4};
+    output.fill(mark);
+    const std::vector<uint8_t> marked = output.pixelBytes();
 
-  host.faults() = c.plan;
-  EXPECT_EQ(host.globalSetup(), PF_Err_NONE);
-  EXPECT_EQ(host.paramsSetup(), c.expect.params);
-  host.setParamValue(1, known::kTurned.hue);
-  host.setParamValue(2, known::kTurned.saturation);
-  std::memset(host.outData().return_msg, 0, sizeof host.outData().return_msg);
-  EXPECT_EQ(host.about(), c.expect.about);
-  if (c.expect.about != PF_Err_NONE) {
-    EXPECT_STREQ(host.outData().return_msg, "");
-  }
-
-  PF_RenderRequest request = PF_RenderRequest();
-  request.rect = PF_LRect{0, 0, input.width(), input.height()};
-  PF_PreRenderOutput preOutput = PF_PreRenderOutput();
-  EXPECT_EQ(host.smartPreRender(request, preOutput, &input), c.expect.preRender);
-  EXPECT_EQ(host.smartRender(&input, &output), c.expect.render);
-  if (c.expect.drawn) {
-    EXPECT_EQ(known::checkPattern(output, *c.expect.drawn), "");
-  } else {
-    EXPECT_EQ(output.pixelBytes(), marked);
-  }
-  EXPECT_EQ(host.checkinLayerPixelsCalls(), 0);
-  EXPECT_EQ(host.suites().unbalanced(), "");
-  EXPECT_EQ(host.suites().liveHandles(), 0);
-  ASSERT_TRUE(host.glContext()->isCurrent());
-  EXPECT_TRUE(host.violations().empty()) << host.violations().front();
-
-  // The host mends what it broke; the next frame is right.
-  host.faults().clear();
-  if (c.expect.params != PF_Err_NONE) {
-    ASSERT_EQ(host.paramsSetup(), PF_Err_NONE);
+    host.faults() = c.plan;
+    EXPECT_EQ(host.globalSetup(), PF_Err_NONE);
+    EXPECT_EQ(host.paramsSetup(), c.expect.params);
     host.setParamValue(1, known::kTurned.hue);
     host.setParamValue(2, known::kTurned.saturation);
-  }
-  output.fill(mark);
-  ASSERT_EQ(host.renderFrame(input, output), PF_Err_NONE);
-  EXPECT_EQ(known::checkPattern(output, known::kTurned), "");
-  EXPECT_EQ(host.globalSetdown(), PF_Err_NONE);
-  EXPECT_TRUE(host.violations().empty()) << host.violations().front();
+    std::memset(host.outData().return_msg, 0, sizeof host.outData().return_msg);
+    EXPECT_EQ(host.about(), c.expect.about);
+    if (c.expect.about != PF_Err_NONE) {
+        EXPECT_STREQ(host.outData().return_msg, "");
+    }
+
+    PF_RenderRequest request = PF_RenderRequest();
+    request.rect = PF_LRect{0, 0, input.width(), input.height()};
+    PF_PreRenderOutput preOutput = PF_PreRenderOutput();
+    EXPECT_EQ(host.smartPreRender(request, preOutput, &input), c.expect.preRender);
+    EXPECT_EQ(host.smartRender(&input, &output), c.expect.render);
+    if (c.expect.drawn) {
+        EXPECT_EQ(known::checkPattern(output, *c.expect.drawn), "");
+    } else {
+        EXPECT_EQ(output.pixelBytes(), marked);
+    }
+    EXPECT_EQ(host.checkinLayerPixelsCalls(), 0);
+    EXPECT_EQ(host.suites().unbalanced(), "");
+    EXPECT_EQ(host.suites().liveHandles(), 0);
+    ASSERT_TRUE(host.glContext()->isCurrent());
+    EXPECT_TRUE(host.violations().empty()) << host.violations().front();
+
+    // The host mends what it broke; the next frame is right.
+    host.faults().clear();
+    if (c.expect.params != PF_Err_NONE) {
+        ASSERT_EQ(host.paramsSetup(), PF_Err_NONE);
+        host.setParamValue(1, known::kTurned.hue);
+        host.setParamValue(2, known::kTurned.saturation);
+    }
+    output.fill(mark);
+    ASSERT_EQ(host.renderFrame(input, output), PF_Err_NONE);
+    EXPECT_EQ(known::checkPattern(output, known::kTurned), "");
+    EXPECT_EQ(host.globalSetdown(), PF_Err_NONE);
+    EXPECT_TRUE(host.violations().empty()) << host.violations().front();
 }
 
 std::string caseName(const ::testing::TestParamInfo<Case>& info) {
-  std::string name;
-  for (char ch : info.param.name) name += std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-  return name;
+    std::string name;
+    for (char ch : info.param.name) name += std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+    return name;
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryFault, FaultMatrix, ::testing::ValuesIn(matrix()), caseName);

@@ -12,17 +12,17 @@
 namespace known {
 
 struct ARGB {
-  float a, r, g, b;
+    float a, r, g, b;
 };
 
 constexpr ARGB kRed{255, 255, 0, 0};
 constexpr ARGB kGrey{255, 100, 100, 100};
 
 struct Settings {
-  const char* name;
-  double hue, saturation;
-  ARGB red;           // what red becomes
-  bool greyStaysGrey;  // false where the YIQ rounding is blown up past one level
+    const char* name;
+    double hue, saturation;
+    ARGB red;            // what red becomes
+    bool greyStaysGrey;  // false where the YIQ rounding is blown up past one level
 };
 
 // Turned half a circle: (-0.402, 0.598, 0.598), clamped by the 8-bit target.
@@ -34,38 +34,41 @@ constexpr Settings kGreyed{"hue 0, saturation 0", 0.0, 0.0, {255, 54.2f, 54.2f, 
 // 180 times away from it, so (0, 1, 1) after clamping.
 constexpr Settings kOverdriven{"hue 180, saturation 180", 180.0, 180.0, {255, 0, 255, 255}, false};
 
-inline bool isRed(int x, int y) { return (x + 2 * y) % 3 == 0; }
+inline bool isRed(int x, int y) {
+    return (x + 2 * y) % 3 == 0;
+}
 
 inline void fillPattern(fxhost::HostWorld& world) {
-  for (int y = 0; y < world.height(); ++y) {
-    for (int x = 0; x < world.width(); ++x) {
-      const ARGB& p = isRed(x, y) ? kRed : kGrey;
-      const float v[4] = {p.a, p.r, p.g, p.b};
-      world.setPixel(x, y, v);
+    for (int y = 0; y < world.height(); ++y) {
+        for (int x = 0; x < world.width(); ++x) {
+            const ARGB& p = isRed(x, y) ? kRed : kGrey;
+            const float v[4] = {p.a, p.r, p.g, p.b};
+            world.setPixel(x, y, v);
+        }
     }
-  }
 }
 
 // Empty when every pixel of `output` is what `settings` make of the pattern, else the first miss.
-inline std::string checkPattern(const fxhost::HostWorld& output, const Settings& settings, float tolerance = 1.5f) {
-  for (int y = 0; y < output.height(); ++y) {
-    for (int x = 0; x < output.width(); ++x) {
-      const bool red = isRed(x, y);
-      if (!red && !settings.greyStaysGrey) continue;
-      const ARGB& want = red ? settings.red : kGrey;
-      float got[4];
-      output.getPixel(x, y, got);
-      const float w[4] = {want.a, want.r, want.g, want.b};
-      for (int c = 0; c < 4; ++c) {
-        if (!(std::fabs(got[c] - w[c]) <= tolerance)) {
-          return std::string(settings.name) + ": pixel " + std::to_string(x) + "," + std::to_string(y) +
-                 " channel " + std::to_string(c) + " is " + std::to_string(got[c]) + ", want " +
-                 std::to_string(w[c]);
+inline std::string checkPattern(const fxhost::HostWorld& output, const Settings& settings,
+                                float tolerance = 1.5f) {
+    for (int y = 0; y < output.height(); ++y) {
+        for (int x = 0; x < output.width(); ++x) {
+            const bool red = isRed(x, y);
+            if (!red && !settings.greyStaysGrey) continue;
+            const ARGB& want = red ? settings.red : kGrey;
+            float got[4];
+            output.getPixel(x, y, got);
+            const float w[4] = {want.a, want.r, want.g, want.b};
+            for (int c = 0; c < 4; ++c) {
+                if (!(std::fabs(got[c] - w[c]) <= tolerance)) {
+                    return std::string(settings.name) + ": pixel " + std::to_string(x) + "," +
+                           std::to_string(y) + " channel " + std::to_string(c) + " is " +
+                           std::to_string(got[c]) + ", want " + std::to_string(w[c]);
+                }
+            }
         }
-      }
     }
-  }
-  return "";
+    return "";
 }
 
 }  // namespace known

@@ -17,21 +17,18 @@ namespace {
 // under AddressSanitizer too (the array forms go through the runtime's own pair).
 thread_local bool tFailNextContextAllocation = false;
 
-} // namespace
+}  // namespace
 
-void* operator new(std::size_t size)
-{
+void* operator new(std::size_t size) {
     if (tFailNextContextAllocation && size == sizeof(AEOpenGLContext)) {
         tFailNextContextAllocation = false;
         throw std::bad_alloc();
     }
-    if (void* memory = std::malloc(size == 0 ? 1 : size))
-        return memory;
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -39,43 +36,36 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 // new is malloc, so the pair matches.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void operator delete(void* memory) noexcept
-{
+void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept
-{
+void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
-void operator delete(void* memory, const std::nothrow_t&) noexcept
-{
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 #pragma GCC diagnostic pop
 
 namespace {
 
-class ContextManagerTest : public GLFixture
-{
+class ContextManagerTest : public GLFixture {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         GLFixture::SetUp();
         testing::internal::CaptureStdout();
         AEOpenGLContextManager::setupContextManager();
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         AEOpenGLContextManager::getSharedDataContext()->makeContextCurrent();
         AEOpenGLContextManager::releaseContextManager();
         testing::internal::GetCapturedStdout();
         GLFixture::context()->makeContextCurrent();
     }
 
-    struct ThreadResult
-    {
+    struct ThreadResult {
         int id = -2;
         AEOpenGLContext* first = nullptr;
         AEOpenGLContext* second = nullptr;
@@ -83,8 +73,7 @@ protected:
     };
 
     // Two calls on a fresh thread, which then lets its context go.
-    static ThreadResult renderOnNewThread(GLuint sharedTexture)
-    {
+    static ThreadResult renderOnNewThread(GLuint sharedTexture) {
         ThreadResult result;
         std::thread thread([&] {
             result.first = AEOpenGLContextManager::getCurrentRenderContext();
@@ -99,8 +88,7 @@ protected:
     }
 };
 
-TEST_F(ContextManagerTest, ThreadsGetConsecutiveIdsAndKeepTheirOwnContextInTheShareGroup)
-{
+TEST_F(ContextManagerTest, ThreadsGetConsecutiveIdsAndKeepTheirOwnContextInTheShareGroup) {
     const GLuint shared = makeTexture(1, 1, {0, 0, 0, 0});
     const ThreadResult one = renderOnNewThread(shared);
     const ThreadResult two = renderOnNewThread(shared);
@@ -117,8 +105,7 @@ TEST_F(ContextManagerTest, ThreadsGetConsecutiveIdsAndKeepTheirOwnContextInTheSh
     glDeleteTextures(1, &shared);
 }
 
-TEST_F(ContextManagerTest, ASecondSetUpKeepsTheShareGroupAndCreatesNothing)
-{
+TEST_F(ContextManagerTest, ASecondSetUpKeepsTheShareGroupAndCreatesNothing) {
     AEOpenGLContext* root = AEOpenGLContextManager::getSharedDataContext();
     ASSERT_NE(root, nullptr);
     GLFixture::context()->makeContextCurrent();
@@ -131,8 +118,7 @@ TEST_F(ContextManagerTest, ASecondSetUpKeepsTheShareGroupAndCreatesNothing)
     EXPECT_EQ(EGLPlatform::currentContext(), root->context());
 }
 
-TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne)
-{
+TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne) {
     AEOpenGLContext* first = AEOpenGLContextManager::getCurrentRenderContext();
     const int id = AEOpenGLContextManager::currentThreadId();
     ASSERT_NE(first, nullptr);
@@ -152,8 +138,7 @@ TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne)
     glDeleteTextures(1, &shared);
 }
 
-TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry)
-{
+TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry) {
     tFailNextContextAllocation = true;
     EXPECT_THROW(AEOpenGLContextManager::getCurrentRenderContext(), std::bad_alloc);
     EXPECT_FALSE(tFailNextContextAllocation);
@@ -172,4 +157,4 @@ TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry)
     EXPECT_EQ(EGLPlatform::currentContext(), retried->context());
 }
 
-} // namespace
+}  // namespace

@@ -9,12 +9,9 @@ using namespace Ostrivane::GaussianBlur;
 
 namespace {
 
-class ContextTest : public GLFixture
-{
-};
+class ContextTest : public GLFixture {};
 
-TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent)
-{
+TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent) {
     testing::internal::CaptureStdout();
     AEOpenGLContext context(GLFixture::context());
     const std::string report = testing::internal::GetCapturedStdout();
@@ -38,8 +35,7 @@ TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent)
     GLFixture::context()->makeContextCurrent();
 }
 
-TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays)
-{
+TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays) {
     const std::vector<float> texel = {0.25f, 0.5f, 0.75f, 1.0f};
     const GLuint texture = makeTexture(1, 1, texel);
     GLuint vertexArray = 0;
@@ -65,24 +61,20 @@ TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays)
 }
 
 // The host's context stands in as a plain EGL context of another share group.
-class SavedContextTest : public GLFixture
-{
+class SavedContextTest : public GLFixture {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         GLFixture::SetUp();
         mHost = EGLPlatform::createContext(EGL_NO_CONTEXT);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         GLFixture::context()->makeContextCurrent();
         EGLPlatform::destroyContext(mHost);
     }
     EGLContext mHost = EGL_NO_CONTEXT;
 };
 
-TEST_F(SavedContextTest, RestorePutsTheHostContextBackOnceAndOnlyOnce)
-{
+TEST_F(SavedContextTest, RestorePutsTheHostContextBackOnceAndOnlyOnce) {
     EGLPlatform::makeCurrent(mHost);
     SaveRestoreGLContextEGL saved;
     GLFixture::context()->makeContextCurrent();
@@ -98,8 +90,7 @@ TEST_F(SavedContextTest, RestorePutsTheHostContextBackOnceAndOnlyOnce)
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
-TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack)
-{
+TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack) {
     EGLPlatform::makeCurrent(mHost);
     try {
         SaveRestoreGLContextEGL saved;
@@ -110,8 +101,7 @@ TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack)
     EXPECT_EQ(EGLPlatform::currentContext(), mHost);
 }
 
-TEST_F(SavedContextTest, WithNoContextAtTheStartThePluginContextStaysCurrent)
-{
+TEST_F(SavedContextTest, WithNoContextAtTheStartThePluginContextStaysCurrent) {
     EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
     {
         SaveRestoreGLContextEGL saved;
@@ -121,8 +111,7 @@ TEST_F(SavedContextTest, WithNoContextAtTheStartThePluginContextStaysCurrent)
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
-TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopTheSwitch)
-{
+TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopTheSwitch) {
     EGLPlatform::makeCurrent(mHost);
     SaveRestoreGLContextEGL saved;
     GLFixture::context()->makeContextCurrent();
@@ -137,8 +126,7 @@ TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopT
     glDeleteFramebuffers(1, &framebuffer);
 }
 
-TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt)
-{
+TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
     int notAContext = 0;
     testing::internal::CaptureStdout();
     int thrown = 0;
@@ -163,4 +151,4 @@ TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt)
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
-} // namespace
+}  // namespace

@@ -14,24 +14,21 @@ namespace {
 const float kEightBit = 0.01f;
 
 // Host texels (A, R, G, B), straight alpha, 3 × 2, with different alphas.
-std::vector<float> hostFrame(float shade)
-{
-    return {0.8f, shade, 0.2f, 0.4f, 1.0f, 0.1f, shade, 0.3f, 0.6f, 0.5f, 0.5f, shade,
-            1.0f, shade, 1.0f, 0.0f, 0.9f, 0.0f, 0.0f, 0.0f, 0.7f, 0.25f, shade, 0.75f};
+std::vector<float> hostFrame(float shade) {
+    return {0.8f, shade, 0.2f, 0.4f, 1.0f, 0.1f, shade, 0.3f, 0.6f, 0.5f,  0.5f,  shade,
+            1.0f, shade, 1.0f, 0.0f, 0.9f, 0.0f, 0.0f,  0.0f, 0.7f, 0.25f, shade, 0.75f};
 }
 
-class MainFrameBufferTest : public GLFixture
-{
+class MainFrameBufferTest : public GLFixture {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         GLFixture::SetUp();
         mFrame = AEOpenglMainFrameBuffer::mainFrameBuffer();
     }
 
     // One frame through the whole stage: host texels in, the result renderbuffer read back.
-    std::vector<float> renderFrame(long width, long height, bool multisample, const std::vector<float>& host)
-    {
+    std::vector<float> renderFrame(long width, long height, bool multisample,
+                                   const std::vector<float>& host) {
         const GLuint texture = makeTexture(static_cast<int>(width), static_cast<int>(height), host);
         mFrame->prepare(width, height, multisample);
         mFrame->beginDrawing();
@@ -41,22 +38,19 @@ protected:
         return readPixels(static_cast<int>(width), static_cast<int>(height));
     }
 
-    static void expectFrame(const std::vector<float>& actual, const std::vector<float>& expected)
-    {
+    static void expectFrame(const std::vector<float>& actual, const std::vector<float>& expected) {
         ASSERT_EQ(actual.size(), expected.size());
         for (size_t i = 0; i < actual.size(); ++i)
             EXPECT_NEAR(actual[i], expected[i], kEightBit) << "channel " << i;
     }
 
-    static GLint attachmentParameter(GLenum attachment, GLenum parameter)
-    {
+    static GLint attachmentParameter(GLenum attachment, GLenum parameter) {
         GLint value = -1;
         glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, attachment, parameter, &value);
         return value;
     }
 
-    static GLint colourRenderbufferParameter(GLenum parameter)
-    {
+    static GLint colourRenderbufferParameter(GLenum parameter) {
         const GLint name = attachmentParameter(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME);
         glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(name));
         GLint value = -1;
@@ -64,8 +58,7 @@ protected:
         return value;
     }
 
-    static void clearErrors()
-    {
+    static void clearErrors() {
         while (glGetError() != GL_NO_ERROR) {
         }
     }
@@ -74,16 +67,14 @@ protected:
     BackgroundRender mBackground;
 };
 
-TEST_F(MainFrameBufferTest, AFrameComesBackUnchangedInBothModes)
-{
+TEST_F(MainFrameBufferTest, AFrameComesBackUnchangedInBothModes) {
     mFrame->destory();
     expectFrame(renderFrame(3, 2, true, hostFrame(0.6f)), hostFrame(0.6f));
     mFrame->destory();
     expectFrame(renderFrame(3, 2, false, hostFrame(0.3f)), hostFrame(0.3f));
 }
 
-TEST_F(MainFrameBufferTest, SamplesAreClampedToWhatTheDriverAllows)
-{
+TEST_F(MainFrameBufferTest, SamplesAreClampedToWhatTheDriverAllows) {
     mFrame->destory();
     mFrame->prepare(4, 4, true);
     mFrame->beginDrawing();
@@ -108,8 +99,7 @@ TEST_F(MainFrameBufferTest, SamplesAreClampedToWhatTheDriverAllows)
     mFrame->endDrawing(1.0f);
 }
 
-TEST_F(MainFrameBufferTest, APopResolvesTheUpperLevelAndTheLowerOneKeepsItsPixels)
-{
+TEST_F(MainFrameBufferTest, APopResolvesTheUpperLevelAndTheLowerOneKeepsItsPixels) {
     for (bool multisample : {true, false}) {
         SCOPED_TRACE(multisample ? "multisampled" : "plain");
         mFrame->destory();
@@ -127,13 +117,11 @@ TEST_F(MainFrameBufferTest, APopResolvesTheUpperLevelAndTheLowerOneKeepsItsPixel
         glBindTexture(GL_TEXTURE_2D, upper);
         glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, texels.data());
         glDeleteTextures(1, &upper);
-        for (size_t i = 0; i < 6; ++i)
-            EXPECT_RGBA_NEAR(pixel(texels, i), 0.0f, 0.5f, 0.0f, 0.5f, kEightBit);
+        for (size_t i = 0; i < 6; ++i) EXPECT_RGBA_NEAR(pixel(texels, i), 0.0f, 0.5f, 0.0f, 0.5f, kEightBit);
 
         mFrame->endDrawing(1.0f);
         const std::vector<float> lower = readPixels(3, 2);
-        for (size_t i = 0; i < 6; ++i)
-            EXPECT_RGBA_NEAR(pixel(lower, i), 0.8f, 0.5f, 0.25f, 0.0f, kEightBit);
+        for (size_t i = 0; i < 6; ++i) EXPECT_RGBA_NEAR(pixel(lower, i), 0.8f, 0.5f, 0.25f, 0.0f, kEightBit);
 
         // The stack is empty now: a pop gives 0 and another end changes nothing.
         EXPECT_EQ(mFrame->popRenderContext(), 0u);
@@ -142,8 +130,7 @@ TEST_F(MainFrameBufferTest, APopResolvesTheUpperLevelAndTheLowerOneKeepsItsPixel
     }
 }
 
-TEST_F(MainFrameBufferTest, PrepareRebuildsOnlyForANewSize)
-{
+TEST_F(MainFrameBufferTest, PrepareRebuildsOnlyForANewSize) {
     mFrame->destory();
     renderFrame(3, 2, true, hostFrame(0.1f));
     GLint framebuffer = 0;
@@ -170,16 +157,14 @@ TEST_F(MainFrameBufferTest, PrepareRebuildsOnlyForANewSize)
     EXPECT_EQ(colourRenderbufferParameter(GL_RENDERBUFFER_HEIGHT), 3);
 }
 
-TEST_F(MainFrameBufferTest, AfterDestoryANewSetUpAtTheSameSizeRenders)
-{
+TEST_F(MainFrameBufferTest, AfterDestoryANewSetUpAtTheSameSizeRenders) {
     renderFrame(3, 2, true, hostFrame(0.2f));
     mFrame->destory();
     EXPECT_EQ(mFrame->width(), 0);
     expectFrame(renderFrame(3, 2, true, hostFrame(0.4f)), hostFrame(0.4f));
 }
 
-TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsAreRight)
-{
+TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsAreRight) {
     mFrame->destory();
     expectFrame(renderFrame(3, 2, true, hostFrame(0.1f)), hostFrame(0.1f));
 
@@ -200,12 +185,11 @@ TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsA
     mFrame->destory();
 }
 
-} // namespace
+}  // namespace
 
 // The last level's storage is kept for the next frame, yet a pop leaves the context as a deletion
 // would, and a level reused with the last frame's pixels still starts transparent black.
-TEST_F(MainFrameBufferTest, ALevelKeptForTheNextFrameIsUnboundDetachedAndClearedAgain)
-{
+TEST_F(MainFrameBufferTest, ALevelKeptForTheNextFrameIsUnboundDetachedAndClearedAgain) {
     mFrame->destory();
     expectFrame(renderFrame(3, 2, true, hostFrame(0.9f)), hostFrame(0.9f));
     mFrame->prepare(3, 2, true);

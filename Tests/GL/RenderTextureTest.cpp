@@ -8,26 +8,22 @@ using namespace Ostrivane::GaussianBlur;
 
 namespace {
 
-class RenderTextureTest : public GLFixture
-{
+class RenderTextureTest : public GLFixture {
 protected:
     // Float targets keep the clear colour unclamped.
-    static void fill(float r, float g, float b, float a)
-    {
+    static void fill(float r, float g, float b, float a) {
         glClearColor(r, g, b, a);
         glClear(GL_COLOR_BUFFER_BIT);
     }
 
-    static std::vector<float> texels(GLuint texture, int count)
-    {
+    static std::vector<float> texels(GLuint texture, int count) {
         std::vector<float> values(static_cast<size_t>(count * 4), -9.0f);
         glBindTexture(GL_TEXTURE_2D, texture);
         glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, values.data());
         return values;
     }
 
-    static GLint get(GLenum name, int index = 0)
-    {
+    static GLint get(GLenum name, int index = 0) {
         GLint value[4] = {-1, -1, -1, -1};
         glGetIntegerv(name, value);
         return value[index];
@@ -36,23 +32,23 @@ protected:
     AEOpenglMainFrameBuffer* mFrame = AEOpenglMainFrameBuffer::mainFrameBuffer();
 };
 
-TEST_F(RenderTextureTest, FormatsSizesAndFiltersFollowTheTable)
-{
+TEST_F(RenderTextureTest, FormatsSizesAndFiltersFollowTheTable) {
     mFrame->prepare(6, 4, true);
-    struct Row
-    {
+    struct Row {
         GLuint texture;
         GLenum channelType, minFilter, magFilter;
         GLint width;
     };
     const Vec2 size(3.9, 2.2);
-    for (const Row& row : {
-             Row{mFrame->createRenderTexture(size, false), GL_UNSIGNED_NORMALIZED, GL_LINEAR, GL_LINEAR, 3},
-             Row{mFrame->createRenderTexture(size, true), GL_UNSIGNED_NORMALIZED, GL_LINEAR_MIPMAP_LINEAR,
-                 GL_LINEAR, 3},
-             Row{mFrame->createFloatRenderTexture(size, true, true), GL_FLOAT, GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, 3},
-             Row{mFrame->createFloatRenderTexture(size, false, false), GL_FLOAT, GL_NEAREST, GL_NEAREST, 3},
-             Row{mFrame->createFloatRenderTexture(false, true), GL_FLOAT, GL_LINEAR_MIPMAP_NEAREST, GL_LINEAR, 6}}) {
+    for (const Row& row :
+         {Row{mFrame->createRenderTexture(size, false), GL_UNSIGNED_NORMALIZED, GL_LINEAR, GL_LINEAR, 3},
+          Row{mFrame->createRenderTexture(size, true), GL_UNSIGNED_NORMALIZED, GL_LINEAR_MIPMAP_LINEAR,
+              GL_LINEAR, 3},
+          Row{mFrame->createFloatRenderTexture(size, true, true), GL_FLOAT, GL_LINEAR_MIPMAP_LINEAR,
+              GL_LINEAR, 3},
+          Row{mFrame->createFloatRenderTexture(size, false, false), GL_FLOAT, GL_NEAREST, GL_NEAREST, 3},
+          Row{mFrame->createFloatRenderTexture(false, true), GL_FLOAT, GL_LINEAR_MIPMAP_NEAREST, GL_LINEAR,
+              6}}) {
         GLint type = 0, width = 0, minFilter = 0, magFilter = 0;
         glBindTexture(GL_TEXTURE_2D, row.texture);
         glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_RED_TYPE, &type);
@@ -71,8 +67,7 @@ TEST_F(RenderTextureTest, FormatsSizesAndFiltersFollowTheTable)
     EXPECT_EQ(mFrame->createFloatRenderTexture(Vec2(1e9, 1e9), true, false), 0u);
 }
 
-TEST_F(RenderTextureTest, ANormalContextClearsTheTextureAndTakesTheDraw)
-{
+TEST_F(RenderTextureTest, ANormalContextClearsTheTextureAndTakesTheDraw) {
     mFrame->destory();
     const GLuint texture = mFrame->createRenderTexture(Vec2(4.0, 2.0), false);
     const std::vector<unsigned char> grey(4 * 2 * 4, 200);
@@ -88,8 +83,7 @@ TEST_F(RenderTextureTest, ANormalContextClearsTheTextureAndTakesTheDraw)
     glDeleteTextures(1, &texture);
 }
 
-TEST_F(RenderTextureTest, AFloatTextureAboveALevelKeepsValuesAboveOne)
-{
+TEST_F(RenderTextureTest, AFloatTextureAboveALevelKeepsValuesAboveOne) {
     mFrame->prepare(6, 4, true);
     mFrame->beginDrawing();
     fill(0.2f, 0.4f, 0.6f, 1.0f);
@@ -113,4 +107,4 @@ TEST_F(RenderTextureTest, AFloatTextureAboveALevelKeepsValuesAboveOne)
     glDeleteTextures(1, &texture);
 }
 
-} // namespace
+}  // namespace

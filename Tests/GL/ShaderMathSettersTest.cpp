@@ -10,8 +10,9 @@ using namespace Ostrivane::GaussianBlur;
 
 namespace {
 
-const char* const kVertex = "#version 330\nvoid main() {"
-                           " gl_Position = vec4((gl_VertexID & 1) * 4 - 1, (gl_VertexID & 2) * 2 - 1, 0.0, 1.0); }";
+const char* const kVertex =
+    "#version 330\nvoid main() {"
+    " gl_Position = vec4((gl_VertexID & 1) * 4 - 1, (gl_VertexID & 2) * 2 - 1, 0.0, 1.0); }";
 // Pixel x shows column x of `transform`; the branch keeps the other uniforms active for glGetUniformfv.
 const char* const kFragment = R"(#version 330
 uniform int pick;
@@ -27,11 +28,9 @@ void main() {
         colourOut = vec4(transforms[1][2] + v3, 0.0) + matrices[0][0] + matrices[1][0] + colour;
 })";
 
-class ShaderMathSettersTest : public GLFixture
-{
+class ShaderMathSettersTest : public GLFixture {
 protected:
-    std::vector<float> uniform(const char* name, size_t count)
-    {
+    std::vector<float> uniform(const char* name, size_t count) {
         std::vector<float> values(count, -9.0f);
         glGetUniformfv(mShader.program(), mShader.getUniformLocation(name), values.data());
         return values;
@@ -40,8 +39,7 @@ protected:
     OpenglShader mShader{kVertex, kFragment};
 };
 
-TEST_F(ShaderMathSettersTest, AnAffineTranslationReachesTheShaderInTheThirdColumn)
-{
+TEST_F(ShaderMathSettersTest, AnAffineTranslationReachesTheShaderInTheThirdColumn) {
     mShader.useProgram();
     // Columns (2, 3), (4, 6) and the translation (5, -7).
     Affine transform(2.0, 3.0, 4.0, 6.0, 5.0, -7.0);
@@ -59,8 +57,7 @@ TEST_F(ShaderMathSettersTest, AnAffineTranslationReachesTheShaderInTheThirdColum
     EXPECT_RGBA_NEAR(pixel(columns, 2), 5.0f, -7.0f, 1.0f, 1.0f, 0.0f);
 }
 
-TEST_F(ShaderMathSettersTest, ArraysMat4CountsAndNarrowing)
-{
+TEST_F(ShaderMathSettersTest, ArraysMat4CountsAndNarrowing) {
     mShader.useProgram();
     Affine pair[2];
     pair[1].setTranslate(0.1, 8.0);
@@ -69,8 +66,7 @@ TEST_F(ShaderMathSettersTest, ArraysMat4CountsAndNarrowing)
 
     // Stored order, untransposed; a count above 1 fills the first element only, below 1 nothing.
     Mat4 m;
-    for (int i = 0; i < 16; ++i)
-        m.e[i] = i + 0.5;
+    for (int i = 0; i < 16; ++i) m.e[i] = i + 0.5;
     mShader.setUniformMatrix4f("matrices", m, 2);
     const std::vector<float> first = uniform("matrices[0]", 16);
     EXPECT_EQ(first[1], 1.5f);
@@ -85,4 +81,4 @@ TEST_F(ShaderMathSettersTest, ArraysMat4CountsAndNarrowing)
     EXPECT_EQ(uniform("colour", 4), std::vector<float>({1.0f, 1.0f, 1.0f, 1.0f}));
 }
 
-} // namespace
+}  // namespace

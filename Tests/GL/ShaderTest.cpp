@@ -10,36 +10,31 @@ using namespace Ostrivane::GaussianBlur;
 
 namespace {
 
-const char* const kVertex = "#version 330\nin vec2 position; void main() { gl_Position = vec4(position, 0.0, 1.0); }";
-const char* const kFragment = "#version 330\nuniform vec4 colour; out vec4 colourOut; void main() { colourOut = colour; }";
+const char* const kVertex =
+    "#version 330\nin vec2 position; void main() { gl_Position = vec4(position, 0.0, 1.0); }";
+const char* const kFragment =
+    "#version 330\nuniform vec4 colour; out vec4 colourOut; void main() { colourOut = colour; }";
 
 // Many undeclared names, so the compiler's log runs well past 512 characters.
-std::string brokenFragment()
-{
+std::string brokenFragment() {
     std::string source = "#version 330\nout vec4 colourOut; void main() { colourOut = vec4(0.0);";
-    for (int i = 0; i < 40; ++i)
-        source += " colourOut.r += undeclaredNameNumber" + std::to_string(i) + ";";
+    for (int i = 0; i < 40; ++i) source += " colourOut.r += undeclaredNameNumber" + std::to_string(i) + ";";
     return source + " }";
 }
 
 // Names in use as shader or program objects; the two share one name space. A program deleted
 // while in use lives on until another is selected, so none is.
-std::set<GLuint> liveShaderAndProgramNames()
-{
+std::set<GLuint> liveShaderAndProgramNames() {
     glUseProgram(0);
     std::set<GLuint> names;
     for (GLuint name = 1; name < 2048; ++name)
-        if (glIsShader(name) == GL_TRUE || glIsProgram(name) == GL_TRUE)
-            names.insert(name);
+        if (glIsShader(name) == GL_TRUE || glIsProgram(name) == GL_TRUE) names.insert(name);
     return names;
 }
 
-class ShaderTest : public GLFixture
-{
-};
+class ShaderTest : public GLFixture {};
 
-TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBehind)
-{
+TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBehind) {
     const std::string source = brokenFragment();
     // The full log, from a shader compiled here.
     const GLuint probe = glCreateShader(GL_FRAGMENT_SHADER);
@@ -72,8 +67,7 @@ TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBe
     EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
 }
 
-TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind)
-{
+TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind) {
     // Compiles, but a stage without main doesn't link.
     const char* unmatched = "#version 330\nout vec4 colourOut; void helper() { colourOut = vec4(1.0); }";
     const std::set<GLuint> before = liveShaderAndProgramNames();
@@ -87,8 +81,7 @@ TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind)
     EXPECT_EQ(liveShaderAndProgramNames(), before);
 }
 
-TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared)
-{
+TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared) {
     AEOpenglMainFrameBuffer* frame = AEOpenglMainFrameBuffer::mainFrameBuffer();
     frame->prepare(4, 2, true);
     frame->beginDrawing();
@@ -99,12 +92,10 @@ TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared)
     glDrawArrays(GL_TRIANGLES, 0, 6);
     EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("Shader frag error:\n", 0), 0u);
     frame->endDrawing(1.0f);
-    for (float value : readPixels(4, 2))
-        EXPECT_EQ(value, 0.0f);
+    for (float value : readPixels(4, 2)) EXPECT_EQ(value, 0.0f);
 }
 
-TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
-{
+TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw) {
     OpenglShader shader(kVertex, kFragment);
     shader.addAttributeBinding("position", 3);
     shader.addAttributeBinding("position", 5);
@@ -135,4 +126,4 @@ TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw)
     glDeleteBuffers(1, &buffer);
 }
 
-} // namespace
+}  // namespace

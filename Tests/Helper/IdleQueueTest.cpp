@@ -18,198 +18,198 @@ namespace {
 
 // A callable whose copies throw once the allowance is spent; moves never throw.
 struct ThrowsOnCopy {
-  explicit ThrowsOnCopy(int copiesAllowed) : copiesLeft(std::make_shared<int>(copiesAllowed)) {}
-  ThrowsOnCopy(const ThrowsOnCopy& other) : copiesLeft(other.copiesLeft) {
-    if ((*copiesLeft)-- <= 0) {
-      throw std::runtime_error("copy refused");
+    explicit ThrowsOnCopy(int copiesAllowed) : copiesLeft(std::make_shared<int>(copiesAllowed)) {}
+    ThrowsOnCopy(const ThrowsOnCopy& other) : copiesLeft(other.copiesLeft) {
+        if ((*copiesLeft)-- <= 0) {
+            throw std::runtime_error("copy refused");
+        }
     }
-  }
-  ThrowsOnCopy(ThrowsOnCopy&&) noexcept = default;
-  void operator()() const {}
-  std::shared_ptr<int> copiesLeft;
+    ThrowsOnCopy(ThrowsOnCopy&&) noexcept = default;
+    void operator()() const {}
+    std::shared_ptr<int> copiesLeft;
 };
 
 }  // namespace
 
 TEST(IdleQueue, RunsOneTaskPerUpdateOldestFirst) {
-  IdleQueue queue;
-  EXPECT_FALSE(queue.hasTask());
-  queue.updateQueue();  // empty: returns, runs nothing
+    IdleQueue queue;
+    EXPECT_FALSE(queue.hasTask());
+    queue.updateQueue();  // empty: returns, runs nothing
 
-  std::string log;
-  queue.async([&] { log += 'a'; });
-  queue.async([&] { log += 'b'; });
-  queue.async([&] { log += 'c'; });
-  EXPECT_TRUE(queue.hasTask());
-  queue.updateQueue();
-  EXPECT_EQ(log, "a");
-  queue.updateQueue();
-  EXPECT_EQ(log, "ab");
-  EXPECT_TRUE(queue.hasTask());
-  queue.updateQueue();
-  EXPECT_EQ(log, "abc");
-  EXPECT_FALSE(queue.hasTask());
-  queue.updateQueue();
-  EXPECT_EQ(log, "abc");
+    std::string log;
+    queue.async([&] { log += 'a'; });
+    queue.async([&] { log += 'b'; });
+    queue.async([&] { log += 'c'; });
+    EXPECT_TRUE(queue.hasTask());
+    queue.updateQueue();
+    EXPECT_EQ(log, "a");
+    queue.updateQueue();
+    EXPECT_EQ(log, "ab");
+    EXPECT_TRUE(queue.hasTask());
+    queue.updateQueue();
+    EXPECT_EQ(log, "abc");
+    EXPECT_FALSE(queue.hasTask());
+    queue.updateQueue();
+    EXPECT_EQ(log, "abc");
 }
 
 TEST(IdleQueue, TaskMayUseItsOwnQueue) {
-  IdleQueue queue;
-  std::string log;
-  RunBounded(
-      [&] {
-        queue.async([&] {
-          log += 'a';
-          queue.async([&] { log += 'b'; });
-          log += queue.hasTask() ? '+' : '-';
-        });
-        queue.updateQueue();
-        EXPECT_EQ(log, "a+");  // the posted task waits for a later update
-        queue.updateQueue();
-        EXPECT_EQ(log, "a+b");
+    IdleQueue queue;
+    std::string log;
+    RunBounded(
+        [&] {
+            queue.async([&] {
+                log += 'a';
+                queue.async([&] { log += 'b'; });
+                log += queue.hasTask() ? '+' : '-';
+            });
+            queue.updateQueue();
+            EXPECT_EQ(log, "a+");  // the posted task waits for a later update
+            queue.updateQueue();
+            EXPECT_EQ(log, "a+b");
 
-        // A task draining the queue from inside runs the later task nested.
-        queue.async([&] {
-          queue.async([&] { log += 'd'; });
-          queue.updateQueue();
-          log += 'c';
-        });
-        queue.updateQueue();
-        EXPECT_EQ(log, "a+bdc");
-        EXPECT_FALSE(queue.hasTask());
-      },
-      "a task that uses its own queue");
+            // A task draining the queue from inside runs the later task nested.
+            queue.async([&] {
+                queue.async([&] { log += 'd'; });
+                queue.updateQueue();
+                log += 'c';
+            });
+            queue.updateQueue();
+            EXPECT_EQ(log, "a+bdc");
+            EXPECT_FALSE(queue.hasTask());
+        },
+        "a task that uses its own queue");
 }
 
 TEST(IdleQueue, ThrowingTaskIsRemovedAndQueueStaysUsable) {
-  IdleQueue queue;
-  int thrown = 0;
-  std::string log;
-  queue.async([&] {
-    ++thrown;
-    throw std::runtime_error("task failed");
-  });
-  queue.async([&] { log += 'n'; });
-  RunBounded(
-      [&] {
-        EXPECT_THROW(queue.updateQueue(), std::runtime_error);
-        EXPECT_TRUE(queue.hasTask());
-        queue.updateQueue();
-        EXPECT_EQ(log, "n");
-        EXPECT_FALSE(queue.hasTask());
-        queue.updateQueue();
-      },
-      "the queue after a throwing task");
-  EXPECT_EQ(thrown, 1);
+    IdleQueue queue;
+    int thrown = 0;
+    std::string log;
+    queue.async([&] {
+        ++thrown;
+        throw std::runtime_error("task failed");
+    });
+    queue.async([&] { log += 'n'; });
+    RunBounded(
+        [&] {
+            EXPECT_THROW(queue.updateQueue(), std::runtime_error);
+            EXPECT_TRUE(queue.hasTask());
+            queue.updateQueue();
+            EXPECT_EQ(log, "n");
+            EXPECT_FALSE(queue.hasTask());
+            queue.updateQueue();
+        },
+        "the queue after a throwing task");
+    EXPECT_EQ(thrown, 1);
 }
 
 TEST(IdleQueue, EmptyFunctionIsATaskThatThrowsBadFunctionCall) {
-  IdleQueue queue;
-  queue.async(std::function<void()>());
-  EXPECT_TRUE(queue.hasTask());
-  RunBounded(
-      [&] {
-        EXPECT_THROW(queue.updateQueue(), std::bad_function_call);
-        EXPECT_FALSE(queue.hasTask());
-        bool ran = false;
-        queue.async([&] { ran = true; });
-        queue.updateQueue();
-        EXPECT_TRUE(ran);
-      },
-      "the queue after an empty function");
+    IdleQueue queue;
+    queue.async(std::function<void()>());
+    EXPECT_TRUE(queue.hasTask());
+    RunBounded(
+        [&] {
+            EXPECT_THROW(queue.updateQueue(), std::bad_function_call);
+            EXPECT_FALSE(queue.hasTask());
+            bool ran = false;
+            queue.async([&] { ran = true; });
+            queue.updateQueue();
+            EXPECT_TRUE(ran);
+        },
+        "the queue after an empty function");
 }
 
 TEST(IdleQueue, FailedCopyInAsyncLeavesQueueUnchangedAndUnlocked) {
-  IdleQueue queue;
-  ThrowsOnCopy callable(0);
-  std::function<void()> task(std::move(callable));
-  RunBounded(
-      [&] {
-        EXPECT_THROW(queue.async(task), std::runtime_error);
-        EXPECT_FALSE(queue.hasTask());
-        bool ran = false;
-        queue.async([&] { ran = true; });
-        queue.updateQueue();
-        EXPECT_TRUE(ran);
-      },
-      "the queue after a failed copy");
+    IdleQueue queue;
+    ThrowsOnCopy callable(0);
+    std::function<void()> task(std::move(callable));
+    RunBounded(
+        [&] {
+            EXPECT_THROW(queue.async(task), std::runtime_error);
+            EXPECT_FALSE(queue.hasTask());
+            bool ran = false;
+            queue.async([&] { ran = true; });
+            queue.updateQueue();
+            EXPECT_TRUE(ran);
+        },
+        "the queue after a failed copy");
 }
 
 TEST(IdleQueue, TaskWhoseCopyThrowsStillRunsOnceQueued) {
-  // One copy allowed: the one into the queue. Taking it out must not copy again.
-  IdleQueue queue;
-  ThrowsOnCopy callable(1);
-  std::shared_ptr<int> copiesLeft = callable.copiesLeft;
-  queue.async(std::function<void()>(std::move(callable)));
-  RunBounded([&] { EXPECT_NO_THROW(queue.updateQueue()); }, "taking out a task");
-  EXPECT_FALSE(queue.hasTask());
-  EXPECT_EQ(*copiesLeft, 0);
+    // One copy allowed: the one into the queue. Taking it out must not copy again.
+    IdleQueue queue;
+    ThrowsOnCopy callable(1);
+    std::shared_ptr<int> copiesLeft = callable.copiesLeft;
+    queue.async(std::function<void()>(std::move(callable)));
+    RunBounded([&] { EXPECT_NO_THROW(queue.updateQueue()); }, "taking out a task");
+    EXPECT_FALSE(queue.hasTask());
+    EXPECT_EQ(*copiesLeft, 0);
 }
 
 TEST(IdleQueue, ClearAndDestructorDropTasksWithoutRunning) {
-  auto token = std::make_shared<int>(0);
-  int runs = 0;
-  {
-    IdleQueue queue;
-    queue.async([token, &runs] { ++runs; });
-    queue.async([token, &runs] { ++runs; });
-    EXPECT_EQ(token.use_count(), 3);
-    queue.clearAsyncQueue();
-    EXPECT_EQ(token.use_count(), 1);  // the dropped tasks are destroyed
-    EXPECT_FALSE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_EQ(runs, 0);
+    auto token = std::make_shared<int>(0);
+    int runs = 0;
+    {
+        IdleQueue queue;
+        queue.async([token, &runs] { ++runs; });
+        queue.async([token, &runs] { ++runs; });
+        EXPECT_EQ(token.use_count(), 3);
+        queue.clearAsyncQueue();
+        EXPECT_EQ(token.use_count(), 1);  // the dropped tasks are destroyed
+        EXPECT_FALSE(queue.hasTask());
+        queue.updateQueue();
+        EXPECT_EQ(runs, 0);
 
-    queue.async([&runs] { runs += 10; });
-    queue.updateQueue();
+        queue.async([&runs] { runs += 10; });
+        queue.updateQueue();
+        EXPECT_EQ(runs, 10);
+
+        queue.async([token, &runs] { ++runs; });
+        EXPECT_EQ(token.use_count(), 2);
+    }
+    EXPECT_EQ(token.use_count(), 1);
     EXPECT_EQ(runs, 10);
-
-    queue.async([token, &runs] { ++runs; });
-    EXPECT_EQ(token.use_count(), 2);
-  }
-  EXPECT_EQ(token.use_count(), 1);
-  EXPECT_EQ(runs, 10);
 }
 
 TEST(IdleQueue, SeveralProducersOneConsumerLoseNothing) {
-  constexpr int kProducers = 4;
-  constexpr int kTasksEach = 2000;
-  IdleQueue queue;
-  // Written only by tasks, which all run on the consumer thread.
-  std::vector<std::vector<int>> seen(kProducers);
-  int total = 0;
+    constexpr int kProducers = 4;
+    constexpr int kTasksEach = 2000;
+    IdleQueue queue;
+    // Written only by tasks, which all run on the consumer thread.
+    std::vector<std::vector<int>> seen(kProducers);
+    int total = 0;
 
-  std::vector<std::thread> producers;
-  for (int p = 0; p < kProducers; ++p) {
-    producers.emplace_back([&, p] {
-      for (int i = 0; i < kTasksEach; ++i) {
-        queue.async([&seen, &total, p, i] {
-          seen[p].push_back(i);
-          ++total;
+    std::vector<std::thread> producers;
+    for (int p = 0; p < kProducers; ++p) {
+        producers.emplace_back([&, p] {
+            for (int i = 0; i < kTasksEach; ++i) {
+                queue.async([&seen, &total, p, i] {
+                    seen[p].push_back(i);
+                    ++total;
+                });
+                queue.hasTask();
+            }
         });
-        queue.hasTask();
-      }
+    }
+    std::atomic<bool> finished(false);
+    std::thread consumer([&] {
+        while (total < kProducers * kTasksEach) {
+            queue.updateQueue();
+        }
+        finished = true;
     });
-  }
-  std::atomic<bool> finished(false);
-  std::thread consumer([&] {
-    while (total < kProducers * kTasksEach) {
-      queue.updateQueue();
+    for (auto& producer : producers) {
+        producer.join();
     }
-    finished = true;
-  });
-  for (auto& producer : producers) {
-    producer.join();
-  }
-  WaitFor([&] { return finished.load(); }, "the consumer to run every task");
-  consumer.join();
+    WaitFor([&] { return finished.load(); }, "the consumer to run every task");
+    consumer.join();
 
-  EXPECT_EQ(total, kProducers * kTasksEach);
-  for (int p = 0; p < kProducers; ++p) {
-    ASSERT_EQ(seen[p].size(), static_cast<size_t>(kTasksEach)) << "producer " << p;
-    // One producer posts in sequence, so its tasks run in that sequence.
-    for (int i = 0; i < kTasksEach; ++i) {
-      ASSERT_EQ(seen[p][i], i) << "producer " << p;
+    EXPECT_EQ(total, kProducers * kTasksEach);
+    for (int p = 0; p < kProducers; ++p) {
+        ASSERT_EQ(seen[p].size(), static_cast<size_t>(kTasksEach)) << "producer " << p;
+        // One producer posts in sequence, so its tasks run in that sequence.
+        for (int i = 0; i < kTasksEach; ++i) {
+            ASSERT_EQ(seen[p][i], i) << "producer " << p;
+        }
     }
-  }
 }

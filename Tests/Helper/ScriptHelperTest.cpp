@@ -16,97 +16,102 @@ namespace {
 // The int that call throws, or -1 if it returns.
 template <typename Call>
 int ThrownCode(Call call) {
-  try {
-    call();
-  } catch (int code) {
-    return code;
-  }
-  return -1;
+    try {
+        call();
+    } catch (int code) {
+        return code;
+    }
+    return -1;
 }
 
 // Runs scripts against the stand-in host, which answers with mAnswer (or
 // with no result handle when mAnswers is false) and records every script.
 class ScriptHelperTest : public ::testing::Test {
- protected:
-  ScriptHelperTest() : mSuites(mPlan) {
-    mSuites.setScriptHandler([this](const std::string& script, std::string& result) {
-      mScripts.push_back(script);
-      result = mAnswer;
-      return mAnswers;
-    });
-  }
-  // Whatever happened, every suite went back and no handle was left alive.
-  void TearDown() override {
-    EXPECT_EQ(mSuites.unbalanced(), "");
-    EXPECT_EQ(mSuites.liveMemHandles(), 0);
-  }
+protected:
+    ScriptHelperTest() : mSuites(mPlan) {
+        mSuites.setScriptHandler([this](const std::string& script, std::string& result) {
+            mScripts.push_back(script);
+            result = mAnswer;
+            return mAnswers;
+        });
+    }
+    // Whatever happened, every suite went back and no handle was left alive.
+    void TearDown() override {
+        EXPECT_EQ(mSuites.unbalanced(), "");
+        EXPECT_EQ(mSuites.liveMemHandles(), 0);
+    }
 
-  std::string run(const char* script) { return ScriptHelper::RunSriptAndGetStringResult(mSuites.basicSuite(), script); }
+    std::string run(const char* script) {
+        return ScriptHelper::RunSriptAndGetStringResult(mSuites.basicSuite(), script);
+    }
 
-  fxhost::FaultPlan mPlan;
-  fxhost::HostSuites mSuites;
-  std::vector<std::string> mScripts;
-  std::string mAnswer;
-  bool mAnswers = true;
+    fxhost::FaultPlan mPlan;
+    fxhost::HostSuites mSuites;
+    std::vector<std::string> mScripts;
+    std::string mAnswer;
+    bool mAnswers = true;
 };
 
 }  // namespace
 
 TEST_F(ScriptHelperTest, ScriptReachesTheHostAndResultTextComesBack) {
-  mAnswer = "Comp 1";
-  EXPECT_EQ(run("app.project.activeItem.name"), "Comp 1");
-  EXPECT_EQ(mScripts, std::vector<std::string>{"app.project.activeItem.name"});
-  EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
-  EXPECT_EQ(mSuites.acquired("AEGP Memory Suite"), 1);
+    mAnswer = "Comp 1";
+    EXPECT_EQ(run("app.project.activeItem.name"), "Comp 1");
+    EXPECT_EQ(mScripts, std::vector<std::string>{"app.project.activeItem.name"});
+    EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
+    EXPECT_EQ(mSuites.acquired("AEGP Memory Suite"), 1);
 
-  // The result ends at its first zero and is not trimmed.
-  mAnswer = std::string(" 12\0tail", 8);
-  EXPECT_EQ(run("x"), " 12");
+    // The result ends at its first zero and is not trimmed.
+    mAnswer = std::string(" 12\0tail", 8);
+    EXPECT_EQ(run("x"), " 12");
 }
 
 TEST_F(ScriptHelperTest, EmptyOrMissingResultGivesEmptyString) {
-  mAnswer = "";
-  EXPECT_EQ(run("''"), "");
+    mAnswer = "";
+    EXPECT_EQ(run("''"), "");
 
-  mAnswers = false;  // no result handle; the error handle still comes and must be freed
-  mAnswer = "ignored";
-  EXPECT_EQ(run("undefined"), "");
-  EXPECT_EQ(mScripts.size(), 2u);
+    mAnswers = false;  // no result handle; the error handle still comes and must be freed
+    mAnswer = "ignored";
+    EXPECT_EQ(run("undefined"), "");
+    EXPECT_EQ(mScripts.size(), 2u);
 }
 
 TEST_F(ScriptHelperTest, MissingSuiteThrows13AndReleasesWhatWasAcquired) {
-  mPlan.missingSuites = {"AEGP Memory Suite"};
-  EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
-  EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
+    mPlan.missingSuites = {"AEGP Memory Suite"};
+    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
+    EXPECT_EQ(mSuites.acquired("AEGP Utility Suite"), 1);
+    EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
 
-  mPlan.missingSuites = {"AEGP Utility Suite"};
-  EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  EXPECT_TRUE(mScripts.empty());
+    mPlan.missingSuites = {"AEGP Utility Suite"};
+    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
+    EXPECT_TRUE(mScripts.empty());
 }
 
 TEST_F(ScriptHelperTest, NoBasicSuiteOrEmptyTablesCountAsMissing) {
-  EXPECT_EQ(ThrownCode([] { ScriptHelper::RunSriptAndGetStringResult(nullptr, "x"); }), 13);
+    EXPECT_EQ(ThrownCode([] { ScriptHelper::RunSriptAndGetStringResult(nullptr, "x"); }), 13);
 
-  mPlan.nullTableSuites = {"AEGP Memory Suite"};
-  EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
-  mPlan.nullTableSuites = {"AEGP Utility Suite"};
-  EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-  EXPECT_TRUE(mScripts.empty());
+    mPlan.nullTableSuites = {"AEGP Memory Suite"};
+    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
+    EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
+    mPlan.nullTableSuites = {"AEGP Utility Suite"};
+    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
+    EXPECT_TRUE(mScripts.empty());
 }
 
 TEST(ScriptHelper, TrimRemovesLeadingAndTrailingWhiteSpaceOnly) {
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("  two words\n"), "two words");
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\t\v\f\r x"), "x");
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("x"), "x");
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(""), "");
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \t\n\v\f\r"), "");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("  two words\n"), "two words");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\t\v\f\r x"), "x");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("x"), "x");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(""), "");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \t\n\v\f\r"), "");
 }
 
 TEST(ScriptHelper, TrimLeavesBytesAbove127InTheCLocale) {
-  ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
-  // A UTF-8 no-break space and a Latin-1 one are not white space byte by byte here.
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\xC2\xA0" "a \xA0"), "\xC2\xA0" "a \xA0");
-  EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \xFF "), "\xFF");
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+    // A UTF-8 no-break space and a Latin-1 one are not white space byte by byte here.
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\xC2\xA0"
+                                                  "a \xA0"),
+              "\xC2\xA0"
+              "a \xA0");
+    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \xFF "), "\xFF");
 }

@@ -17,124 +17,124 @@ namespace {
 
 // Threads that each wait once on a semaphore and note, in order, who got through.
 class Waiters {
- public:
-  explicit Waiters(Semaphore& semaphore) : mSemaphore(semaphore) {}
+public:
+    explicit Waiters(Semaphore& semaphore) : mSemaphore(semaphore) {}
 
-  ~Waiters() {
-    for (auto& thread : mThreads) {
-      thread.join();
+    ~Waiters() {
+        for (auto& thread : mThreads) {
+            thread.join();
+        }
     }
-  }
 
-  // Starts one more waiter and returns once it is blocked, so the arrival
-  // order is the order of the calls.
-  void addBlocked() {
-    const int64_t before = mSemaphore.waiters();
-    const int id = static_cast<int>(mThreads.size());
-    mThreads.emplace_back([this, id] {
-      mSemaphore.wait();
-      std::lock_guard<std::mutex> lock(mMutex);
-      mReleased.push_back(id);
-    });
-    WaitFor([&] { return mSemaphore.waiters() == before + 1; }, "a waiter to block");
-  }
+    // Starts one more waiter and returns once it is blocked, so the arrival
+    // order is the order of the calls.
+    void addBlocked() {
+        const int64_t before = mSemaphore.waiters();
+        const int id = static_cast<int>(mThreads.size());
+        mThreads.emplace_back([this, id] {
+            mSemaphore.wait();
+            std::lock_guard<std::mutex> lock(mMutex);
+            mReleased.push_back(id);
+        });
+        WaitFor([&] { return mSemaphore.waiters() == before + 1; }, "a waiter to block");
+    }
 
-  std::vector<int> released() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mReleased;
-  }
+    std::vector<int> released() {
+        std::lock_guard<std::mutex> lock(mMutex);
+        return mReleased;
+    }
 
-  void waitForReleased(size_t count) {
-    WaitFor([&] { return released().size() == count; }, "waiters to get through");
-  }
+    void waitForReleased(size_t count) {
+        WaitFor([&] { return released().size() == count; }, "waiters to get through");
+    }
 
- private:
-  Semaphore& mSemaphore;
-  std::vector<std::thread> mThreads;
-  std::mutex mMutex;
-  std::vector<int> mReleased;
+private:
+    Semaphore& mSemaphore;
+    std::vector<std::thread> mThreads;
+    std::mutex mMutex;
+    std::vector<int> mReleased;
 };
 
 }  // namespace
 
 TEST(Semaphore, BlocksOnlyOnceTheCountIsSpent) {
-  Semaphore semaphore(2);
-  semaphore.wait();
-  semaphore.wait();
-  semaphore.signal(0);
-  EXPECT_EQ(semaphore.waiters(), 0);  // passing waits are not counted
+    Semaphore semaphore(2);
+    semaphore.wait();
+    semaphore.wait();
+    semaphore.signal(0);
+    EXPECT_EQ(semaphore.waiters(), 0);  // passing waits are not counted
 
-  // addBlocked would time out had a unit been left over.
-  Waiters waiters(semaphore);
-  waiters.addBlocked();
-  EXPECT_TRUE(waiters.released().empty());
-  semaphore.signal();
-  waiters.waitForReleased(1);
-  WaitFor([&] { return semaphore.waiters() == 0; }, "the waiter to leave");
+    // addBlocked would time out had a unit been left over.
+    Waiters waiters(semaphore);
+    waiters.addBlocked();
+    EXPECT_TRUE(waiters.released().empty());
+    semaphore.signal();
+    waiters.waitForReleased(1);
+    WaitFor([&] { return semaphore.waiters() == 0; }, "the waiter to leave");
 }
 
 TEST(Semaphore, ReleasesLastArrivalFirst) {
-  Semaphore semaphore(0);
-  Waiters waiters(semaphore);
-  waiters.addBlocked();  // 0
-  waiters.addBlocked();  // 1
-  waiters.addBlocked();  // 2
-  for (size_t i = 1; i <= 3; ++i) {
-    semaphore.signal();
-    waiters.waitForReleased(i);
-  }
-  EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
+    Semaphore semaphore(0);
+    Waiters waiters(semaphore);
+    waiters.addBlocked();  // 0
+    waiters.addBlocked();  // 1
+    waiters.addBlocked();  // 2
+    for (size_t i = 1; i <= 3; ++i) {
+        semaphore.signal();
+        waiters.waitForReleased(i);
+    }
+    EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
 }
 
 TEST(Semaphore, SignalAllReleasesExactlyTheBlockedThreadsAndBanksNothing) {
-  Semaphore semaphore(0);
-  {
-    Waiters waiters(semaphore);
-    waiters.addBlocked();
-    waiters.addBlocked();
-    waiters.addBlocked();
-    semaphore.signalAll();
-    waiters.waitForReleased(3);
-  }
-  EXPECT_EQ(semaphore.waiters(), 0);
+    Semaphore semaphore(0);
+    {
+        Waiters waiters(semaphore);
+        waiters.addBlocked();
+        waiters.addBlocked();
+        waiters.addBlocked();
+        semaphore.signalAll();
+        waiters.waitForReleased(3);
+    }
+    EXPECT_EQ(semaphore.waiters(), 0);
 
-  // Had signalAll added to the count, these would get through instead of
-  // blocking, and addBlocked would never see them counted.
-  semaphore.signalAll();
-  Waiters later(semaphore);
-  later.addBlocked();
-  later.addBlocked();
-  EXPECT_TRUE(later.released().empty());
-  semaphore.signal(2);
-  later.waitForReleased(2);
+    // Had signalAll added to the count, these would get through instead of
+    // blocking, and addBlocked would never see them counted.
+    semaphore.signalAll();
+    Waiters later(semaphore);
+    later.addBlocked();
+    later.addBlocked();
+    EXPECT_TRUE(later.released().empty());
+    semaphore.signal(2);
+    later.waitForReleased(2);
 }
 
 TEST(Semaphore, SignalOfThreeReleasesTheThreeLatestAndBanksTheRest) {
-  Semaphore semaphore(0);
-  {
-    Waiters waiters(semaphore);
-    for (int i = 0; i < 4; ++i) {
-      waiters.addBlocked();
+    Semaphore semaphore(0);
+    {
+        Waiters waiters(semaphore);
+        for (int i = 0; i < 4; ++i) {
+            waiters.addBlocked();
+        }
+        semaphore.signal(3);
+        waiters.waitForReleased(3);
+        EXPECT_EQ(semaphore.waiters(), 1);
+        std::vector<int> released = waiters.released();
+        std::sort(released.begin(), released.end());
+        EXPECT_EQ(released, (std::vector<int>{1, 2, 3}));
+        semaphore.signal();
+        waiters.waitForReleased(4);
+        EXPECT_EQ(waiters.released().back(), 0);
     }
-    semaphore.signal(3);
-    waiters.waitForReleased(3);
-    EXPECT_EQ(semaphore.waiters(), 1);
-    std::vector<int> released = waiters.released();
-    std::sort(released.begin(), released.end());
-    EXPECT_EQ(released, (std::vector<int>{1, 2, 3}));
-    semaphore.signal();
-    waiters.waitForReleased(4);
-    EXPECT_EQ(waiters.released().back(), 0);
-  }
 
-  // With nobody blocked the three units are kept: three waits pass, a fourth blocks.
-  semaphore.signal(3);
-  semaphore.wait();
-  semaphore.wait();
-  semaphore.wait();
-  Waiters waiters(semaphore);
-  waiters.addBlocked();
-  EXPECT_TRUE(waiters.released().empty());
-  semaphore.signal();
-  waiters.waitForReleased(1);
+    // With nobody blocked the three units are kept: three waits pass, a fourth blocks.
+    semaphore.signal(3);
+    semaphore.wait();
+    semaphore.wait();
+    semaphore.wait();
+    Waiters waiters(semaphore);
+    waiters.addBlocked();
+    EXPECT_TRUE(waiters.released().empty());
+    semaphore.signal();
+    waiters.waitForReleased(1);
 }

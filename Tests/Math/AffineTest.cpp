@@ -6,28 +6,24 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectPoint(const Vec2& p, double x, double y, double tolerance = 0.0)
-{
+static void expectPoint(const Vec2& p, double x, double y, double tolerance = 0.0) {
     EXPECT_NEAR(p.x, x, tolerance);
     EXPECT_NEAR(p.y, y, tolerance);
 }
 
-static Affine translation(double x, double y)
-{
+static Affine translation(double x, double y) {
     Affine a;
     a.setTranslate(x, y);
     return a;
 }
 
-static Affine scaling(double x, double y)
-{
+static Affine scaling(double x, double y) {
     Affine a;
     a.setScale(x, y);
     return a;
 }
 
-TEST(Affine, ConstructionIsColumnByColumn)
-{
+TEST(Affine, ConstructionIsColumnByColumn) {
     const Affine a(1, 2, 3, 4, 5, 6);
     const double stored[6] = {1, 3, 5, 2, 4, 6};
     for (int i = 0; i < 6; ++i) {
@@ -48,8 +44,7 @@ TEST(Affine, ConstructionIsColumnByColumn)
     expectPoint(r.getTransform(Vec2(1, 0)), 0, 1, 1e-13);
 }
 
-TEST(Affine, MultiplyActsAfterPremultiplyBefore)
-{
+TEST(Affine, MultiplyActsAfterPremultiplyBefore) {
     const Vec2 p(1, 1);
     Affine a = translation(10, 0), b = translation(10, 0);
     a.multiply(scaling(2, 3));     // scale after translate
@@ -67,8 +62,7 @@ TEST(Affine, MultiplyActsAfterPremultiplyBefore)
     expectPoint(f.getTransform(Vec2(1, 0)), 2, 1, 1e-12);
 }
 
-TEST(Affine, LayerTransformMapsAnchorToPosition)
-{
+TEST(Affine, LayerTransformMapsAnchorToPosition) {
     const Vec2 anchor(10, 20);
     Affine a(false);
     a.set(anchor, Vec2(100, 50), Vec2(2, 3), 30.0);
@@ -79,8 +73,7 @@ TEST(Affine, LayerTransformMapsAnchorToPosition)
     expectPoint(a.getTransform(Vec2(10, 21)), 98.5, 50 + 1.5 * std::sqrt(3.0), 1e-12);
 }
 
-TEST(Affine, InverseAndSingularBound)
-{
+TEST(Affine, InverseAndSingularBound) {
     EXPECT_TRUE(Affine(2, 0, 0, 4, 6, 8).getInverse() == Affine(0.5, 0, 0, 0.25, -3, -2));
     Affine m = translation(3, -7), inv(false);
     m.rotate(33.0);
@@ -102,8 +95,7 @@ TEST(Affine, InverseAndSingularBound)
     EXPECT_TRUE(scaling(-1e-6, 1.0).inverse(out));
 }
 
-TEST(Affine, AverageScaleIsQuantised)
-{
+TEST(Affine, AverageScaleIsQuantised) {
     EXPECT_EQ(scaling(2, 3).averageScale(), 2.5);
     EXPECT_EQ(scaling(1e-05, 1e-05).averageScale(), 0.0);
     // Half a step rounds away from zero; the step is single precision.

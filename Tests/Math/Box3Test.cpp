@@ -10,16 +10,14 @@ namespace {
 
 const double kTinyMax = std::numeric_limits<double>::min();
 
-void expectVec(const Vec3& v, double x, double y, double z)
-{
+void expectVec(const Vec3& v, double x, double y, double z) {
     EXPECT_EQ(v.x, x);
     EXPECT_EQ(v.y, y);
     EXPECT_EQ(v.z, z);
 }
 
 // The largest finite double and the smallest positive normal one.
-void expectEmptyState(const Box3& box)
-{
+void expectEmptyState(const Box3& box) {
     const double huge = std::numeric_limits<double>::max();
     expectVec(box.min, huge, huge, huge);
     expectVec(box.max, kTinyMax, kTinyMax, kTinyMax);
@@ -27,8 +25,7 @@ void expectEmptyState(const Box3& box)
 
 }  // namespace
 
-TEST(Box3, GrowingTheEmptyStateKeepsItsTinyMax)
-{
+TEST(Box3, GrowingTheEmptyStateKeepsItsTinyMax) {
     Box3 box;
     expectEmptyState(box);
     EXPECT_TRUE(box.isEmpty());
@@ -48,8 +45,7 @@ TEST(Box3, GrowingTheEmptyStateKeepsItsTinyMax)
     expectEmptyState(box);
 }
 
-TEST(Box3, EmptinessTestsAndIntersectionInPlace)
-{
+TEST(Box3, EmptinessTestsAndIntersectionInPlace) {
     EXPECT_TRUE(Box3(Vec3(), Vec3()).isEmpty());
     EXPECT_FALSE(Box3(Vec3(1.0), Vec3(1.0)).isEmpty());
     const Box3 unit(Vec3(), Vec3(1.0));

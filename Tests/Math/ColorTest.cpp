@@ -7,16 +7,14 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectColor(const Color& c, double r, double g, double b, double a)
-{
+static void expectColor(const Color& c, double r, double g, double b, double a) {
     EXPECT_EQ(c.r(), r);
     EXPECT_EQ(c.g(), g);
     EXPECT_EQ(c.b(), b);
     EXPECT_EQ(c.a(), a);
 }
 
-TEST(Color, TextIsAlphaFirstAndMalformedTextIsWhiteOrWhatStoullRaises)
-{
+TEST(Color, TextIsAlphaFirstAndMalformedTextIsWhiteOrWhatStoullRaises) {
     for (const char* text : {"", "FF0000", " #FF0000", "#FF000", "#1234567"})
         expectColor(Color(std::string(text)), 1.0, 1.0, 1.0, 1.0);
     EXPECT_THROW(Color(std::string("#")), std::invalid_argument);
@@ -30,8 +28,7 @@ TEST(Color, TextIsAlphaFirstAndMalformedTextIsWhiteOrWhatStoullRaises)
     expectColor(Color(0x00FF0000u), 1.0, 0.0, 0.0, 0.0);
 }
 
-TEST(Color, PrintingTruncatesAndDropsLeadingZeros)
-{
+TEST(Color, PrintingTruncatesAndDropsLeadingZeros) {
     EXPECT_EQ(Color().toHexString(), "#FFFFFF");
     EXPECT_EQ(Color(0.0, 0.0, 0.0, 0.5).toHexString(), "#7F000");
     EXPECT_EQ(Color(1.0, 0.0, 0.5, 1.0).toHexString(), "#FF07F");
@@ -45,8 +42,7 @@ TEST(Color, PrintingTruncatesAndDropsLeadingZeros)
     EXPECT_EQ(nil.toHexString(), "#0000");
 }
 
-TEST(Color, NilColoursAreAllEqualAndLerpRoundsItsFirstWeight)
-{
+TEST(Color, NilColoursAreAllEqualAndLerpRoundsItsFirstWeight) {
     Color nil;
     nil.setNil();
     EXPECT_TRUE(nil == Color(-2.0, 0.0, 0.0, 0.0));

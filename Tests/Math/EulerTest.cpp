@@ -12,30 +12,33 @@ using namespace Ostrivane::GaussianBlur;
 // No default order: every caller names one.
 static_assert(!std::is_constructible<Euler, double, double, double>::value, "order is required");
 
-static void expectAngles(const Euler& e, double x, double y, double z, double tolerance)
-{
+static void expectAngles(const Euler& e, double x, double y, double z, double tolerance) {
     EXPECT_NEAR(e.x, x, tolerance);
     EXPECT_NEAR(e.y, y, tolerance);
     EXPECT_NEAR(e.z, z, tolerance);
 }
 
 // The rotation of the order table, built from single-axis matrices.
-static Mat4 composed(double x, double y, double z, int order)
-{
+static Mat4 composed(double x, double y, double z, int order) {
     Mat4 rx, ry, rz;
     rx.setXRotation(x), ry.setYRotation(y), rz.setZRotation(z);
     switch (order) {
-    case 1: return rx * ry * rz;
-    case 2: return ry * rz * rx;
-    case 3: return rz * rx * ry;
-    case 4: return rx * rz * ry;
-    case 5: return ry * rx * rz;
-    default: return rz * ry * rx;
+        case 1:
+            return rx * ry * rz;
+        case 2:
+            return ry * rz * rx;
+        case 3:
+            return rz * rx * ry;
+        case 4:
+            return rx * rz * ry;
+        case 5:
+            return ry * rx * rz;
+        default:
+            return rz * ry * rx;
     }
 }
 
-TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders)
-{
+TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders) {
     // (outer, middle, outer): the outer angles anywhere in (-pi, pi), the middle one clear
     // of +-pi/2. The middle angle is y in XYZ, z in YZX and x in ZXY.
     const double triples[][3] = {{0.3, -1.1, 2.0}, {-2.9, 1.4, -0.2}, {1.0, 0.0, -3.0}};
@@ -56,11 +59,10 @@ TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders)
         }
 }
 
-TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns)
-{
+TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns) {
     const double x = 0.3, y = -0.7, z = 1.2;
-    const double expected[7][3] = {{0, 0, 0},   {x, y, z},    {x, y, z},  {x, y, z},
-                                   {x, y, -z},  {-x, -y, -z}, {x, -y, z}};
+    const double expected[7][3] = {{0, 0, 0},  {x, y, z},    {x, y, z}, {x, y, z},
+                                   {x, y, -z}, {-x, -y, -z}, {x, -y, z}};
     for (int order = 1; order <= 6; ++order) {
         Euler e;
         e.setWithMat4(composed(x, y, z, order), RotationOrder(order));
@@ -68,13 +70,12 @@ TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns)
     }
 }
 
-TEST(Euler, GimbalThresholdAndClamp)
-{
+TEST(Euler, GimbalThresholdAndClamp) {
     // Order 1 reads y from m13; the gimbal branch takes x from m32, m22 and zeroes z, the
     // regular one would give x = atan2(-m23, m33) = 0 and z = atan2(-m12, m11) = pi/2.
     const double limit = static_cast<double>(0.999999f);
     Mat4 m(false);
-    m.e[6] = 0.6, m.e[5] = 0.8;  // m32, m22
+    m.e[6] = 0.6, m.e[5] = 0.8;    // m32, m22
     m.e[10] = 1.0, m.e[4] = -1.0;  // m33, m12
     Euler e;
     m.e[8] = limit;
@@ -88,8 +89,7 @@ TEST(Euler, GimbalThresholdAndClamp)
     expectAngles(e, std::asin(0.6), M_PI / 2, 0.0, 1e-15);
 }
 
-TEST(Euler, UnspecifiedAndUnknownOrders)
-{
+TEST(Euler, UnspecifiedAndUnknownOrders) {
     EXPECT_EQ(Euler(1.0, 2.0, 3.0, Unspecified).order, Unspecified);
     Euler e(0.0, 0.0, 0.0, ZYX);
     e.set(1.0, 2.0, 3.0, Unspecified);

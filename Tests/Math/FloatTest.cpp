@@ -8,15 +8,13 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static std::uint64_t bitsOf(double v)
-{
+static std::uint64_t bitsOf(double v) {
     std::uint64_t bits;
     std::memcpy(&bits, &v, sizeof bits);
     return bits;
 }
 
-TEST(Float, ConstantsAreTheExactDoubles)
-{
+TEST(Float, ConstantsAreTheExactDoubles) {
     EXPECT_EQ(bitsOf(kTolerance), 0x3D719799812DEA11u);
     EXPECT_EQ(bitsOf(kDegreesToRadians), 0x3F91DF46A2529CE4u);
     EXPECT_EQ(bitsOf(kRadiansToDegrees), 0x404CA5DC1A63C1F8u);
@@ -24,16 +22,14 @@ TEST(Float, ConstantsAreTheExactDoubles)
     EXPECT_NEAR(M_PI - degreesToRadians(180.0), 5.28e-14, 0.01e-14);
 }
 
-TEST(Float, ClampTestsTheLowBoundFirst)
-{
+TEST(Float, ClampTestsTheLowBoundFirst) {
     EXPECT_EQ(clampValue(0.5, 0.0, 1.0), 0.5);
     EXPECT_EQ(clampValue(-1.0, 10.0, 0.0), 10.0);
     EXPECT_EQ(clampValue(5.0, 10.0, 0.0), 10.0);
     EXPECT_EQ(clampValue(20.0, 10.0, 0.0), 0.0);
 }
 
-TEST(Float, CyclicDifferenceRemovesOnePeriodAtMost)
-{
+TEST(Float, CyclicDifferenceRemovesOnePeriodAtMost) {
     EXPECT_EQ(cyclicDifference(350.0, 10.0, 360.0), -20.0);
     EXPECT_EQ(cyclicDifference(10.0, 350.0, 360.0), 20.0);
     EXPECT_EQ(cyclicDifference(190.0, 10.0, 360.0), 180.0);

@@ -8,8 +8,7 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 1e-12)
-{
+static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 1e-12) {
     EXPECT_NEAR(v.x, x, tolerance);
     EXPECT_NEAR(v.y, y, tolerance);
     EXPECT_NEAR(v.z, z, tolerance);
@@ -21,11 +20,9 @@ static_assert(std::is_constructible<Mat4>::value, "Mat4() is the identity");
 static_assert(!std::is_constructible<Mat4, const double*>::value, "no default reading");
 static_assert(!std::is_constructible<Mat4, Vec4, Vec4, Vec4, Vec4>::value, "no default reading");
 
-TEST(Mat4, ConstructorFlagsAndEquality)
-{
+TEST(Mat4, ConstructorFlagsAndEquality) {
     double v[16];
-    for (int i = 0; i < 16; ++i)
-        v[i] = i;
+    for (int i = 0; i < 16; ++i) v[i] = i;
     const Mat4 byColumn(v, true), byRow(v, false);
     EXPECT_EQ(byColumn.e[1], 1.0);
     EXPECT_EQ(byRow.e[4], 1.0);  // a1 is row 0, column 1
@@ -38,15 +35,13 @@ TEST(Mat4, ConstructorFlagsAndEquality)
     EXPECT_TRUE(Mat4(a, b, c, d, false) == byColumn);
 
     Mat4 off(false);
-    for (double& x : off.e)
-        x = 1e-12;
+    for (double& x : off.e) x = 1e-12;
     EXPECT_TRUE(off == Mat4(false));
     off.e[3] = std::numeric_limits<double>::quiet_NaN();
     EXPECT_FALSE(off == off);
 }
 
-TEST(Mat4, ProductsAndTransformOrder)
-{
+TEST(Mat4, ProductsAndTransformOrder) {
     // Translate then rotate: the rotation acts on points first, the translation stays.
     Mat4 tr;
     tr.translate(1.0, 2.0, 3.0);
@@ -72,8 +67,7 @@ TEST(Mat4, ProductsAndTransformOrder)
     expectVec(product.multWithoutTranslate(Vec3(1.0, 1.0, 1.0)), -3.0, 2.0, 4.0);
 }
 
-TEST(Mat4, InverseAndDeterminant)
-{
+TEST(Mat4, InverseAndDeterminant) {
     // Rows (2 0 0 1), (0 3 0 0), (0 0 4 0), (1 0 0 1): 3 * 4 * (2 * 1 - 1 * 1) = 12.
     const Mat4 m(2, 0, 0, 1, 0, 3, 0, 0, 0, 0, 4, 0, 1, 0, 0, 1, false);
     EXPECT_EQ(m.determinant(), 12.0);
@@ -95,8 +89,7 @@ TEST(Mat4, InverseAndDeterminant)
     EXPECT_TRUE(zero == Mat4());
 }
 
-TEST(Mat4, Projections)
-{
+TEST(Mat4, Projections) {
     // fovy a quarter turn, so f = 1; the near plane maps to -1 and the far to 1.
     Mat4 p;
     p.setPerspective(M_PI / 2, 2.0, 1.0, 3.0);
@@ -114,14 +107,11 @@ TEST(Mat4, Projections)
     expectVec(f.multAndProject(Vec3(1.0, 2.0, -1.0)), 1.0, 1.0, -1.0);
 }
 
-TEST(Mat4, LookAtWritesOnlyTheBasis)
-{
+TEST(Mat4, LookAtWritesOnlyTheBasis) {
     Mat4 m;
-    for (int i = 0; i < 16; ++i)
-        m.e[i] = 100.0 + i;
+    for (int i = 0; i < 16; ++i) m.e[i] = 100.0 + i;
     m.setLookAt(0.0, 5.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
-    for (int i : {3, 7, 11, 12, 13, 14, 15})
-        EXPECT_EQ(m.e[i], 100.0 + i) << i;
+    for (int i : {3, 7, 11, 12, 13, 14, 15}) EXPECT_EQ(m.e[i], 100.0 + i) << i;
     // Up parallel to the view axis: up x z is zero and x falls back to +x.
     expectVec(m.getColumn(0).getVec3(), 1.0, 0.0, 0.0);
     expectVec(m.getColumn(1).getVec3(), 0.0, 0.0, -1.0);
@@ -139,8 +129,7 @@ TEST(Mat4, LookAtWritesOnlyTheBasis)
     EXPECT_EQ(huge.e[10], static_cast<double>(0.0001f));
 }
 
-TEST(Mat4, AnchoredComposeAndDecompose)
-{
+TEST(Mat4, AnchoredComposeAndDecompose) {
     const Vec3 anchor(10.0, 20.0, 0.0), position(100.0, 200.0, 0.0);
     Mat4 m;
     m.compose(anchor, position, Quaternion(), Vec3(2.0, 2.0, 1.0));
@@ -165,8 +154,7 @@ TEST(Mat4, AnchoredComposeAndDecompose)
     EXPECT_TRUE(plain == m);
 }
 
-TEST(Mat4, DecomposeMirrorAndZeroScale)
-{
+TEST(Mat4, DecomposeMirrorAndZeroScale) {
     const Quaternion turn(0.0, std::sin(0.35), 0.0, std::cos(0.35));
     Mat4 m;
     m.compose(Vec3(1.0, 2.0, 3.0), turn, Vec3(2.0, -3.0, 0.5));
@@ -194,8 +182,7 @@ TEST(Mat4, DecomposeMirrorAndZeroScale)
     EXPECT_TRUE(q == Quaternion(0.0, 0.0, 0.5, 0.0));
 }
 
-TEST(Mat4, AEToGLConversionAndAffine)
-{
+TEST(Mat4, AEToGLConversionAndAffine) {
     const Mat4 m = Mat4::getAEToGLConversionMatrix(1920.0, 1080.0);
     expectVec(m * Vec3(0.0, 0.0, 0.0), -960.0, 540.0, 0.0, 0.0);
     expectVec(m * Vec3(1920.0, 0.0, 0.0), 960.0, 540.0, 0.0, 0.0);

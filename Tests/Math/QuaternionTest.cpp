@@ -9,16 +9,14 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectQuat(const Quaternion& q, double x, double y, double z, double w, double tolerance = 0.0)
-{
+static void expectQuat(const Quaternion& q, double x, double y, double z, double w, double tolerance = 0.0) {
     EXPECT_NEAR(q.x, x, tolerance);
     EXPECT_NEAR(q.y, y, tolerance);
     EXPECT_NEAR(q.z, z, tolerance);
     EXPECT_NEAR(q.w, w, tolerance);
 }
 
-TEST(Quaternion, ConstructionAndExactEquality)
-{
+TEST(Quaternion, ConstructionAndExactEquality) {
     Quaternion q(0.0, 0.0, 0.0, 5.0);
     q.set(1.0, 2.0, 3.0);  // w stays
     expectQuat(q, 1.0, 2.0, 3.0, 5.0);
@@ -33,8 +31,7 @@ TEST(Quaternion, ConstructionAndExactEquality)
     expectQuat(q, 0.0, 0.0, 0.0, 1.0);
 }
 
-TEST(Quaternion, WithDirectionTakesAPerpendicularAxisWhenOpposite)
-{
+TEST(Quaternion, WithDirectionTakesAPerpendicularAxisWhenOpposite) {
     const double h = std::sqrt(0.5);
     expectQuat(Quaternion(Vec3(1.0, 0.0, 0.0), Vec3(0.0, 1.0, 0.0)), 0.0, 0.0, h, h, 1e-15);
     expectQuat(Quaternion(Vec3(0.0, 1.0, 0.0), Vec3(0.0, 1.0, 0.0)), 0.0, 0.0, 0.0, 1.0);
@@ -44,8 +41,7 @@ TEST(Quaternion, WithDirectionTakesAPerpendicularAxisWhenOpposite)
     expectQuat(Quaternion(Vec3(0.0, 1.0, 0.0), Vec3(0.0, -1.0, 0.0)), 0.0, 0.0, 1.0, 0.0);
 }
 
-TEST(Quaternion, WithMat4CoversAllFourCases)
-{
+TEST(Quaternion, WithMat4CoversAllFourCases) {
     Mat4 m;
     Quaternion q;
     q.setWithMat4(m);
@@ -62,15 +58,15 @@ TEST(Quaternion, WithMat4CoversAllFourCases)
     const double c = -std::sqrt(3.0) / 2.0, s = -0.5;
     m = Mat4(1, 0, 0, 0, 0, c, -s, 0, 0, s, c, 0, 0, 0, 0, 1, false);
     q.setWithMat4(m);
-    expectQuat(q, (std::sqrt(6.0) + std::sqrt(2.0)) / 4.0, 0.0, 0.0, -(std::sqrt(6.0) - std::sqrt(2.0)) / 4.0, 1e-15);
+    expectQuat(q, (std::sqrt(6.0) + std::sqrt(2.0)) / 4.0, 0.0, 0.0, -(std::sqrt(6.0) - std::sqrt(2.0)) / 4.0,
+               1e-15);
 }
 
-TEST(Quaternion, WithEulerMatchesTheOrderTable)
-{
+TEST(Quaternion, WithEulerMatchesTheOrderTable) {
     const double x = 0.3, y = -1.1, z = 2.0;
     Mat4 rx, ry, rz;
     rx.setXRotation(x), ry.setYRotation(y), rz.setZRotation(z);
-    const Mat4 expected[7] = {Mat4(), rx * ry * rz, ry * rz * rx, rz * rx * ry,
+    const Mat4 expected[7] = {Mat4(),       rx * ry * rz, ry * rz * rx, rz * rx * ry,
                               rx * rz * ry, ry * rx * rz, rz * ry * rx};
     for (int order = 1; order <= 6; ++order) {
         Quaternion q;
@@ -89,8 +85,7 @@ TEST(Quaternion, WithEulerMatchesTheOrderTable)
     expectQuat(q, 0.0, 0.0, 0.0, 0.0);
 }
 
-TEST(Quaternion, ProductsComposeRightFactorFirst)
-{
+TEST(Quaternion, ProductsComposeRightFactorFirst) {
     const double h = std::sqrt(0.5);
     const Quaternion aboutZ(0.0, 0.0, h, h), aboutX(h, 0.0, 0.0, h);
     // y turned about x first lands on z, which z leaves alone; the other way it goes to -x.
@@ -107,8 +102,7 @@ TEST(Quaternion, ProductsComposeRightFactorFirst)
     EXPECT_NEAR(aboutZ.getRotationAngle(), 90.0, 1e-12);
 }
 
-TEST(Quaternion, SlerpTakesTheShortWay)
-{
+TEST(Quaternion, SlerpTakesTheShortWay) {
     const Quaternion a;
     const Quaternion quarter(0.0, 0.0, std::sqrt(0.5), std::sqrt(0.5));
     const Quaternion negated(0.0, 0.0, -quarter.z, -quarter.w);

@@ -5,16 +5,14 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectRect(const Rect& r, double left, double top, double width, double height)
-{
+static void expectRect(const Rect& r, double left, double top, double width, double height) {
     EXPECT_EQ(r.getLeft(), left);
     EXPECT_EQ(r.getTop(), top);
     EXPECT_EQ(r.getSize().x, width);
     EXPECT_EQ(r.getSize().y, height);
 }
 
-TEST(Rect, EdgesIntersectionAndUnion)
-{
+TEST(Rect, EdgesIntersectionAndUnion) {
     Rect a(0.0, 0.0, 10.0, 10.0);
     const Rect b(10.0, 0.0, 10.0, 10.0);
     EXPECT_TRUE(a.containsPoint(Vec2(10.0, 10.0)));
@@ -28,8 +26,7 @@ TEST(Rect, EdgesIntersectionAndUnion)
     expectRect(Rect().unite(Rect(5.0, 5.0, 1.0, 1.0)), 0.0, 0.0, 6.0, 6.0);
 }
 
-TEST(Rect, ScaleExpandsOnEverySideAndSettersMoveOneEdge)
-{
+TEST(Rect, ScaleExpandsOnEverySideAndSettersMoveOneEdge) {
     Rect r(0.0, 0.0, 10.0, 10.0);
     expectRect(r.scale(2.0f, 2.0f), -10.0, -10.0, 30.0, 30.0);
     expectRect(r.scale(0.5f, 0.5f), 5.0, 5.0, 0.0, 0.0);

@@ -9,14 +9,12 @@ using namespace Ostrivane::GaussianBlur;
 
 static const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-static void expectVec(const Vec2& v, double x, double y, double tolerance = 0.0)
-{
+static void expectVec(const Vec2& v, double x, double y, double tolerance = 0.0) {
     EXPECT_NEAR(v.x, x, tolerance);
     EXPECT_NEAR(v.y, y, tolerance);
 }
 
-TEST(Vec2, ZeroVectorsNormaliseAlongX)
-{
+TEST(Vec2, ZeroVectorsNormaliseAlongX) {
     Vec2 v, w, tiny(1e-13, 0.0);
     v.normalize();
     expectVec(v, 1.0, 0.0);
@@ -30,8 +28,7 @@ TEST(Vec2, ZeroVectorsNormaliseAlongX)
     EXPECT_EQ(x, 1e-13);
 }
 
-TEST(Vec2, EqualityBoundaries)
-{
+TEST(Vec2, EqualityBoundaries) {
     // Per axis and inclusive; equal's default tolerance is the same.
     EXPECT_TRUE(Vec2(0.0, 0.0) == Vec2(1e-12, -1e-12));
     EXPECT_FALSE(Vec2(0.0, 0.0) == Vec2(1.0001e-12, 0.0));
@@ -49,8 +46,7 @@ TEST(Vec2, EqualityBoundaries)
     EXPECT_TRUE(Vec2::isDuplicate(Vec2(1.0, 1.0), Vec2(1.24, 0.76)));
 }
 
-TEST(Vec2, CollinearAndOrthogonalAreRelative)
-{
+TEST(Vec2, CollinearAndOrthogonalAreRelative) {
     EXPECT_FALSE(Vec2(1.0, 1.0).isOrthogonal(Vec2(1.0, 1.0)));
     EXPECT_TRUE(Vec2(1.0, 1.0).isOrthogonal(Vec2(1.0, -1.0)));
     EXPECT_FALSE(Vec2(1.0, 0.0).isCollinear(Vec2(1.0, 1e-9)));
@@ -59,8 +55,7 @@ TEST(Vec2, CollinearAndOrthogonalAreRelative)
     EXPECT_TRUE(Vec2(1e6, 0.0).isCollinear(Vec2(1e6, 1e-7)));
 }
 
-TEST(Vec2, MinMaxTiesNaNAndSigns)
-{
+TEST(Vec2, MinMaxTiesNaNAndSigns) {
     // +0 and -0 tie: getMin keeps its own, getMax takes the argument's. A NaN likewise.
     Vec2 tieMin(0.0, 1.0), tieMax(0.0, 1.0);
     tieMin.getMin(Vec2(-0.0, kNaN));
@@ -78,8 +73,7 @@ TEST(Vec2, MinMaxTiesNaNAndSigns)
     EXPECT_TRUE(std::signbit(z.y));
 }
 
-TEST(Vec2, RotationUsesTheFourteenDigitFactor)
-{
+TEST(Vec2, RotationUsesTheFourteenDigitFactor) {
     Vec2 v(1.0, 0.0);
     v.rotate(90.0);
     // cos(pi/2 - d) is d to first order, d being how far 90 times the factor falls short.
@@ -96,8 +90,7 @@ TEST(Vec2, RotationUsesTheFourteenDigitFactor)
     expectVec(r, 1.0, 2.0, 1e-13);
 }
 
-TEST(Vec2, AnglesAndQuadrants)
-{
+TEST(Vec2, AnglesAndQuadrants) {
     EXPECT_EQ(Vec2().getAngle(), 0.0);
     EXPECT_NEAR(Vec2(-1.0, 0.0).getAngle(), 180.0, 1e-12);
     EXPECT_NEAR(Vec2(1.0, 0.0).angleBetween(Vec2(0.0, 3.0)), 90.0, 1e-12);
@@ -116,8 +109,7 @@ TEST(Vec2, AnglesAndQuadrants)
     EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(1.0, 1.0), Vec2(1.0, -1.0)));
 }
 
-TEST(Vec2, ProjectionLinesAndFrames)
-{
+TEST(Vec2, ProjectionLinesAndFrames) {
     expectVec(Vec2(2.0, 3.0).project(Vec2()), 0.0, 0.0);
     expectVec(Vec2(2.0, 3.0).project(Vec2(1.0, 1.0)), 2.5, 2.5);
     // The infinite line, with no clamp to the segment.
@@ -140,8 +132,7 @@ TEST(Vec2, ProjectionLinesAndFrames)
     expectVec(f, 4.0, 5.0);
 }
 
-TEST(Vec2, IntersectCodes)
-{
+TEST(Vec2, IntersectCodes) {
     Vec2 out;
     double t = 42.0, u = 42.0;
     EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(2, 0), Vec2(1, -1), Vec2(1, 1), out, &t, &u), Crossing);
@@ -168,13 +159,12 @@ TEST(Vec2, IntersectCodes)
     EXPECT_EQ(t, 42.0);
     EXPECT_EQ(u, 42.0);
     // The bounds are absolute: segments of 1e-7 that cross read as coincident.
-    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1e-7, 0), Vec2(5e-8, -1e-7), Vec2(5e-8, 1e-7), out,
-                              nullptr, nullptr),
+    EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1e-7, 0), Vec2(5e-8, -1e-7), Vec2(5e-8, 1e-7), out, nullptr,
+                              nullptr),
               Coincident);
 }
 
-TEST(Vec2, AnchoringDirections)
-{
+TEST(Vec2, AnchoringDirections) {
     const Vec2 a(1.0, 0.0), b(0.0, 0.0);
     Vec2 v(1.0, 0.0);  // already points from b towards a
     EXPECT_TRUE(Vec2::anchorOutwardD(v, a, b));

@@ -12,15 +12,13 @@ using namespace Ostrivane::GaussianBlur;
 
 static const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 0.0)
-{
+static void expectVec(const Vec3& v, double x, double y, double z, double tolerance = 0.0) {
     EXPECT_NEAR(v.x, x, tolerance);
     EXPECT_NEAR(v.y, y, tolerance);
     EXPECT_NEAR(v.z, z, tolerance);
 }
 
-TEST(TransformRecords, Defaults)
-{
+TEST(TransformRecords, Defaults) {
     const Mat4 id, zero(false);
     for (int i = 0; i < 16; ++i) {
         EXPECT_EQ(id.e[i], i % 5 == 0 ? 1.0 : 0.0) << i;
@@ -31,8 +29,7 @@ TEST(TransformRecords, Defaults)
     EXPECT_EQ(sizeof(RotationOrder), 4u);
 }
 
-TEST(Vec3, IndexAndMatrixAccess)
-{
+TEST(Vec3, IndexAndMatrixAccess) {
     Vec3 v;
     v.set(0, 1.0);
     v.set(1, 2.0);
@@ -41,16 +38,14 @@ TEST(Vec3, IndexAndMatrixAccess)
     v.set(7, 4.0);
     EXPECT_EQ(v.z, 4.0);
     Mat4 m;
-    for (int i = 0; i < 16; ++i)
-        m.e[i] = 100.0 + i;
+    for (int i = 0; i < 16; ++i) m.e[i] = 100.0 + i;
     v.setFromMatrixPosition(m);
     expectVec(v, 112.0, 113.0, 114.0);
     v.setFromMatrixColumn(m, 1);
     expectVec(v, 104.0, 105.0, 106.0);
 }
 
-TEST(Vec3, ZeroVectorsAndAngles)
-{
+TEST(Vec3, ZeroVectorsAndAngles) {
     Vec3 v, w;
     v.normalize();
     expectVec(v, 1.0, 0.0, 0.0);
@@ -65,8 +60,7 @@ TEST(Vec3, ZeroVectorsAndAngles)
     EXPECT_TRUE(std::isnan(Vec3().angleBetween(Vec3(1.0, 0.0, 0.0))));
 }
 
-TEST(Vec3, LargestComponentAndOrtho)
-{
+TEST(Vec3, LargestComponentAndOrtho) {
     EXPECT_EQ(Vec3(1.0, 1.0, 0.0).largestAbsComponent(), 1);
     EXPECT_EQ(Vec3(1.0, 0.0, 1.0).largestAbsComponent(), 2);
     EXPECT_EQ(Vec3(0.0, 0.0, 0.0).largestAbsComponent(), 2);
@@ -87,8 +81,7 @@ TEST(Vec3, LargestComponentAndOrtho)
     EXPECT_NEAR(c.dot(o), 0.0, 1e-15);
 }
 
-TEST(Vec3, MinMaxClampMutate)
-{
+TEST(Vec3, MinMaxClampMutate) {
     // +0 and -0 tie, then a NaN: getMin keeps its own, getMax takes the argument's.
     Vec3 lo(1.0, 5.0, 0.0), hi(1.0, 5.0, 0.0);
     lo.getMin(Vec3(2.0, kNaN, -0.0));
@@ -103,8 +96,7 @@ TEST(Vec3, MinMaxClampMutate)
     expectVec(inverted, 10.0, 10.0, 0.0);
 }
 
-TEST(Vec3, MatrixTransforms)
-{
+TEST(Vec3, MatrixTransforms) {
     Mat4 m;  // x' = x + 2y + 10, y' = y + 20, z' = z + 30; the bottom row is ignored
     m.e[4] = 2.0;
     m.e[12] = 10.0, m.e[13] = 20.0, m.e[14] = 30.0;
@@ -128,8 +120,7 @@ TEST(Vec3, MatrixTransforms)
     expectVec(collapsed, 1.0, 0.0, 0.0);
 }
 
-TEST(Vec3, QuaternionRotation)
-{
+TEST(Vec3, QuaternionRotation) {
     const double h = std::sqrt(0.5);
     Vec3 v(1.0, 0.0, 0.0), w(0.0, 0.0, 2.0), s(1.0, 2.0, 3.0);
     v.applyQuaternion(Quaternion(0.0, 0.0, h, h));  // a quarter turn about z: x to y

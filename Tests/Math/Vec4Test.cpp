@@ -6,16 +6,14 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-static void expectVec(const Vec4& v, double x, double y, double z, double w, double tolerance = 0.0)
-{
+static void expectVec(const Vec4& v, double x, double y, double z, double w, double tolerance = 0.0) {
     EXPECT_NEAR(v.x, x, tolerance);
     EXPECT_NEAR(v.y, y, tolerance);
     EXPECT_NEAR(v.z, z, tolerance);
     EXPECT_NEAR(v.w, w, tolerance);
 }
 
-TEST(Vec4, EqualityIsEuclideanAndStrict)
-{
+TEST(Vec4, EqualityIsEuclideanAndStrict) {
     const Vec4 o(1.0, 2.0, 3.0, 4.0);
     EXPECT_TRUE(o == Vec4(1.0 + 0.9e-12, 2.0, 3.0, 4.0));
     EXPECT_FALSE(o == Vec4(1.0 + 1.1e-12, 2.0, 3.0, 4.0));
@@ -32,8 +30,7 @@ TEST(Vec4, EqualityIsEuclideanAndStrict)
     EXPECT_EQ(Vec4(2.0, 4.0, 6.0, 2.0).getVec3().z, 6.0);
 }
 
-TEST(Vec4, LerpIsSphericalAtUnitLength)
-{
+TEST(Vec4, LerpIsSphericalAtUnitLength) {
     const Vec4 a(2.0, 0.0, 0.0, 0.0), b(0.0, 2.0, 0.0, 0.0);
     expectVec(Vec4::lerp(a, b, 0.0), 2.0, 0.0, 0.0, 0.0);
     expectVec(Vec4::lerp(a, b, 1.0), 0.0, 2.0, 0.0, 0.0);
@@ -49,8 +46,7 @@ TEST(Vec4, LerpIsSphericalAtUnitLength)
     EXPECT_TRUE(std::isnan(Vec4::lerp(Vec4(), c, 0.5).x));
 }
 
-TEST(Vec4, LerpWeightsAreSinglePrecision)
-{
+TEST(Vec4, LerpWeightsAreSinglePrecision) {
     // A quarter turn at t = 0.25: single-precision weights miss (cos 22.5, sin 22.5) by
     // some 1e-8, far more than double arithmetic would.
     const Vec4 r = Vec4::lerp(Vec4(1.0, 0.0, 0.0, 0.0), Vec4(0.0, 1.0, 0.0, 0.0), 0.25);

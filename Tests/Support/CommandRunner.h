@@ -10,27 +10,27 @@
 #include <string>
 
 struct CommandResult {
-  int status;
-  std::string out;
-  std::string err;
+    int status;
+    std::string out;
+    std::string err;
 };
 
 inline CommandResult runCommand(const std::string& command) {
-  char errName[] = "/tmp/fxhost-test-stderr-XXXXXX";
-  const int fd = mkstemp(errName);
-  if (fd >= 0) close(fd);
-  CommandResult result{-1, "", ""};
-  FILE* pipe = popen((command + " 2>" + errName).c_str(), "r");
-  if (!pipe) return result;
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) result.out.append(buffer, n);
-  const int raw = pclose(pipe);
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  std::ifstream err(errName);
-  std::stringstream text;
-  text << err.rdbuf();
-  result.err = text.str();
-  std::remove(errName);
-  return result;
+    char errName[] = "/tmp/fxhost-test-stderr-XXXXXX";
+    const int fd = mkstemp(errName);
+    if (fd >= 0) close(fd);
+    CommandResult result{-1, "", ""};
+    FILE* pipe = popen((command + " 2>" + errName).c_str(), "r");
+    if (!pipe) return result;
+    char buffer[4096];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) result.out.append(buffer, n);
+    const int raw = pclose(pipe);
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    std::ifstream err(errName);
+    std::stringstream text;
+    text << err.rdbuf();
+    result.err = text.str();
+    std::remove(errName);
+    return result;
 }

@@ -8,23 +8,21 @@
 
 #include "AEOpenGLContext.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// One headless context for the whole test program, current at the start of every GL test,
 /// and the small GL chores the tests share: float textures, float targets, read-back.
-class GLFixture : public ::testing::Test
-{
+class GLFixture : public ::testing::Test {
 public:
     /// Created on first use and kept to the end of the process; it is the root of its share group.
-    static AEOpenGLContext* context()
-    {
+    static AEOpenGLContext* context() {
         static AEOpenGLContext* root = new AEOpenGLContext(nullptr);
         return root;
     }
 
     /// A GL_RGBA32F texture with nearest filtering, from `rgba` rows bottom first.
-    static unsigned int makeTexture(int width, int height, const std::vector<float>& rgba)
-    {
+    static unsigned int makeTexture(int width, int height, const std::vector<float>& rgba) {
         using namespace gl;
         GLuint texture = 0;
         glGenTextures(1, &texture);
@@ -39,17 +37,16 @@ public:
 
     /// A frame buffer of one GL_RGBA32F texture, bound for drawing and reading with the viewport set,
     /// so that values outside 0..1 survive.
-    struct FloatTarget
-    {
+    struct FloatTarget {
         unsigned int framebuffer = 0;
         unsigned int texture = 0;
     };
 
-    static FloatTarget makeFloatTarget(int width, int height)
-    {
+    static FloatTarget makeFloatTarget(int width, int height) {
         using namespace gl;
         FloatTarget target;
-        target.texture = makeTexture(width, height, std::vector<float>(static_cast<size_t>(width * height * 4), 0.0f));
+        target.texture =
+            makeTexture(width, height, std::vector<float>(static_cast<size_t>(width * height * 4), 0.0f));
         glGenFramebuffers(1, &target.framebuffer);
         glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.texture, 0);
@@ -58,8 +55,7 @@ public:
         return target;
     }
 
-    static void deleteFloatTarget(FloatTarget& target)
-    {
+    static void deleteFloatTarget(FloatTarget& target) {
         using namespace gl;
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
         glDeleteFramebuffers(1, &target.framebuffer);
@@ -68,8 +64,7 @@ public:
     }
 
     /// RGBA floats of the bound read frame buffer, rows bottom first.
-    static std::vector<float> readPixels(int width, int height)
-    {
+    static std::vector<float> readPixels(int width, int height) {
         using namespace gl;
         std::vector<float> pixels(static_cast<size_t>(width * height * 4), -1.0f);
         glPixelStorei(GL_PACK_ALIGNMENT, 1);
@@ -78,8 +73,7 @@ public:
     }
 
     /// The four channels of pixel `index` from `pixels`.
-    static std::vector<float> pixel(const std::vector<float>& pixels, size_t index)
-    {
+    static std::vector<float> pixel(const std::vector<float>& pixels, size_t index) {
         return std::vector<float>(pixels.begin() + static_cast<long>(index * 4),
                                   pixels.begin() + static_cast<long>(index * 4 + 4));
     }
@@ -88,14 +82,15 @@ protected:
     void SetUp() override { context()->makeContextCurrent(); }
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane
 
-#define EXPECT_RGBA_NEAR(actual, r, g, b, a, tolerance)                                               \
-    do {                                                                                               \
-        const std::vector<float> value_ = (actual);                                                    \
-        ASSERT_EQ(value_.size(), 4u);                                                                  \
-        EXPECT_NEAR(value_[0], (r), (tolerance));                                                      \
-        EXPECT_NEAR(value_[1], (g), (tolerance));                                                      \
-        EXPECT_NEAR(value_[2], (b), (tolerance));                                                      \
-        EXPECT_NEAR(value_[3], (a), (tolerance));                                                      \
+#define EXPECT_RGBA_NEAR(actual, r, g, b, a, tolerance) \
+    do {                                                \
+        const std::vector<float> value_ = (actual);     \
+        ASSERT_EQ(value_.size(), 4u);                   \
+        EXPECT_NEAR(value_[0], (r), (tolerance));       \
+        EXPECT_NEAR(value_[1], (g), (tolerance));       \
+        EXPECT_NEAR(value_[2], (b), (tolerance));       \
+        EXPECT_NEAR(value_[3], (a), (tolerance));       \
     } while (false)

@@ -9,21 +9,21 @@
 #include "EffectHost.h"
 
 class HostFixture : public ::testing::Test {
- protected:
-  void SetUp() override { host.reset(new fxhost::EffectHost(OSTRIVANE_BUNDLE_PATH)); }
-  void TearDown() override {
-    if (host) {
-      host->globalSetdown();
-      EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+protected:
+    void SetUp() override { host.reset(new fxhost::EffectHost(OSTRIVANE_BUNDLE_PATH)); }
+    void TearDown() override {
+        if (host) {
+            host->globalSetdown();
+            EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+        }
+        host.reset();
     }
-    host.reset();
-  }
 
-  // Global set-up and parameter set-up, as the host sends them before any frame.
-  void setUpEffect() {
-    ASSERT_EQ(host->globalSetup(), PF_Err_NONE);
-    ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);
-  }
+    // Global set-up and parameter set-up, as the host sends them before any frame.
+    void setUpEffect() {
+        ASSERT_EQ(host->globalSetup(), PF_Err_NONE);
+        ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);
+    }
 
-  std::unique_ptr<fxhost::EffectHost> host;
+    std::unique_ptr<fxhost::EffectHost> host;
 };

@@ -17,40 +17,40 @@ namespace {
 
 // The stand-in host hands out a world's memory only to the matching depth.
 PF_Err pixelData8(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel8** pixels) {
-  const HostWorld* owner = HostWorld::fromDef(world);
-  *pixels = owner && owner->depth() == Depth::Eight ? static_cast<PF_Pixel8*>(world->data) : nullptr;
-  return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
+    const HostWorld* owner = HostWorld::fromDef(world);
+    *pixels = owner && owner->depth() == Depth::Eight ? static_cast<PF_Pixel8*>(world->data) : nullptr;
+    return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
 }
 
 PF_Err pixelData16(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel16** pixels) {
-  const HostWorld* owner = HostWorld::fromDef(world);
-  *pixels = owner && owner->depth() == Depth::Sixteen ? static_cast<PF_Pixel16*>(world->data) : nullptr;
-  return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
+    const HostWorld* owner = HostWorld::fromDef(world);
+    *pixels = owner && owner->depth() == Depth::Sixteen ? static_cast<PF_Pixel16*>(world->data) : nullptr;
+    return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
 }
 
 GLint integer(GLenum name) {
-  GLint value = -1;
-  glGetIntegerv(name, &value);
-  return value;
+    GLint value = -1;
+    glGetIntegerv(name, &value);
+    return value;
 }
 
 // `call` throws the int `code`, and nothing else.
 template <typename Call>
 void expectCode(int code, const char* what, Call call) {
-  try {
-    call();
-    ADD_FAILURE() << what << ": nothing thrown";
-  } catch (int thrown) {
-    EXPECT_EQ(thrown, code) << what;
-  }
+    try {
+        call();
+        ADD_FAILURE() << what << ": nothing thrown";
+    } catch (int thrown) {
+        EXPECT_EQ(thrown, code) << what;
+    }
 }
 
 // A 3 x 2 world, padded rows, A, R, G, B; scale is what GL divides by, and values[y][x][c]
 // reach texture channel c of texel (x, y) as value / scale.
 struct Sample {
-  Depth depth;
-  float scale;
-  float values[2][3][4];
+    Depth depth;
+    float scale;
+    float values[2][3][4];
 };
 
 const Sample kSamples[] = {
@@ -69,259 +69,265 @@ const Sample kSamples[] = {
 };
 
 class TransferTest : public GLFixture {
- protected:
-  void SetUp() override {
-    GLFixture::SetUp();
-    mUtils.get_pixel_data8 = pixelData8;
-    mUtils.get_pixel_data16 = pixelData16;
-    mInData.utils = &mUtils;
-    mInData.pica_basicP = mSuites.basicSuite();
-  }
+protected:
+    void SetUp() override {
+        GLFixture::SetUp();
+        mUtils.get_pixel_data8 = pixelData8;
+        mUtils.get_pixel_data16 = pixelData16;
+        mInData.utils = &mUtils;
+        mInData.pica_basicP = mSuites.basicSuite();
+    }
 
-  // Every call, failed or not, gives back what it took from the host.
-  void TearDown() override {
-    EXPECT_EQ(mSuites.unbalanced(), "");
-    EXPECT_EQ(mSuites.liveHandles(), 0);
-  }
+    // Every call, failed or not, gives back what it took from the host.
+    void TearDown() override {
+        EXPECT_EQ(mSuites.unbalanced(), "");
+        EXPECT_EQ(mSuites.liveHandles(), 0);
+    }
 
-  unsigned int upload(HostWorld& world) {
-    return AEOpenGLUtilities::UploadTexture(world.pixelFormat(), world.def(), nullptr, &mInData, mPixelSize, mPixelType,
-                                            mMultiplier, false);
-  }
+    unsigned int upload(HostWorld& world) {
+        return AEOpenGLUtilities::UploadTexture(world.pixelFormat(), world.def(), nullptr, &mInData,
+                                                mPixelSize, mPixelType, mMultiplier, false);
+    }
 
-  void download(int width, int height, HostWorld& output, int format) {
-    AEOpenGLUtilities::DownloadTexture(width, height, mSource, output.def(), &mInData, format, mPixelSize, mPixelType);
-  }
+    void download(int width, int height, HostWorld& output, int format) {
+        AEOpenGLUtilities::DownloadTexture(width, height, mSource, output.def(), &mInData, format, mPixelSize,
+                                           mPixelType);
+    }
 
-  // Uploads the world and binds a frame buffer holding the texture for reading, as a frame leaves it.
-  void uploadAndBind(HostWorld& world) {
-    mTexture = upload(world);
-    mSource = world.def();
-    glGenFramebuffers(1, &mFramebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, mTexture, 0);
-  }
+    // Uploads the world and binds a frame buffer holding the texture for reading, as a frame leaves it.
+    void uploadAndBind(HostWorld& world) {
+        mTexture = upload(world);
+        mSource = world.def();
+        glGenFramebuffers(1, &mFramebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, mTexture, 0);
+    }
 
-  void unbind() {
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    glDeleteFramebuffers(1, &mFramebuffer);
-    glDeleteTextures(1, &mTexture);
-  }
+    void unbind() {
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        glDeleteFramebuffers(1, &mFramebuffer);
+        glDeleteTextures(1, &mTexture);
+    }
 
-  static void fill(HostWorld& world, const Sample& sample) {
-    for (int y = 0; y < 2; ++y)
-      for (int x = 0; x < 3; ++x) world.setPixel(x, y, sample.values[y][x]);
-  }
+    static void fill(HostWorld& world, const Sample& sample) {
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x) world.setPixel(x, y, sample.values[y][x]);
+    }
 
-  static void expectPixel(const HostWorld& world, int x, int y, const float argb[4]) {
-    float actual[4];
-    world.getPixel(x, y, actual);
-    for (int c = 0; c < 4; ++c) EXPECT_EQ(actual[c], argb[c]) << "pixel " << x << "," << y << " channel " << c;
-  }
+    static void expectPixel(const HostWorld& world, int x, int y, const float argb[4]) {
+        float actual[4];
+        world.getPixel(x, y, actual);
+        for (int c = 0; c < 4; ++c)
+            EXPECT_EQ(actual[c], argb[c]) << "pixel " << x << "," << y << " channel " << c;
+    }
 
-  fxhost::FaultPlan mFaults;
-  fxhost::HostSuites mSuites{mFaults};
-  PF_UtilCallbacks mUtils{};
-  PF_InData mInData{};
-  unsigned long mPixelSize = 0;
-  GLenum mPixelType = GL_NONE;
-  float mMultiplier = 0.0f;
-  GLuint mTexture = 0;
-  GLuint mFramebuffer = 0;
-  PF_LayerDef* mSource = nullptr;  // the world behind the bound frame buffer
+    fxhost::FaultPlan mFaults;
+    fxhost::HostSuites mSuites{mFaults};
+    PF_UtilCallbacks mUtils{};
+    PF_InData mInData{};
+    unsigned long mPixelSize = 0;
+    GLenum mPixelType = GL_NONE;
+    float mMultiplier = 0.0f;
+    GLuint mTexture = 0;
+    GLuint mFramebuffer = 0;
+    PF_LayerDef* mSource = nullptr;  // the world behind the bound frame buffer
 };
 
 TEST_F(TransferTest, PaddedWorldsRoundTripAtEveryDepthWithoutReorderingOrTouchingPadding) {
-  const unsigned long sizes[] = {4, 8, 16};
-  const GLenum types[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT};
-  for (int d = 0; d < 3; ++d) {
-    const Sample& sample = kSamples[d];
-    SCOPED_TRACE(d);
-    HostWorld input(3, 2, sample.depth, 20);
-    fill(input, sample);
-    uploadAndBind(input);
-    EXPECT_EQ(mPixelSize, sizes[d]);
-    EXPECT_EQ(mPixelType, types[d]);
-    EXPECT_EQ(mMultiplier, d == 1 ? 1.999969482421875f : 1.0f);
-    const std::vector<float> texels = readPixels(3, 2);
-    for (int y = 0; y < 2; ++y)
-      for (int x = 0; x < 3; ++x)
-        for (int c = 0; c < 4; ++c)
-          EXPECT_FLOAT_EQ(texels[(y * 3 + x) * 4 + c], sample.values[y][x][c] / sample.scale) << x << "," << y;
+    const unsigned long sizes[] = {4, 8, 16};
+    const GLenum types[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT};
+    for (int d = 0; d < 3; ++d) {
+        const Sample& sample = kSamples[d];
+        SCOPED_TRACE(d);
+        HostWorld input(3, 2, sample.depth, 20);
+        fill(input, sample);
+        uploadAndBind(input);
+        EXPECT_EQ(mPixelSize, sizes[d]);
+        EXPECT_EQ(mPixelType, types[d]);
+        EXPECT_EQ(mMultiplier, d == 1 ? 1.999969482421875f : 1.0f);
+        const std::vector<float> texels = readPixels(3, 2);
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x)
+                for (int c = 0; c < 4; ++c)
+                    EXPECT_FLOAT_EQ(texels[(y * 3 + x) * 4 + c], sample.values[y][x][c] / sample.scale)
+                        << x << "," << y;
 
-    HostWorld output(3, 2, sample.depth, 36);
-    download(3, 2, output, input.pixelFormat());
-    unbind();
-    for (int y = 0; y < 2; ++y)
-      for (int x = 0; x < 3; ++x) expectPixel(output, x, y, sample.values[y][x]);
-    EXPECT_TRUE(input.guardsIntact());
-    EXPECT_TRUE(output.guardsIntact());
-  }
+        HostWorld output(3, 2, sample.depth, 36);
+        download(3, 2, output, input.pixelFormat());
+        unbind();
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x) expectPixel(output, x, y, sample.values[y][x]);
+        EXPECT_TRUE(input.guardsIntact());
+        EXPECT_TRUE(output.guardsIntact());
+    }
 }
 
 TEST_F(TransferTest, UploadLeavesNoTextureBoundAndNoRowLength) {
-  for (Depth depth : {Depth::Eight, Depth::Sixteen, Depth::Float}) {
-    HostWorld world(5, 3, depth, 24);
-    const unsigned int texture = upload(world);
-    EXPECT_TRUE(glIsTexture(texture));
-    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
-    EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
-    glDeleteTextures(1, &texture);
-  }
+    for (Depth depth : {Depth::Eight, Depth::Sixteen, Depth::Float}) {
+        HostWorld world(5, 3, depth, 24);
+        const unsigned int texture = upload(world);
+        EXPECT_TRUE(glIsTexture(texture));
+        EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
+        EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
+        glDeleteTextures(1, &texture);
+    }
 }
 
 TEST_F(TransferTest, SixteenBitWhiteComesInAsOneAfterTheMultiplierAndGoesBackAs32768) {
-  HostWorld white(1, 1, Depth::Sixteen);
-  const float argb[4] = {32768, 32768, 32768, 32768};
-  white.fill(argb);
-  uploadAndBind(white);
-  const std::vector<float> texel = readPixels(1, 1);
-  EXPECT_NEAR(texel[0], 0.5000076f, 1e-7f);  // 32768 / 65535
-  EXPECT_NEAR(texel[0] * mMultiplier, 1.0f, 1e-6f);
-  HostWorld output(1, 1, Depth::Sixteen);
-  download(1, 1, output, PF_PixelFormat_ARGB64);
-  unbind();
-  expectPixel(output, 0, 0, argb);
+    HostWorld white(1, 1, Depth::Sixteen);
+    const float argb[4] = {32768, 32768, 32768, 32768};
+    white.fill(argb);
+    uploadAndBind(white);
+    const std::vector<float> texel = readPixels(1, 1);
+    EXPECT_NEAR(texel[0], 0.5000076f, 1e-7f);  // 32768 / 65535
+    EXPECT_NEAR(texel[0] * mMultiplier, 1.0f, 1e-6f);
+    HostWorld output(1, 1, Depth::Sixteen);
+    download(1, 1, output, PF_PixelFormat_ARGB64);
+    unbind();
+    expectPixel(output, 0, 0, argb);
 }
 
 TEST_F(TransferTest, DownloadWritesOnlyTheOverlapOfReadBackAndOutput) {
-  const float marker[4] = {9, 9, 9, 9};
-  for (int d : {0, 2}) {  // the row copy and the iterate copy
-    const Sample& sample = kSamples[d];
-    HostWorld input(3, 2, sample.depth);
-    fill(input, sample);
-    uploadAndBind(input);
-    HostWorld smaller(2, 1, sample.depth);
-    HostWorld larger(4, 3, sample.depth);
-    larger.fill(marker);
-    download(3, 2, smaller, input.pixelFormat());
-    download(3, 2, larger, input.pixelFormat());
-    unbind();
-    expectPixel(smaller, 0, 0, sample.values[0][0]);
-    expectPixel(smaller, 1, 0, sample.values[0][1]);
-    for (int y = 0; y < 3; ++y)
-      for (int x = 0; x < 4; ++x) expectPixel(larger, x, y, x < 3 && y < 2 ? sample.values[y][x] : marker);
-    EXPECT_TRUE(smaller.guardsIntact());
-    EXPECT_TRUE(larger.guardsIntact());
-  }
+    const float marker[4] = {9, 9, 9, 9};
+    for (int d : {0, 2}) {  // the row copy and the iterate copy
+        const Sample& sample = kSamples[d];
+        HostWorld input(3, 2, sample.depth);
+        fill(input, sample);
+        uploadAndBind(input);
+        HostWorld smaller(2, 1, sample.depth);
+        HostWorld larger(4, 3, sample.depth);
+        larger.fill(marker);
+        download(3, 2, smaller, input.pixelFormat());
+        download(3, 2, larger, input.pixelFormat());
+        unbind();
+        expectPixel(smaller, 0, 0, sample.values[0][0]);
+        expectPixel(smaller, 1, 0, sample.values[0][1]);
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 4; ++x)
+                expectPixel(larger, x, y, x < 3 && y < 2 ? sample.values[y][x] : marker);
+        EXPECT_TRUE(smaller.guardsIntact());
+        EXPECT_TRUE(larger.guardsIntact());
+    }
 }
 
 TEST_F(TransferTest, DownloadIntoAnEmptyOutputStillAllocatesAndDisposesTheHandle) {
-  HostWorld input(3, 2, Depth::Eight);
-  uploadAndBind(input);
-  HostWorld empty(3, 0, Depth::Eight);
-  download(3, 2, empty, PF_PixelFormat_ARGB32);
-  unbind();
-  EXPECT_EQ(mSuites.calls(Callback::NewHandle), 1);
-  EXPECT_EQ(mSuites.acquired("PF Handle Suite"), 1);
-  EXPECT_TRUE(empty.guardsIntact());
+    HostWorld input(3, 2, Depth::Eight);
+    uploadAndBind(input);
+    HostWorld empty(3, 0, Depth::Eight);
+    download(3, 2, empty, PF_PixelFormat_ARGB32);
+    unbind();
+    EXPECT_EQ(mSuites.calls(Callback::NewHandle), 1);
+    EXPECT_EQ(mSuites.acquired("PF Handle Suite"), 1);
+    EXPECT_TRUE(empty.guardsIntact());
 }
 
 TEST_F(TransferTest, HostFailuresAreThrownAndLeaveNothingBehind) {
-  HostWorld input(3, 2, Depth::Float);
-  uploadAndBind(input);
-  HostWorld output(3, 2, Depth::Float);
+    HostWorld input(3, 2, Depth::Float);
+    uploadAndBind(input);
+    HostWorld output(3, 2, Depth::Float);
 
-  mFaults.faults.push_back({Callback::Iterate, PF_Err_INTERNAL_STRUCT_DAMAGED});
-  GLuint probe = 0;  // the names a leaked texture would take
-  glGenTextures(1, &probe);
-  glDeleteTextures(1, &probe);
-  expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, upload", [&] { upload(input); });
-  for (GLuint name = probe; name < probe + 4; ++name) EXPECT_FALSE(glIsTexture(name)) << name;
-  EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
-  EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
-  expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download",
-             [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-  mFaults.clear();
+    mFaults.faults.push_back({Callback::Iterate, PF_Err_INTERNAL_STRUCT_DAMAGED});
+    GLuint probe = 0;  // the names a leaked texture would take
+    glGenTextures(1, &probe);
+    glDeleteTextures(1, &probe);
+    expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, upload", [&] { upload(input); });
+    for (GLuint name = probe; name < probe + 4; ++name) EXPECT_FALSE(glIsTexture(name)) << name;
+    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
+    EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
+    expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download",
+               [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    mFaults.clear();
 
-  mFaults.faults.push_back({Callback::NewHandle});
-  expectCode(4, "null handle", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-  mFaults.clear();
+    mFaults.faults.push_back({Callback::NewHandle});
+    expectCode(4, "null handle", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    mFaults.clear();
 
-  mFaults.missingSuites.insert("PF Handle Suite");
-  expectCode(13, "no handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-  mFaults.clear();
+    mFaults.missingSuites.insert("PF Handle Suite");
+    expectCode(13, "no handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    mFaults.clear();
 
-  // Success with a null table is a missing suite, not a call through null.
-  mSuites.resetCalls();
-  mFaults.nullTableSuites = {"PF Handle Suite"};
-  expectCode(13, "null handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-  mFaults.nullTableSuites = {"PF iterateFloat Suite"};
-  expectCode(13, "null iterate suite, upload", [&] { upload(input); });
-  expectCode(13, "null iterate suite, download", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-  EXPECT_EQ(mSuites.calls(Callback::Iterate), 0);
-  mFaults.clear();
-  unbind();
-  EXPECT_TRUE(output.guardsIntact());
+    // Success with a null table is a missing suite, not a call through null.
+    mSuites.resetCalls();
+    mFaults.nullTableSuites = {"PF Handle Suite"};
+    expectCode(13, "null handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    mFaults.nullTableSuites = {"PF iterateFloat Suite"};
+    expectCode(13, "null iterate suite, upload", [&] { upload(input); });
+    expectCode(13, "null iterate suite, download", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    EXPECT_EQ(mSuites.calls(Callback::Iterate), 0);
+    mFaults.clear();
+    unbind();
+    EXPECT_TRUE(output.guardsIntact());
 }
 
 TEST_F(TransferTest, MalformedRequestsThrow516AndWriteNothing) {
-  HostWorld eight(3, 2, Depth::Eight);
-  HostWorld sixteen(3, 2, Depth::Sixteen);
-  uploadAndBind(eight);
-  unsigned long size = 0;
-  GLenum type = GL_NONE;
-  float multiplier = 0.0f;
-  expectCode(516, "unknown format, upload", [&] {
-    AEOpenGLUtilities::UploadTexture(0x12345678, eight.def(), nullptr, &mInData, size, type, multiplier, false);
-  });
-  expectCode(516, "unknown format, download", [&] { download(3, 2, eight, 0x12345678); });
-  expectCode(516, "world gives no 16-bit pixels", [&] {
-    AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB64, eight.def(), nullptr, &mInData, size, type, multiplier,
-                                     false);
-  });
-  expectCode(516, "world gives no 8-bit pixels", [&] { download(3, 2, sixteen, PF_PixelFormat_ARGB32); });
-  expectCode(516, "pixel type of another depth", [&] {
-    AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB32, 4, GL_FLOAT);
-  });
-  expectCode(516, "pixel size of another depth", [&] {
-    AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB64, 4,
-                                       GL_UNSIGNED_BYTE);
-  });
-  const A_long rowbytes = eight.rowbytes();
-  eight.def()->rowbytes = 11;  // three pixels need 12
-  expectCode(516, "short rows, upload", [&] { upload(eight); });
-  expectCode(516, "short rows, download", [&] { download(3, 2, eight, PF_PixelFormat_ARGB32); });
-  eight.def()->rowbytes = rowbytes;
-  eight.def()->width = -1;
-  expectCode(516, "negative width", [&] { upload(eight); });
-  eight.def()->width = 3;
-  unbind();
-  EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
-  EXPECT_TRUE(eight.guardsIntact());
-  EXPECT_TRUE(sixteen.guardsIntact());
+    HostWorld eight(3, 2, Depth::Eight);
+    HostWorld sixteen(3, 2, Depth::Sixteen);
+    uploadAndBind(eight);
+    unsigned long size = 0;
+    GLenum type = GL_NONE;
+    float multiplier = 0.0f;
+    expectCode(516, "unknown format, upload", [&] {
+        AEOpenGLUtilities::UploadTexture(0x12345678, eight.def(), nullptr, &mInData, size, type, multiplier,
+                                         false);
+    });
+    expectCode(516, "unknown format, download", [&] { download(3, 2, eight, 0x12345678); });
+    expectCode(516, "world gives no 16-bit pixels", [&] {
+        AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB64, eight.def(), nullptr, &mInData, size, type,
+                                         multiplier, false);
+    });
+    expectCode(516, "world gives no 8-bit pixels", [&] { download(3, 2, sixteen, PF_PixelFormat_ARGB32); });
+    expectCode(516, "pixel type of another depth", [&] {
+        AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB32, 4,
+                                           GL_FLOAT);
+    });
+    expectCode(516, "pixel size of another depth", [&] {
+        AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB64, 4,
+                                           GL_UNSIGNED_BYTE);
+    });
+    const A_long rowbytes = eight.rowbytes();
+    eight.def()->rowbytes = 11;  // three pixels need 12
+    expectCode(516, "short rows, upload", [&] { upload(eight); });
+    expectCode(516, "short rows, download", [&] { download(3, 2, eight, PF_PixelFormat_ARGB32); });
+    eight.def()->rowbytes = rowbytes;
+    eight.def()->width = -1;
+    expectCode(516, "negative width", [&] { upload(eight); });
+    eight.def()->width = 3;
+    unbind();
+    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
+    EXPECT_TRUE(eight.guardsIntact());
+    EXPECT_TRUE(sixteen.guardsIntact());
 }
 
 TEST_F(TransferTest, PixelCountsBeyond32BitsAreAnAllocationFailureBeforeAnyAllocation) {
-  std::vector<PF_PixelFloat> little(4);
-  PF_LayerDef huge{};
-  huge.width = huge.height = 70000;  // 4.9e9 pixels
-  huge.rowbytes = 70000 * 16;
-  huge.data = little.data();
-  EXPECT_THROW(AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, &huge, nullptr, &mInData, mPixelSize, mPixelType,
-                                                mMultiplier, false),
-               std::bad_alloc);
-  EXPECT_THROW(AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB128, &huge, nullptr, &mInData, mPixelSize,
-                                                mPixelType, mMultiplier, false),
-               std::bad_alloc);
-  EXPECT_THROW(
-      AEOpenGLUtilities::DownloadTexture(70000, 70000, nullptr, &huge, &mInData, PF_PixelFormat_ARGB128, 16, GL_FLOAT),
-      std::bad_alloc);
-  EXPECT_EQ(mSuites.calls(Callback::NewHandle), 0);
-  EXPECT_EQ(mSuites.acquired("PF iterateFloat Suite"), 0);
-  EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
+    std::vector<PF_PixelFloat> little(4);
+    PF_LayerDef huge{};
+    huge.width = huge.height = 70000;  // 4.9e9 pixels
+    huge.rowbytes = 70000 * 16;
+    huge.data = little.data();
+    EXPECT_THROW(AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB32, &huge, nullptr, &mInData, mPixelSize,
+                                                  mPixelType, mMultiplier, false),
+                 std::bad_alloc);
+    EXPECT_THROW(AEOpenGLUtilities::UploadTexture(PF_PixelFormat_ARGB128, &huge, nullptr, &mInData,
+                                                  mPixelSize, mPixelType, mMultiplier, false),
+                 std::bad_alloc);
+    EXPECT_THROW(AEOpenGLUtilities::DownloadTexture(70000, 70000, nullptr, &huge, &mInData,
+                                                    PF_PixelFormat_ARGB128, 16, GL_FLOAT),
+                 std::bad_alloc);
+    EXPECT_EQ(mSuites.calls(Callback::NewHandle), 0);
+    EXPECT_EQ(mSuites.acquired("PF iterateFloat Suite"), 0);
+    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
 }
 
 TEST_F(TransferTest, FramebufferStatusNamesWhatIsMissing) {
-  FloatTarget target = makeFloatTarget(2, 2);
-  EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), "OK");
-  deleteFloatTarget(target);
-  GLuint bare = 0;
-  glGenFramebuffers(1, &bare);
-  glBindFramebuffer(GL_FRAMEBUFFER, bare);
-  EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), "Framebuffer incomplete, missing attachment!");
-  glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  glDeleteFramebuffers(1, &bare);
+    FloatTarget target = makeFloatTarget(2, 2);
+    EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), "OK");
+    deleteFloatTarget(target);
+    GLuint bare = 0;
+    glGenFramebuffers(1, &bare);
+    glBindFramebuffer(GL_FRAMEBUFFER, bare);
+    EXPECT_EQ(AEOpenGLUtilities::CheckFramebufferStatus(), "Framebuffer incomplete, missing attachment!");
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &bare);
 }
 
 }  // namespace

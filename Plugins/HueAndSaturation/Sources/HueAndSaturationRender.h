@@ -3,15 +3,15 @@
 #include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The effect's pass: samples a texture in the host's channel order (A, R, G, B), turns the hue
 /// by `setHue` degrees (a positive value turns the YIQ angle the negative way), mixes against the
 /// luminance by `setSaturation` (unclamped), and writes premultiplied (R, G, B, A) over the whole
 /// viewport of the bound frame buffer. The constructor makes no GL call; vertex arrays are made
 /// per context.
-class HueAndSaturationRender
-{
+class HueAndSaturationRender {
 public:
     HueAndSaturationRender();
     ~HueAndSaturationRender();
@@ -30,4 +30,5 @@ private:
     float mSaturation = 1.0f;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -11,21 +11,20 @@
 
 using namespace gl;
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 namespace {
 
 // glbinding 2 asks GLX for the current context, which is null under EGL, so every context is
 // named to it explicitly by its EGL handle.
-glbinding::ContextHandle handleOf(EGLContext context)
-{
+glbinding::ContextHandle handleOf(EGLContext context) {
     return static_cast<glbinding::ContextHandle>(reinterpret_cast<std::uintptr_t>(context));
 }
 
-} // namespace
+}  // namespace
 
-AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* share)
-{
+AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* share) {
     mContext = createPlatformContext(share != nullptr ? share->mContext : EGL_NO_CONTEXT);
     try {
         EGLPlatform::makeCurrent(mContext);
@@ -33,8 +32,7 @@ AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* share)
         mExtensions = glbinding::ContextInfo::extensions(nullptr);
     } catch (...) {
         // The context must not outlive a constructor that failed.
-        if (EGLPlatform::currentContext() == mContext)
-            EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
+        if (EGLPlatform::currentContext() == mContext) EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
         EGLPlatform::destroyContext(mContext);
         throw;
     }
@@ -44,28 +42,23 @@ AEOpenGLContext::AEOpenGLContext(const AEOpenGLContext* share)
 // any other order corrupts the table of a live context (an assertion in its state lookup), so a
 // binding is kept for the life of the process. Its function addresses are libGL's dispatch entries,
 // valid for any context, so a later context that EGL gives the same handle may use it again.
-AEOpenGLContext::~AEOpenGLContext()
-{
+AEOpenGLContext::~AEOpenGLContext() {
     // EGL keeps a context that is current on some thread alive until it is released there, so
     // the current state of every thread stays as it was.
     EGLPlatform::destroyContext(mContext);
 }
 
-void AEOpenGLContext::makeContextCurrent()
-{
-    if (mContext != EGL_NO_CONTEXT)
-        EGLPlatform::makeCurrent(mContext);
+void AEOpenGLContext::makeContextCurrent() {
+    if (mContext != EGL_NO_CONTEXT) EGLPlatform::makeCurrent(mContext);
     makeCurrentFlush(mContext);
     glbinding::Binding::useContext(handleOf(mContext));
 }
 
-EGLContext AEOpenGLContext::createPlatformContext(EGLContext share)
-{
+EGLContext AEOpenGLContext::createPlatformContext(EGLContext share) {
     return EGLPlatform::createContext(share);
 }
 
-void AEOpenGLContext::InitializeOpenGLBindings(EGLContext context)
-{
+void AEOpenGLContext::InitializeOpenGLBindings(EGLContext context) {
     glbinding::Binding::initialize(handleOf(context), true, false);
     // initialize returns at once for a handle it has seen, without selecting it.
     glbinding::Binding::useContext(handleOf(context));
@@ -77,22 +70,18 @@ void AEOpenGLContext::InitializeOpenGLBindings(EGLContext context)
     std::cout << std::endl;
 }
 
-void AEOpenGLContext::flushOutgoing()
-{
-    if (EGLPlatform::currentContext() == EGL_NO_CONTEXT)
-        return;
+void AEOpenGLContext::flushOutgoing() {
+    if (EGLPlatform::currentContext() == EGL_NO_CONTEXT) return;
     GLint binding = 0;
     glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &binding);
-    if (binding == 0 || glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE)
-        glFlush();
+    if (binding == 0 || glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) glFlush();
 }
 
-void AEOpenGLContext::makeCurrentFlush(EGLContext context)
-{
-    if (EGLPlatform::currentContext() == context)
-        return;
+void AEOpenGLContext::makeCurrentFlush(EGLContext context) {
+    if (EGLPlatform::currentContext() == context) return;
     flushOutgoing();
     EGLPlatform::makeCurrent(context);
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -6,13 +6,13 @@
 
 #include "EGLPlatform.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// One OpenGL 3.3 core context with no drawable, optionally in the share group of another.
 /// The constructor leaves it current on the calling thread, connects glbinding to it and prints
 /// the driver report. If EGL refuses the context, the constructor throws the int 512.
-class AEOpenGLContext
-{
+class AEOpenGLContext {
 public:
     explicit AEOpenGLContext(const AEOpenGLContext* share);
     virtual ~AEOpenGLContext();
@@ -44,4 +44,5 @@ private:
     std::set<gl::GLextension> mExtensions;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -6,14 +6,14 @@
 
 #include "AEOpenGLContext.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// Owns every context of the process: one shared data context, the root of the share group, and
 /// one render context per thread that renders. Threads get ids 0, 1, ... in the order of their
 /// first `getCurrentRenderContext`. A thread whose context is gone after a release gets a new one
 /// on its next call, under its old id. Only `getCurrentRenderContext` locks.
-class AEOpenGLContextManager
-{
+class AEOpenGLContextManager {
 public:
     AEOpenGLContextManager() = delete;
 
@@ -37,4 +37,5 @@ private:
     static AEOpenGLContext* mSharedDataContext;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

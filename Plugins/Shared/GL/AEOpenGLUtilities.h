@@ -18,29 +18,30 @@ namespace GaussianBlur {
 
 // Refcon of the float copy callbacks: a tightly packed buffer of world->width pixels a row.
 struct FloatCopyRefcon {
-  PF_PixelFloat* buffer;
-  PF_LayerDef* world;
+    PF_PixelFloat* buffer;
+    PF_LayerDef* world;
 };
 
 class AEOpenGLUtilities {
- public:
-  // A new GL_RGBA32F texture of the input's size holding its pixels; the caller owns it.
-  // Sets pixelSize (bytes), pixelType and multiplier16bit (65535/32768 for 16-bit worlds, else 1).
-  static unsigned int UploadTexture(int format, PF_LayerDef* input, PF_LayerDef* output, PF_InData* in_data,
-                                    unsigned long& pixelSize, gl::GLenum& pixelType, float& multiplier16bit,
-                                    bool useMipmapFilter);
-  // Reads width by height pixels of the bound read frame buffer's attachment 0 into the
-  // output world. Only the overlap of that rectangle and the output is written, and never
-  // a byte beyond a row's last pixel. pixelSize and pixelType must be those UploadTexture gave
-  // for the format (else int 516); input is not read.
-  static void DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input, PF_LayerDef* output,
-                              PF_InData* in_data, int format, unsigned long pixelSize, gl::GLenum pixelType);
+public:
+    // A new GL_RGBA32F texture of the input's size holding its pixels; the caller owns it.
+    // Sets pixelSize (bytes), pixelType and multiplier16bit (65535/32768 for 16-bit worlds, else 1).
+    static unsigned int UploadTexture(int format, PF_LayerDef* input, PF_LayerDef* output, PF_InData* in_data,
+                                      unsigned long& pixelSize, gl::GLenum& pixelType, float& multiplier16bit,
+                                      bool useMipmapFilter);
+    // Reads width by height pixels of the bound read frame buffer's attachment 0 into the
+    // output world. Only the overlap of that rectangle and the output is written, and never
+    // a byte beyond a row's last pixel. pixelSize and pixelType must be those UploadTexture gave
+    // for the format (else int 516); input is not read.
+    static void DownloadTexture(unsigned int width, unsigned int height, PF_LayerDef* input,
+                                PF_LayerDef* output, PF_InData* in_data, int format, unsigned long pixelSize,
+                                gl::GLenum pixelType);
 
-  static PF_Err CopyPixelFloatIn(void* refcon, A_long x, A_long y, PF_PixelFloat* in, PF_PixelFloat* out);
-  static PF_Err CopyPixelFloatOut(void* refcon, A_long x, A_long y, PF_PixelFloat* in, PF_PixelFloat* out);
+    static PF_Err CopyPixelFloatIn(void* refcon, A_long x, A_long y, PF_PixelFloat* in, PF_PixelFloat* out);
+    static PF_Err CopyPixelFloatOut(void* refcon, A_long x, A_long y, PF_PixelFloat* in, PF_PixelFloat* out);
 
-  // The bound frame buffer's completeness as text: "OK" or what is wrong.
-  static std::string CheckFramebufferStatus();
+    // The bound frame buffer's completeness as text: "OK" or what is wrong.
+    static std::string CheckFramebufferStatus();
 };
 
 }  // namespace GaussianBlur

@@ -11,14 +11,14 @@
 
 using namespace gl;
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 namespace {
 
 const int kRequestedSamples = 8;
 
-void deleteFramebuffer(unsigned int& name)
-{
+void deleteFramebuffer(unsigned int& name) {
     if (name != 0) {
         glDeleteFramebuffers(1, &name);
         name = 0;
@@ -30,8 +30,7 @@ void deleteFramebuffer(unsigned int& name)
 // every internal format, so no float data is needed.
 // With `zeroed` false the texels are left undefined, for a caller that overwrites them all.
 GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum minFilter, GLenum magFilter,
-                    bool zeroed = true)
-{
+                    bool zeroed = true) {
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -48,8 +47,8 @@ GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum
         glDeleteTextures(1, &texture);
         throw int(PF_Err_OUT_OF_MEMORY);
     }
-    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                 bytes);
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), width, height, 0, GL_RGBA,
+                 GL_UNSIGNED_BYTE, bytes);
     delete[] bytes;
     glBindTexture(GL_TEXTURE_2D, 0);
     return texture;
@@ -57,8 +56,7 @@ GLuint emptyTexture(GLenum internalFormat, GLsizei width, GLsizei height, GLenum
 
 // A size's components truncated to texture dimensions. False for NaN, negative values and
 // dimensions the driver refuses, before any host buffer is sized from them.
-bool textureSize(const Vec2& size, GLsizei& width, GLsizei& height)
-{
+bool textureSize(const Vec2& size, GLsizei& width, GLsizei& height) {
     GLint maxSize = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize);
     if (!(size.x >= 0.0 && size.x < static_cast<double>(maxSize) + 1.0 && size.y >= 0.0 &&
@@ -70,34 +68,27 @@ bool textureSize(const Vec2& size, GLsizei& width, GLsizei& height)
 }
 
 // Truncated to an int, with NaN and negative values as 0 so that the conversion is defined.
-GLsizei viewportExtent(double v)
-{
-    if (!(v > 0.0))
-        return 0;
+GLsizei viewportExtent(double v) {
+    if (!(v > 0.0)) return 0;
     if (v >= static_cast<double>(std::numeric_limits<GLsizei>::max()))
         return std::numeric_limits<GLsizei>::max();
     return static_cast<GLsizei>(v);
 }
 
-GLenum floatMinFilter(bool linear, bool mipmap)
-{
+GLenum floatMinFilter(bool linear, bool mipmap) {
     // Nearest with mipmaps still blends within a level: GL_LINEAR_MIPMAP_NEAREST.
-    if (mipmap)
-        return linear ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR_MIPMAP_NEAREST;
+    if (mipmap) return linear ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR_MIPMAP_NEAREST;
     return linear ? GL_LINEAR : GL_NEAREST;
 }
 
-GLenum floatMagFilter(bool linear, bool mipmap)
-{
-    if (mipmap)
-        return GL_NONE;
+GLenum floatMagFilter(bool linear, bool mipmap) {
+    if (mipmap) return GL_NONE;
     return linear ? GL_LINEAR : GL_NEAREST;
 }
 
 // Step one of both pushes: a temporary frame buffer of the current context, its name kept
 // nowhere; the pop finds it again as the bound draw frame buffer.
-void attachNormalTarget(GLuint texture, GLint level)
-{
+void attachNormalTarget(GLuint texture, GLint level) {
     GLuint temporary = 0;
     glGenFramebuffers(1, &temporary);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
@@ -107,40 +98,30 @@ void attachNormalTarget(GLuint texture, GLint level)
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
-} // namespace
+}  // namespace
 
-AEOpenglMainFrameBuffer* AEOpenglMainFrameBuffer::mainFrameBuffer()
-{
+AEOpenglMainFrameBuffer* AEOpenglMainFrameBuffer::mainFrameBuffer() {
     static AEOpenglMainFrameBuffer* kSharedMainFrameBuffer = new AEOpenglMainFrameBuffer();
     return kSharedMainFrameBuffer;
 }
 
-AEOpenglMainFrameBuffer::AEOpenglMainFrameBuffer() : mScreenRender(new ScreenRender)
-{
-}
+AEOpenglMainFrameBuffer::AEOpenglMainFrameBuffer() : mScreenRender(new ScreenRender) {}
 
-AEOpenglMainFrameBuffer::Framebuffers& AEOpenglMainFrameBuffer::framebuffers()
-{
+AEOpenglMainFrameBuffer::Framebuffers& AEOpenglMainFrameBuffer::framebuffers() {
     // Frame buffer objects can't be shared; each context that renders gets its own set. They hold
     // no size, so a set outlives a change of size and is only re-attached.
     Framebuffers& set = mFramebuffers[EGLPlatform::currentContext()];
-    if (set.mFramebuffer == 0)
-        glGenFramebuffers(1, &set.mFramebuffer);
+    if (set.mFramebuffer == 0) glGenFramebuffers(1, &set.mFramebuffer);
     if (mMultisampled) {
-        if (set.mResolveFramebuffer == 0)
-            glGenFramebuffers(1, &set.mResolveFramebuffer);
-        if (set.mMultisampleFramebuffer == 0)
-            glGenFramebuffers(1, &set.mMultisampleFramebuffer);
+        if (set.mResolveFramebuffer == 0) glGenFramebuffers(1, &set.mResolveFramebuffer);
+        if (set.mMultisampleFramebuffer == 0) glGenFramebuffers(1, &set.mMultisampleFramebuffer);
     }
     return set;
 }
 
-void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample)
-{
-    if (mScreenRender == nullptr)
-        mScreenRender = new ScreenRender;
-    if (static_cast<long>(mWidth) == width && static_cast<long>(mHeight) == height)
-        return;
+void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample) {
+    if (mScreenRender == nullptr) mScreenRender = new ScreenRender;
+    if (static_cast<long>(mWidth) == width && static_cast<long>(mHeight) == height) return;
     unprepare();
     mWidth = static_cast<unsigned int>(width);
     mHeight = static_cast<unsigned int>(height);
@@ -150,17 +131,16 @@ void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample)
         GLint maxSamples = 0;
         glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
         mSamples = std::min(kRequestedSamples, static_cast<int>(maxSamples));
-        if (mSamples < 1)
-            mMultisampled = false;
+        if (mSamples < 1) mMultisampled = false;
     }
     framebuffers();
     glGenRenderbuffers(1, &mResultRenderbuffer);
     glBindRenderbuffer(GL_RENDERBUFFER, mResultRenderbuffer);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA, static_cast<GLsizei>(mWidth),
+                          static_cast<GLsizei>(mHeight));
 }
 
-void AEOpenglMainFrameBuffer::unprepare()
-{
+void AEOpenglMainFrameBuffer::unprepare() {
     const auto found = mFramebuffers.find(EGLPlatform::currentContext());
     if (found != mFramebuffers.end()) {
         deleteFramebuffer(found->second.mResolveFramebuffer);
@@ -179,20 +159,17 @@ void AEOpenglMainFrameBuffer::unprepare()
     clearStack();
 }
 
-void AEOpenglMainFrameBuffer::clearStack()
-{
+void AEOpenglMainFrameBuffer::clearStack() {
     for (unsigned int colour : mColorStack) {
         glDeleteRenderbuffers(1, &colour);
         const auto stencil = mStencilBuffers.find(colour);
-        if (stencil != mStencilBuffers.end())
-            glDeleteRenderbuffers(1, &stencil->second);
+        if (stencil != mStencilBuffers.end()) glDeleteRenderbuffers(1, &stencil->second);
     }
     mColorStack.clear();
     mStencilBuffers.clear();
 }
 
-void AEOpenglMainFrameBuffer::destory()
-{
+void AEOpenglMainFrameBuffer::destory() {
     unprepare();
     // The remaining sets belong to contexts that end right after this, at set-down.
     mFramebuffers.clear();
@@ -202,18 +179,15 @@ void AEOpenglMainFrameBuffer::destory()
     mHeight = 0;
 }
 
-void AEOpenglMainFrameBuffer::beginDrawing()
-{
+void AEOpenglMainFrameBuffer::beginDrawing() {
     glDrawBuffer(GL_COLOR_ATTACHMENT0);
     glDisable(GL_BLEND);
-    if (mMultisampled)
-        glEnable(GL_MULTISAMPLE);
+    if (mMultisampled) glEnable(GL_MULTISAMPLE);
     pushRenderContext(false, false);
     glViewport(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
 }
 
-void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil)
-{
+void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil) {
     const GLsizei width = static_cast<GLsizei>(mWidth);
     const GLsizei height = static_cast<GLsizei>(mHeight);
     const Framebuffers& set = framebuffers();
@@ -252,10 +226,8 @@ void AEOpenglMainFrameBuffer::pushRenderContext(bool, bool stencil)
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
-unsigned int AEOpenglMainFrameBuffer::popRenderContext()
-{
-    if (mColorStack.empty())
-        return 0;
+unsigned int AEOpenglMainFrameBuffer::popRenderContext() {
+    if (mColorStack.empty()) return 0;
     const GLsizei width = static_cast<GLsizei>(mWidth);
     const GLsizei height = static_cast<GLsizei>(mHeight);
     // The resolve or the copy below writes every texel: the texture needs no zeroed contents.
@@ -280,8 +252,7 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
         mSpareLevel = top;
         GLint bound = 0;
         glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
-        if (static_cast<GLuint>(bound) == top)
-            glBindRenderbuffer(GL_RENDERBUFFER, 0);
+        if (static_cast<GLuint>(bound) == top) glBindRenderbuffer(GL_RENDERBUFFER, 0);
         glFramebufferRenderbuffer(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, 0);
     } else {
         glDeleteRenderbuffers(1, &top);
@@ -291,8 +262,7 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
         mStencilBuffers.erase(stencil);
         glDeleteRenderbuffers(1, &stencilBuffer);
     }
-    if (mColorStack.empty())
-        return texture;
+    if (mColorStack.empty()) return texture;
 
     glBindRenderbuffer(GL_RENDERBUFFER, mColorStack.back());
     glBindFramebuffer(GL_FRAMEBUFFER, mMultisampled ? set.mMultisampleFramebuffer : set.mFramebuffer);
@@ -300,70 +270,58 @@ unsigned int AEOpenglMainFrameBuffer::popRenderContext()
     return texture;
 }
 
-void AEOpenglMainFrameBuffer::endDrawing(float multiplier16bit)
-{
+void AEOpenglMainFrameBuffer::endDrawing(float multiplier16bit) {
     GLuint texture = popRenderContext();
-    if (texture == 0)
-        return;
+    if (texture == 0) return;
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffers().mFramebuffer);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, mResultRenderbuffer);
     glDisable(GL_BLEND);
     glDisable(GL_MULTISAMPLE);
     glClear(GL_COLOR_BUFFER_BIT);
-    if (mScreenRender == nullptr)
-        mScreenRender = new ScreenRender;
+    if (mScreenRender == nullptr) mScreenRender = new ScreenRender;
     mScreenRender->draw(texture, multiplier16bit);
     glDeleteTextures(1, &texture);
 }
 
-unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap)
-{
+unsigned int AEOpenglMainFrameBuffer::createRenderTexture(bool mipmap) {
     return emptyTexture(GL_RGBA, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight),
                         mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR, mipmap ? GL_NONE : GL_LINEAR);
 }
 
-unsigned int AEOpenglMainFrameBuffer::createRenderTexture(const Vec2& size, bool mipmap)
-{
+unsigned int AEOpenglMainFrameBuffer::createRenderTexture(const Vec2& size, bool mipmap) {
     GLsizei width = 0, height = 0;
-    if (!textureSize(size, width, height))
-        return 0;
+    if (!textureSize(size, width, height)) return 0;
     return emptyTexture(GL_RGBA, width, height, mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR,
                         mipmap ? GL_NONE : GL_LINEAR);
 }
 
-unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(bool linear, bool mipmap)
-{
+unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(bool linear, bool mipmap) {
     return emptyTexture(GL_RGBA32F, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight),
                         floatMinFilter(linear, mipmap), floatMagFilter(linear, mipmap));
 }
 
-unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(const Vec2& size, bool linear, bool mipmap)
-{
+unsigned int AEOpenglMainFrameBuffer::createFloatRenderTexture(const Vec2& size, bool linear, bool mipmap) {
     GLsizei width = 0, height = 0;
-    if (!textureSize(size, width, height))
-        return 0;
-    return emptyTexture(GL_RGBA32F, width, height, floatMinFilter(linear, mipmap), floatMagFilter(linear, mipmap));
+    if (!textureSize(size, width, height)) return 0;
+    return emptyTexture(GL_RGBA32F, width, height, floatMinFilter(linear, mipmap),
+                        floatMagFilter(linear, mipmap));
 }
 
-void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture)
-{
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture) {
     attachNormalTarget(texture, 0);
 }
 
-void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture, const Vec2& size, int level)
-{
+void AEOpenglMainFrameBuffer::pushNormalRenderContext(unsigned int texture, const Vec2& size, int level) {
     attachNormalTarget(texture, level);
     glViewport(0, 0, viewportExtent(size.x), viewportExtent(size.y));
 }
 
-void AEOpenglMainFrameBuffer::popNormalRenderContext()
-{
+void AEOpenglMainFrameBuffer::popNormalRenderContext() {
     GLint bound = 0;
     glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
     const GLuint temporary = static_cast<GLuint>(bound);
     // Only a push's frame buffer is taken down: a pop without one must not delete the levels'.
-    if (temporary == 0)
-        return;
+    if (temporary == 0) return;
     const auto own = mFramebuffers.find(EGLPlatform::currentContext());
     if (own != mFramebuffers.end() &&
         (temporary == own->second.mFramebuffer || temporary == own->second.mResolveFramebuffer ||
@@ -374,8 +332,7 @@ void AEOpenglMainFrameBuffer::popNormalRenderContext()
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glDeleteFramebuffers(1, &temporary);
-    if (mColorStack.empty())
-        return;
+    if (mColorStack.empty()) return;
 
     const Framebuffers& set = framebuffers();
     const GLenum attachment = GL_COLOR_ATTACHMENT0;
@@ -386,4 +343,5 @@ void AEOpenglMainFrameBuffer::popNormalRenderContext()
     glViewport(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -7,15 +7,15 @@
 #include "ScreenRender.h"
 #include "Vec2.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The process-wide off-screen target, sized per frame: a stack of render levels (premultiplied
 /// RGBA, multisampled with up to 8 samples as the driver allows, or plain) and a result
 /// renderbuffer that `endDrawing` fills with the host's channel order and straight alpha.
 /// Frame buffer objects are kept per context, so threads with contexts of their own can take turns.
 /// After `destory`, a `prepare` on a new set-up builds everything again.
-class AEOpenglMainFrameBuffer
-{
+class AEOpenglMainFrameBuffer {
 public:
     /// The singleton; the first call constructs it, which makes no GL call.
     static AEOpenglMainFrameBuffer* mainFrameBuffer();
@@ -70,8 +70,7 @@ public:
 private:
     AEOpenglMainFrameBuffer();
 
-    struct Framebuffers
-    {
+    struct Framebuffers {
         unsigned int mResolveFramebuffer = 0;
         unsigned int mFramebuffer = 0;
         unsigned int mMultisampleFramebuffer = 0;
@@ -94,4 +93,5 @@ private:
     ScreenRender* mScreenRender;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -3,13 +3,13 @@
 #include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The inverse of ScreenRender: draws a texture in the host's channel order (A, R, G, B), straight
 /// alpha, over the whole viewport of the bound frame buffer as premultiplied (R, G, B, A),
 /// multiplied by `multiplier16bit`. Vertex arrays are made per context.
-class BackgroundRender
-{
+class BackgroundRender {
 public:
     BackgroundRender();
 
@@ -23,4 +23,5 @@ private:
     FullFrameQuad mQuad;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -2,19 +2,18 @@
 
 #include <EGL/egl.h>
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The context services of the GL runtime on EGL: one display for the whole process (a hardware
 /// EGL device where there is one, else Mesa's surfaceless platform, so no window system is needed),
 /// OpenGL 3.3 core contexts with no drawable, and the calling thread's current context.
 /// When EGL refuses the display or a context, a message goes to standard output and the int
 /// PF_Err_INTERNAL_STRUCT_DAMAGED (512) is thrown.
-class EGLPlatform
-{
+class EGLPlatform {
 public:
     /// Everything that makes up a thread's current EGL state.
-    struct Current
-    {
+    struct Current {
         EGLenum api = EGL_OPENGL_API;
         EGLDisplay display = EGL_NO_DISPLAY;
         EGLContext context = EGL_NO_CONTEXT;
@@ -50,4 +49,5 @@ public:
     static const char* platformName();
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

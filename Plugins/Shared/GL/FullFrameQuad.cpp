@@ -4,20 +4,17 @@
 
 using namespace gl;
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
-FullFrameQuad::~FullFrameQuad()
-{
+FullFrameQuad::~FullFrameQuad() {
     const auto found = mVertexArrays.find(EGLPlatform::currentContext());
-    if (found != mVertexArrays.end() && found->second != 0)
-        glDeleteVertexArrays(1, &found->second);
+    if (found != mVertexArrays.end() && found->second != 0) glDeleteVertexArrays(1, &found->second);
     mVertexArrays.clear();
-    if (mVertexBuffer != 0)
-        glDeleteBuffers(1, &mVertexBuffer);
+    if (mVertexBuffer != 0) glDeleteBuffers(1, &mVertexBuffer);
 }
 
-void FullFrameQuad::bind(const float* vertices, std::size_t bytes)
-{
+void FullFrameQuad::bind(const float* vertices, std::size_t bytes) {
     unsigned int& vertexArray = mVertexArrays[EGLPlatform::currentContext()];
     if (vertexArray == 0) {
         glGenVertexArrays(1, &vertexArray);
@@ -32,10 +29,10 @@ void FullFrameQuad::bind(const float* vertices, std::size_t bytes)
     glBindBuffer(GL_ARRAY_BUFFER, mVertexBuffer);
 }
 
-void FullFrameQuad::unbind()
-{
+void FullFrameQuad::unbind() {
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -5,13 +5,13 @@
 
 #include "EGLPlatform.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The two triangles a full-frame pass draws: one vertex buffer, shared by the whole share
 /// group and filled once, and a vertex array for each context that draws, since vertex arrays
 /// belong to the context that made them. Makes no GL call before the first `bind`.
-class FullFrameQuad
-{
+class FullFrameQuad {
 public:
     FullFrameQuad() = default;
     /// Deletes the current context's vertex array and the buffer; other contexts' vertex arrays
@@ -31,4 +31,5 @@ private:
     unsigned int mVertexBuffer = 0;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

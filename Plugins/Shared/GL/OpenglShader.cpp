@@ -15,14 +15,14 @@
 
 using namespace gl;
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 namespace {
 
 const GLsizei kLogSize = 512;
 
-bool compile(GLuint shader, const std::string& source, const char* stage)
-{
+bool compile(GLuint shader, const std::string& source, const char* stage) {
     const GLchar* text = source.c_str();
     glShaderSource(shader, 1, &text, nullptr);
     glCompileShader(shader);
@@ -35,57 +35,44 @@ bool compile(GLuint shader, const std::string& source, const char* stage)
     return true;
 }
 
-void deleteShaders(const std::vector<GLuint>& shaders)
-{
+void deleteShaders(const std::vector<GLuint>& shaders) {
     for (GLuint shader : shaders)
-        if (shader != 0)
-            glDeleteShader(shader);
+        if (shader != 0) glDeleteShader(shader);
 }
 
-void enableAndPoint(int location, GLint size, GLenum type, int stride, const void* data)
-{
+void enableAndPoint(int location, GLint size, GLenum type, int stride, const void* data) {
     glEnableVertexAttribArray(static_cast<GLuint>(location));
     glVertexAttribPointer(static_cast<GLuint>(location), size, type, GL_FALSE, stride, data);
 }
 
-} // namespace
+}  // namespace
 
-void dumpShaderErrorS(unsigned int shader, const char* stage)
-{
+void dumpShaderErrorS(unsigned int shader, const char* stage) {
     GLchar buffer[kLogSize + 1] = {};
     GLsizei length = 0;
     glGetShaderInfoLog(shader, kLogSize, &length, buffer);
-    if (length > kLogSize)
-        length = kLogSize;
+    if (length > kLogSize) length = kLogSize;
     buffer[length < 0 ? 0 : length] = '\0';
     std::printf("Shader %s error:\n%s\n", stage, buffer);
     std::fflush(stdout);
 }
 
 OpenglShader::OpenglShader(const std::string& vertexSource, const std::string& fragmentSource)
-    : mVertexSource(vertexSource), mFragmentSource(fragmentSource)
-{
-}
+    : mVertexSource(vertexSource), mFragmentSource(fragmentSource) {}
 
 OpenglShader::OpenglShader(const std::string& vertexSource, const std::string& fragmentSource,
                            const std::string& geometrySource)
-    : mVertexSource(vertexSource), mFragmentSource(fragmentSource), mGeometrySource(geometrySource)
-{
+    : mVertexSource(vertexSource), mFragmentSource(fragmentSource), mGeometrySource(geometrySource) {}
+
+OpenglShader::~OpenglShader() {
+    if (mProgram != 0) glDeleteProgram(mProgram);
 }
 
-OpenglShader::~OpenglShader()
-{
-    if (mProgram != 0)
-        glDeleteProgram(mProgram);
-}
-
-void OpenglShader::addAttributeBinding(const std::string& name, int index)
-{
+void OpenglShader::addAttributeBinding(const std::string& name, int index) {
     mAttributeBindings.insert(std::make_pair(name, index));
 }
 
-void OpenglShader::buildShader()
-{
+void OpenglShader::buildShader() {
     const bool hasGeometry = !mGeometrySource.empty();
     const GLuint vertex = glCreateShader(GL_VERTEX_SHADER);
     const GLuint fragment = glCreateShader(GL_FRAGMENT_SHADER);
@@ -102,8 +89,7 @@ void OpenglShader::buildShader()
     const GLuint program = glCreateProgram();
     glAttachShader(program, vertex);
     glAttachShader(program, fragment);
-    if (hasGeometry)
-        glAttachShader(program, geometry);
+    if (hasGeometry) glAttachShader(program, geometry);
     for (const auto& binding : mAttributeBindings)
         glBindAttribLocation(program, static_cast<GLuint>(binding.second), binding.first.c_str());
 
@@ -114,8 +100,7 @@ void OpenglShader::buildShader()
         GLchar buffer[kLogSize + 1] = {};
         GLsizei length = 0;
         glGetProgramInfoLog(program, kLogSize, &length, buffer);
-        if (length > kLogSize)
-            length = kLogSize;
+        if (length > kLogSize) length = kLogSize;
         buffer[length < 0 ? 0 : length] = '\0';
         std::printf("Program error:\n%s\n", buffer);
         std::fflush(stdout);
@@ -135,164 +120,121 @@ void OpenglShader::buildShader()
     }
 }
 
-void OpenglShader::useProgram()
-{
-    if (mProgram == 0)
-        buildShader();
+void OpenglShader::useProgram() {
+    if (mProgram == 0) buildShader();
     glUseProgram(mProgram);
 }
 
-int OpenglShader::getUniformLocation(const std::string& name) const
-{
-    if (mProgram == 0)
-        return -1;
+int OpenglShader::getUniformLocation(const std::string& name) const {
+    if (mProgram == 0) return -1;
     return glGetUniformLocation(mProgram, name.c_str());
 }
 
-int OpenglShader::getAttributeLocation(const std::string& name) const
-{
+int OpenglShader::getAttributeLocation(const std::string& name) const {
     return glGetAttribLocation(mProgram, name.c_str());
 }
 
-void OpenglShader::setUniform1i(const std::string& name, int v0) const
-{
+void OpenglShader::setUniform1i(const std::string& name, int v0) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform1i(location, v0);
+    if (location != -1) glUniform1i(location, v0);
 }
 
-void OpenglShader::setUniform2i(const std::string& name, int v0, int v1) const
-{
+void OpenglShader::setUniform2i(const std::string& name, int v0, int v1) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform2i(location, v0, v1);
+    if (location != -1) glUniform2i(location, v0, v1);
 }
 
-void OpenglShader::setUniform3i(const std::string& name, int v0, int v1, int v2) const
-{
+void OpenglShader::setUniform3i(const std::string& name, int v0, int v1, int v2) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform3i(location, v0, v1, v2);
+    if (location != -1) glUniform3i(location, v0, v1, v2);
 }
 
-void OpenglShader::setUniform4i(const std::string& name, int v0, int v1, int v2, int v3) const
-{
+void OpenglShader::setUniform4i(const std::string& name, int v0, int v1, int v2, int v3) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform4i(location, v0, v1, v2, v3);
+    if (location != -1) glUniform4i(location, v0, v1, v2, v3);
 }
 
-void OpenglShader::setUniform1f(const std::string& name, float v0) const
-{
+void OpenglShader::setUniform1f(const std::string& name, float v0) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform1f(location, v0);
+    if (location != -1) glUniform1f(location, v0);
 }
 
-void OpenglShader::setUniform2f(const std::string& name, float v0, float v1) const
-{
+void OpenglShader::setUniform2f(const std::string& name, float v0, float v1) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform2f(location, v0, v1);
+    if (location != -1) glUniform2f(location, v0, v1);
 }
 
-void OpenglShader::setUniform3f(const std::string& name, float v0, float v1, float v2) const
-{
+void OpenglShader::setUniform3f(const std::string& name, float v0, float v1, float v2) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform3f(location, v0, v1, v2);
+    if (location != -1) glUniform3f(location, v0, v1, v2);
 }
 
-void OpenglShader::setUniform4f(const std::string& name, float v0, float v1, float v2, float v3) const
-{
+void OpenglShader::setUniform4f(const std::string& name, float v0, float v1, float v2, float v3) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform4f(location, v0, v1, v2, v3);
+    if (location != -1) glUniform4f(location, v0, v1, v2, v3);
 }
 
-void OpenglShader::setUniform1iv(const std::string& name, const int* values, int count) const
-{
+void OpenglShader::setUniform1iv(const std::string& name, const int* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform1iv(location, count, values);
+    if (location != -1) glUniform1iv(location, count, values);
 }
 
-void OpenglShader::setUniform2iv(const std::string& name, const int* values, int count) const
-{
+void OpenglShader::setUniform2iv(const std::string& name, const int* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform2iv(location, count, values);
+    if (location != -1) glUniform2iv(location, count, values);
 }
 
-void OpenglShader::setUniform3iv(const std::string& name, const int* values, int count) const
-{
+void OpenglShader::setUniform3iv(const std::string& name, const int* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform3iv(location, count, values);
+    if (location != -1) glUniform3iv(location, count, values);
 }
 
-void OpenglShader::setUniform4iv(const std::string& name, const int* values, int count) const
-{
+void OpenglShader::setUniform4iv(const std::string& name, const int* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform4iv(location, count, values);
+    if (location != -1) glUniform4iv(location, count, values);
 }
 
-void OpenglShader::setUniform1fv(const std::string& name, const float* values, int count) const
-{
+void OpenglShader::setUniform1fv(const std::string& name, const float* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform1fv(location, count, values);
+    if (location != -1) glUniform1fv(location, count, values);
 }
 
-void OpenglShader::setUniform2fv(const std::string& name, const float* values, int count) const
-{
+void OpenglShader::setUniform2fv(const std::string& name, const float* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform2fv(location, count, values);
+    if (location != -1) glUniform2fv(location, count, values);
 }
 
-void OpenglShader::setUniform3fv(const std::string& name, const float* values, int count) const
-{
+void OpenglShader::setUniform3fv(const std::string& name, const float* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform3fv(location, count, values);
+    if (location != -1) glUniform3fv(location, count, values);
 }
 
-void OpenglShader::setUniform4fv(const std::string& name, const float* values, int count) const
-{
+void OpenglShader::setUniform4fv(const std::string& name, const float* values, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location != -1)
-        glUniform4fv(location, count, values);
+    if (location != -1) glUniform4fv(location, count, values);
 }
 
-void OpenglShader::setUniform2f(const std::string& name, const Vec2& v) const
-{
+void OpenglShader::setUniform2f(const std::string& name, const Vec2& v) const {
     setUniform2f(name, static_cast<float>(v.x), static_cast<float>(v.y));
 }
 
-void OpenglShader::setUniform3f(const std::string& name, const Vec3& v) const
-{
+void OpenglShader::setUniform3f(const std::string& name, const Vec3& v) const {
     setUniform3f(name, static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z));
 }
 
-void OpenglShader::setUniform4f(const std::string& name, const Vec4& v) const
-{
+void OpenglShader::setUniform4f(const std::string& name, const Vec4& v) const {
     setUniform4f(name, static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z),
                  static_cast<float>(v.w));
 }
 
-void OpenglShader::setUniform4f(const std::string& name, const Color& colour) const
-{
+void OpenglShader::setUniform4f(const std::string& name, const Color& colour) const {
     setUniform4f(name, static_cast<float>(colour.r()), static_cast<float>(colour.g()),
                  static_cast<float>(colour.b()), static_cast<float>(colour.a()));
 }
 
-void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const
-{
+void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transforms, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location == -1 || transforms == nullptr || count < 1)
-        return;
+    if (location == -1 || transforms == nullptr || count < 1) return;
     std::vector<float> floats(static_cast<std::size_t>(count) * 9);
     for (int i = 0; i < count; ++i) {
         // Rows (m0 m1 m2) and (m3 m4 m5) over (0 0 1), written column by column.
@@ -311,112 +253,82 @@ void OpenglShader::setUniformMatrix3f(const std::string& name, Affine* transform
     glUniformMatrix3fv(location, count, GL_FALSE, floats.data());
 }
 
-void OpenglShader::setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const
-{
+void OpenglShader::setUniformMatrix4f(const std::string& name, const Mat4& matrix, int count) const {
     const GLint location = getUniformLocation(name);
-    if (location == -1 || count < 1)
-        return;
+    if (location == -1 || count < 1) return;
     // One matrix is converted, so GL is never told to read past its 16 floats.
     float floats[16];
-    for (int i = 0; i < 16; ++i)
-        floats[i] = static_cast<float>(matrix.e[i]);
+    for (int i = 0; i < 16; ++i) floats[i] = static_cast<float>(matrix.e[i]);
     glUniformMatrix4fv(location, 1, GL_FALSE, floats);
 }
 
-void OpenglShader::setUniformTexture(const std::string& name, int target, int texture, int unit) const
-{
-    if (mProgram == 0)
-        return;
-    glActiveTexture(static_cast<GLenum>(static_cast<unsigned int>(GL_TEXTURE0) + static_cast<unsigned int>(unit)));
+void OpenglShader::setUniformTexture(const std::string& name, int target, int texture, int unit) const {
+    if (mProgram == 0) return;
+    glActiveTexture(
+        static_cast<GLenum>(static_cast<unsigned int>(GL_TEXTURE0) + static_cast<unsigned int>(unit)));
     glBindTexture(static_cast<GLenum>(target), static_cast<GLuint>(texture));
     setUniform1i(name, unit);
 }
 
-void OpenglShader::setAttribute1iv(int location, const int* data, int stride) const
-{
-    if (mProgram == 0 || location == -1)
-        return;
+void OpenglShader::setAttribute1iv(int location, const int* data, int stride) const {
+    if (mProgram == 0 || location == -1) return;
     enableAndPoint(location, 1, GL_INT, stride, data);
 }
 
-void OpenglShader::setAttribute1fv(const std::string& name, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute1fv(const std::string& name, const float* data, int stride) const {
+    if (mProgram == 0) return;
     const GLint location = glGetAttribLocation(mProgram, name.c_str());
-    if (location != -1)
-        enableAndPoint(location, 1, GL_FLOAT, stride, data);
+    if (location != -1) enableAndPoint(location, 1, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute1fv(int location, const float* data, int stride) const
-{
-    if (mProgram == 0 || location == -1)
-        return;
+void OpenglShader::setAttribute1fv(int location, const float* data, int stride) const {
+    if (mProgram == 0 || location == -1) return;
     enableAndPoint(location, 1, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute2fv(const std::string& name, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute2fv(const std::string& name, const float* data, int stride) const {
+    if (mProgram == 0) return;
     const GLint location = glGetAttribLocation(mProgram, name.c_str());
-    if (location != -1)
-        enableAndPoint(location, 2, GL_FLOAT, stride, data);
+    if (location != -1) enableAndPoint(location, 2, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute2fv(int location, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute2fv(int location, const float* data, int stride) const {
+    if (mProgram == 0) return;
     enableAndPoint(location, 2, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute3fv(const std::string& name, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute3fv(const std::string& name, const float* data, int stride) const {
+    if (mProgram == 0) return;
     const GLint location = glGetAttribLocation(mProgram, name.c_str());
-    if (location != -1)
-        enableAndPoint(location, 3, GL_FLOAT, stride, data);
+    if (location != -1) enableAndPoint(location, 3, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute3fv(int location, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute3fv(int location, const float* data, int stride) const {
+    if (mProgram == 0) return;
     enableAndPoint(location, 3, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute4fv(const std::string& name, const float* data, int stride) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::setAttribute4fv(const std::string& name, const float* data, int stride) const {
+    if (mProgram == 0) return;
     const GLint location = glGetAttribLocation(mProgram, name.c_str());
-    if (location != -1)
-        enableAndPoint(location, 4, GL_FLOAT, stride, data);
+    if (location != -1) enableAndPoint(location, 4, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::setAttribute4fv(int location, const float* data, int stride) const
-{
-    if (mProgram == 0 || location == -1)
-        return;
+void OpenglShader::setAttribute4fv(int location, const float* data, int stride) const {
+    if (mProgram == 0 || location == -1) return;
     enableAndPoint(location, 4, GL_FLOAT, stride, data);
 }
 
-void OpenglShader::disableVertexAttributeArray(const std::string& name) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::disableVertexAttributeArray(const std::string& name) const {
+    if (mProgram == 0) return;
     const GLint location = glGetAttribLocation(mProgram, name.c_str());
-    if (location != -1)
-        glDisableVertexAttribArray(static_cast<GLuint>(location));
+    if (location != -1) glDisableVertexAttribArray(static_cast<GLuint>(location));
 }
 
-void OpenglShader::disableVertexAttributeArray(int location) const
-{
-    if (mProgram == 0)
-        return;
+void OpenglShader::disableVertexAttributeArray(int location) const {
+    if (mProgram == 0) return;
     glDisableVertexAttribArray(static_cast<GLuint>(location));
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -3,7 +3,8 @@
 #include <map>
 #include <string>
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 class Affine;
 class Color;
@@ -16,8 +17,7 @@ class Vec4;
 /// constructors make no GL call. Every setter is a silent no-op until the program exists and for
 /// names it lacks. A failed build prints its log (cut at 511 characters) on standard output,
 /// deletes what it made, and is tried again at the next `useProgram`.
-class OpenglShader
-{
+class OpenglShader {
 public:
     OpenglShader(const std::string& vertexSource, const std::string& fragmentSource);
     OpenglShader(const std::string& vertexSource, const std::string& fragmentSource,
@@ -94,4 +94,5 @@ private:
 /// Prints the info log of `shader` as "Shader <stage> error:" followed by the log.
 void dumpShaderErrorS(unsigned int shader, const char* stage);
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

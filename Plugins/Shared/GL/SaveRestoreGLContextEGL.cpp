@@ -2,30 +2,25 @@
 
 #include "AEOpenGLContext.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 namespace {
 
-bool sameState(const EGLPlatform::Current& a, const EGLPlatform::Current& b)
-{
+bool sameState(const EGLPlatform::Current& a, const EGLPlatform::Current& b) {
     return a.display == b.display && a.context == b.context && a.draw == b.draw && a.read == b.read;
 }
 
-} // namespace
+}  // namespace
 
-SaveRestoreGLContextEGL::SaveRestoreGLContextEGL() : mSaved(EGLPlatform::current())
-{
-}
+SaveRestoreGLContextEGL::SaveRestoreGLContextEGL() : mSaved(EGLPlatform::current()) {}
 
-SaveRestoreGLContextEGL::~SaveRestoreGLContextEGL()
-{
+SaveRestoreGLContextEGL::~SaveRestoreGLContextEGL() {
     restore();
 }
 
-void SaveRestoreGLContextEGL::restore()
-{
-    if (mRestored)
-        return;
+void SaveRestoreGLContextEGL::restore() {
+    if (mRestored) return;
     mRestored = true;
     if (mSaved.context == EGL_NO_CONTEXT) {
         // The host's API choice is its own even when it had no context.
@@ -40,4 +35,5 @@ void SaveRestoreGLContextEGL::restore()
     eglBindAPI(mSaved.api);
 }
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

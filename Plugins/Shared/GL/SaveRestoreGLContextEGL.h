@@ -2,14 +2,14 @@
 
 #include "EGLPlatform.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// Brackets one host command: notes the calling thread's current EGL state (API, display,
 /// context, surfaces) at construction and puts it back in `restore`, which acts at most once and
 /// also runs from the destructor, so a command left by an exception hands the host its context
 /// back too. If there was no context at the start, the plug-in's context stays current.
-class SaveRestoreGLContextEGL
-{
+class SaveRestoreGLContextEGL {
 public:
     SaveRestoreGLContextEGL();
     ~SaveRestoreGLContextEGL();
@@ -29,4 +29,5 @@ private:
     EGLPlatform::Current mSaved;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

@@ -3,13 +3,13 @@
 #include "FullFrameQuad.h"
 #include "OpenglShader.h"
 
-namespace Ostrivane { namespace GaussianBlur {
+namespace Ostrivane {
+namespace GaussianBlur {
 
 /// The last pass of a frame: draws a texture of premultiplied (R, G, B, A) over the whole viewport
 /// of the bound frame buffer as the host's (A, R, G, B) with straight alpha, divided by
 /// `multiplier16bit`; a texel with alpha 0 gives zeros. Vertex arrays are made per context.
-class ScreenRender
-{
+class ScreenRender {
 public:
     ScreenRender();
 
@@ -23,4 +23,5 @@ private:
     OpenglShader mShader;
 };
 
-}} // namespace Ostrivane::GaussianBlur
+}  // namespace GaussianBlur
+}  // namespace Ostrivane

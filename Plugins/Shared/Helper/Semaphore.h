@@ -15,36 +15,36 @@ namespace Ostrivane {
 namespace GaussianBlur {
 
 class Semaphore {
- public:
-  explicit Semaphore(unsigned int count);
-  virtual ~Semaphore();
+public:
+    explicit Semaphore(unsigned int count);
+    virtual ~Semaphore();
 
-  Semaphore(const Semaphore&) = delete;
-  Semaphore& operator=(const Semaphore&) = delete;
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
 
-  void wait();
-  void signal();
-  // Same as signal() called count times; nothing if count is 0.
-  void signal(unsigned int count);
-  void signalAll();
+    void wait();
+    void signal();
+    // Same as signal() called count times; nothing if count is 0.
+    void signal(unsigned int count);
+    void signalAll();
 
-  // Threads that found no unit and are blocked in wait(), or are just
-  // leaving it after their release. A wait() that finds a unit is not counted.
-  int64_t waiters() const { return mWaiters.load(); }
+    // Threads that found no unit and are blocked in wait(), or are just
+    // leaving it after their release. A wait() that finds a unit is not counted.
+    int64_t waiters() const { return mWaiters.load(); }
 
- private:
-  struct Ticket {
-    std::condition_variable wakeUp;
-    bool released = false;
-  };
+private:
+    struct Ticket {
+        std::condition_variable wakeUp;
+        bool released = false;
+    };
 
-  void releaseLatest();
+    void releaseLatest();
 
-  std::mutex mMutex;
-  unsigned long long mCount;
-  // Blocked threads in order of arrival; the back is released first.
-  std::vector<Ticket*> mBlocked;
-  std::atomic<int64_t> mWaiters;
+    std::mutex mMutex;
+    unsigned long long mCount;
+    // Blocked threads in order of arrival; the back is released first.
+    std::vector<Ticket*> mBlocked;
+    std::atomic<int64_t> mWaiters;
 };
 
 }  // namespace GaussianBlur

@@ -18,23 +18,23 @@ typedef struct _DRAWBOT_PathRef* DRAWBOT_PathRef;
 #define kDRAWBOT_PathSuite_Version1 1
 
 struct DRAWBOT_DrawbotSuite1 {
-  A_Err (*GetSupplier)(DRAWBOT_DrawRef drawRef, DRAWBOT_SupplierRef* supplierRef);
-  A_Err (*GetSurface)(DRAWBOT_DrawRef drawRef, DRAWBOT_SurfaceRef* surfaceRef);
+    A_Err (*GetSupplier)(DRAWBOT_DrawRef drawRef, DRAWBOT_SupplierRef* supplierRef);
+    A_Err (*GetSurface)(DRAWBOT_DrawRef drawRef, DRAWBOT_SurfaceRef* surfaceRef);
 };
 struct DRAWBOT_SupplierSuite1 {
-  A_Err (*NewPath)(DRAWBOT_SupplierRef supplierRef, DRAWBOT_PathRef* pathRef);
+    A_Err (*NewPath)(DRAWBOT_SupplierRef supplierRef, DRAWBOT_PathRef* pathRef);
 };
 struct DRAWBOT_SurfaceSuite2 {
-  A_Err (*Flush)(DRAWBOT_SurfaceRef surfaceRef);
+    A_Err (*Flush)(DRAWBOT_SurfaceRef surfaceRef);
 };
 struct DRAWBOT_PathSuite1 {
-  A_Err (*MoveTo)(DRAWBOT_PathRef pathRef, float x, float y);
-  A_Err (*LineTo)(DRAWBOT_PathRef pathRef, float x, float y);
+    A_Err (*MoveTo)(DRAWBOT_PathRef pathRef, float x, float y);
+    A_Err (*LineTo)(DRAWBOT_PathRef pathRef, float x, float y);
 };
 
 struct DRAWBOT_Suites {
-  DRAWBOT_DrawbotSuite1* drawbot_suiteP;
-  DRAWBOT_SupplierSuite1* supplier_suiteP;
-  DRAWBOT_SurfaceSuite2* surface_suiteP;
-  DRAWBOT_PathSuite1* path_suiteP;
+    DRAWBOT_DrawbotSuite1* drawbot_suiteP;
+    DRAWBOT_SupplierSuite1* supplier_suiteP;
+    DRAWBOT_SurfaceSuite2* surface_suiteP;
+    DRAWBOT_PathSuite1* path_suiteP;
 };

@@ -12,16 +12,15 @@ constexpr double kSingularDeterminant = 1e-06;
 
 }  // namespace
 
-Affine::Affine(bool identity) : m{}
-{
-    if (identity)
-        m[0] = m[4] = 1.0;
+Affine::Affine(bool identity) : m{} {
+    if (identity) m[0] = m[4] = 1.0;
 }
 
-Affine::Affine(double a, double b, double c, double d, double e, double f) { set(a, b, c, d, e, f); }
+Affine::Affine(double a, double b, double c, double d, double e, double f) {
+    set(a, b, c, d, e, f);
+}
 
-void Affine::set(double a, double b, double c, double d, double e, double f)
-{
+void Affine::set(double a, double b, double c, double d, double e, double f) {
     m[0] = a;
     m[3] = b;
     m[1] = c;
@@ -30,51 +29,63 @@ void Affine::set(double a, double b, double c, double d, double e, double f)
     m[5] = f;
 }
 
-bool Affine::operator==(const Affine& o) const
-{
+bool Affine::operator==(const Affine& o) const {
     for (int i = 0; i < 6; ++i)
-        if (!(absValue(o.m[i] - m[i]) <= kTolerance))
-            return false;
+        if (!(absValue(o.m[i] - m[i]) <= kTolerance)) return false;
     return true;
 }
 
-void Affine::setTranslate(double x, double y)
-{
-    m[0] = 1.0; m[1] = 0.0; m[2] = x;
-    m[3] = 0.0; m[4] = 1.0; m[5] = y;
+void Affine::setTranslate(double x, double y) {
+    m[0] = 1.0;
+    m[1] = 0.0;
+    m[2] = x;
+    m[3] = 0.0;
+    m[4] = 1.0;
+    m[5] = y;
 }
 
-void Affine::setScale(double x, double y)
-{
-    m[0] = x;   m[1] = 0.0; m[2] = 0.0;
-    m[3] = 0.0; m[4] = y;   m[5] = 0.0;
+void Affine::setScale(double x, double y) {
+    m[0] = x;
+    m[1] = 0.0;
+    m[2] = 0.0;
+    m[3] = 0.0;
+    m[4] = y;
+    m[5] = 0.0;
 }
 
-void Affine::setRotate(double degrees)
-{
+void Affine::setRotate(double degrees) {
     const double th = degreesToRadians(degrees);
     const double c = std::cos(th);
     const double s = std::sin(th);
-    m[0] = c; m[1] = -s; m[2] = 0.0;
-    m[3] = s; m[4] = c;  m[5] = 0.0;
+    m[0] = c;
+    m[1] = -s;
+    m[2] = 0.0;
+    m[3] = s;
+    m[4] = c;
+    m[5] = 0.0;
 }
 
-void Affine::setSkewX(double degrees)
-{
+void Affine::setSkewX(double degrees) {
     const double t = std::tan(degreesToRadians(degrees));
-    m[0] = 1.0; m[1] = t;   m[2] = 0.0;
-    m[3] = 0.0; m[4] = 1.0; m[5] = 0.0;
+    m[0] = 1.0;
+    m[1] = t;
+    m[2] = 0.0;
+    m[3] = 0.0;
+    m[4] = 1.0;
+    m[5] = 0.0;
 }
 
-void Affine::setSkewY(double degrees)
-{
+void Affine::setSkewY(double degrees) {
     const double t = std::tan(degreesToRadians(degrees));
-    m[0] = 1.0; m[1] = 0.0; m[2] = 0.0;
-    m[3] = t;   m[4] = 1.0; m[5] = 0.0;
+    m[0] = 1.0;
+    m[1] = 0.0;
+    m[2] = 0.0;
+    m[3] = t;
+    m[4] = 1.0;
+    m[5] = 0.0;
 }
 
-void Affine::set(Vec2 anchor, Vec2 position, Vec2 scale, double degrees)
-{
+void Affine::set(Vec2 anchor, Vec2 position, Vec2 scale, double degrees) {
     const double th = degreesToRadians(degrees);
     const double c = std::cos(th);
     const double s = std::sin(th);
@@ -87,8 +98,7 @@ void Affine::set(Vec2 anchor, Vec2 position, Vec2 scale, double degrees)
     translate(-anchor.x, -anchor.y);
 }
 
-void Affine::multiply(const Affine& o)
-{
+void Affine::multiply(const Affine& o) {
     // Computed into locals, so o may even be the object.
     const double* a = m;
     const double* b = o.m;
@@ -98,12 +108,15 @@ void Affine::multiply(const Affine& o)
     const double n3 = b[3] * a[0] + b[4] * a[3];
     const double n4 = b[3] * a[1] + b[4] * a[4];
     const double n5 = b[3] * a[2] + b[4] * a[5] + b[5];
-    m[0] = n0; m[1] = n1; m[2] = n2;
-    m[3] = n3; m[4] = n4; m[5] = n5;
+    m[0] = n0;
+    m[1] = n1;
+    m[2] = n2;
+    m[3] = n3;
+    m[4] = n4;
+    m[5] = n5;
 }
 
-void Affine::premultiply(const Affine& o)
-{
+void Affine::premultiply(const Affine& o) {
     const double* a = m;
     const double* b = o.m;
     const double n0 = a[0] * b[0] + a[1] * b[3];
@@ -112,73 +125,69 @@ void Affine::premultiply(const Affine& o)
     const double n3 = a[3] * b[0] + a[4] * b[3];
     const double n4 = a[3] * b[1] + a[4] * b[4];
     const double n5 = a[3] * b[2] + a[4] * b[5] + a[5];
-    m[0] = n0; m[1] = n1; m[2] = n2;
-    m[3] = n3; m[4] = n4; m[5] = n5;
+    m[0] = n0;
+    m[1] = n1;
+    m[2] = n2;
+    m[3] = n3;
+    m[4] = n4;
+    m[5] = n5;
 }
 
-void Affine::translate(double x, double y)
-{
+void Affine::translate(double x, double y) {
     Affine t;
     t.setTranslate(x, y);
     premultiply(t);
 }
 
-void Affine::scale(double x, double y)
-{
+void Affine::scale(double x, double y) {
     Affine t;
     t.setScale(x, y);
     premultiply(t);
 }
 
-void Affine::rotate(double degrees)
-{
+void Affine::rotate(double degrees) {
     Affine t;
     t.setRotate(degrees);
     premultiply(t);
 }
 
-void Affine::skewX(double degrees)
-{
+void Affine::skewX(double degrees) {
     Affine t;
     t.setSkewX(degrees);
     premultiply(t);
 }
 
-void Affine::skewY(double degrees)
-{
+void Affine::skewY(double degrees) {
     Affine t;
     t.setSkewY(degrees);
     premultiply(t);
 }
 
-void Affine::transform(Vec2& v) const { transform(v.x, v.y); }
+void Affine::transform(Vec2& v) const {
+    transform(v.x, v.y);
+}
 
-Vec2 Affine::getTransform(const Vec2& v) const
-{
+Vec2 Affine::getTransform(const Vec2& v) const {
     Vec2 r(v);
     transform(r);
     return r;
 }
 
-void Affine::transform(double x, double y, double* outX, double* outY) const
-{
+void Affine::transform(double x, double y, double* outX, double* outY) const {
     *outX = m[0] * x + m[1] * y + m[2];
     *outY = m[3] * x + m[4] * y + m[5];
 }
 
-void Affine::transform(double& x, double& y) const
-{
+void Affine::transform(double& x, double& y) const {
     const double nx = m[0] * x + m[1] * y + m[2];
     const double ny = m[3] * x + m[4] * y + m[5];
     x = nx;
     y = ny;
 }
 
-bool Affine::inverse(Affine& out) const
-{
+bool Affine::inverse(Affine& out) const {
     const double det = m[0] * m[4] - m[1] * m[3];
-    if (-kSingularDeterminant < det && det < kSingularDeterminant)
-        return false;
+    if (-kSingularDeterminant < det && det < kSingularDeterminant) return false;
     const double k = 1.0 / det;
     // Locals first, so out may even be the object.
     const double n0 = m[4] * k;
@@ -187,20 +196,22 @@ bool Affine::inverse(Affine& out) const
     const double n3 = -(m[3] * k);
     const double n4 = m[0] * k;
     const double n5 = (m[3] * m[2] - m[0] * m[5]) * k;
-    out.m[0] = n0; out.m[1] = n1; out.m[2] = n2;
-    out.m[3] = n3; out.m[4] = n4; out.m[5] = n5;
+    out.m[0] = n0;
+    out.m[1] = n1;
+    out.m[2] = n2;
+    out.m[3] = n3;
+    out.m[4] = n4;
+    out.m[5] = n5;
     return true;
 }
 
-Affine Affine::getInverse() const
-{
+Affine Affine::getInverse() const {
     Affine r(true);
     inverse(r);
     return r;
 }
 
-double Affine::averageScale() const
-{
+double Affine::averageScale() const {
     // Row lengths, not column lengths. The rounding to 1/10000 runs in single precision,
     // so the result carries only single-precision accuracy.
     const double r0 = std::sqrt(m[0] * m[0] + m[1] * m[1]);

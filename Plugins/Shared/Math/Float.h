@@ -12,20 +12,23 @@ constexpr double kDegreesToRadians = 0.017453292519943;
 constexpr double kRadiansToDegrees = 57.29577951308232;
 
 // v when 0 <= v, otherwise -v (so -0.0 stays -0.0 and NaN is negated).
-inline double absValue(double v) { return 0.0 <= v ? v : -v; }
+inline double absValue(double v) {
+    return 0.0 <= v ? v : -v;
+}
 
 // The low bound is tested first, so with low above high every v below low gives low.
-inline double clampValue(double v, double low, double high)
-{
-    if (v < low)
-        return low;
-    if (high < v)
-        return high;
+inline double clampValue(double v, double low, double high) {
+    if (v < low) return low;
+    if (high < v) return high;
     return v;
 }
 
-inline double degreesToRadians(double degrees) { return degrees * kDegreesToRadians; }
-inline double radiansToDegrees(double radians) { return radians * kRadiansToDegrees; }
+inline double degreesToRadians(double degrees) {
+    return degrees * kDegreesToRadians;
+}
+inline double radiansToDegrees(double radians) {
+    return radians * kRadiansToDegrees;
+}
 
 // a - b with at most one period removed: a difference beyond half a period moves
 // one period towards zero; exactly half a period keeps its sign.

@@ -19,9 +19,8 @@ public:
     // All zero; with identity true the diagonal is then 1.
     explicit Mat4(bool identity = true);
     // columnMajor true: a0..a15 are e[0]..e[15], column by column. False: row by row.
-    Mat4(double a0, double a1, double a2, double a3, double a4, double a5, double a6, double a7,
-         double a8, double a9, double a10, double a11, double a12, double a13, double a14,
-         double a15, bool columnMajor);
+    Mat4(double a0, double a1, double a2, double a3, double a4, double a5, double a6, double a7, double a8,
+         double a9, double a10, double a11, double a12, double a13, double a14, double a15, bool columnMajor);
     // The same reading on 16 doubles.
     Mat4(const double* values, bool columnMajor);
     // The reading must be spelt out: a lone pointer would convert to Mat4(bool).
@@ -32,9 +31,8 @@ public:
     Mat4& operator=(const Mat4& o) = default;
 
     // Row by row, as the 16-double constructor with columnMajor false.
-    void set(double a0, double a1, double a2, double a3, double a4, double a5, double a6,
-             double a7, double a8, double a9, double a10, double a11, double a12, double a13,
-             double a14, double a15);
+    void set(double a0, double a1, double a2, double a3, double a4, double a5, double a6, double a7,
+             double a8, double a9, double a10, double a11, double a12, double a13, double a14, double a15);
     void setZero();
     void setIdentity();
     static Mat4 identity();
@@ -90,14 +88,13 @@ public:
     void compose(const Vec3& position, const Quaternion& quaternion, const Vec3& scale);
     // T(position) * R * S * T(-anchor): the anchor lands on position, and scale and
     // rotation pivot about it.
-    void compose(const Vec3& anchor, const Vec3& position, const Quaternion& quaternion,
-                 const Vec3& scale);
+    void compose(const Vec3& anchor, const Vec3& position, const Quaternion& quaternion, const Vec3& scale);
 
     // The orientation of an object at eye facing target (columns x, y, z of its frame),
     // not a view matrix: only the upper left 3x3 is written.
     void setLookAt(Vec3 eye, Vec3 target, Vec3 up);
-    void setLookAt(double eyeX, double eyeY, double eyeZ, double targetX, double targetY,
-                   double targetZ, double upX, double upY, double upZ);
+    void setLookAt(double eyeX, double eyeY, double eyeZ, double targetX, double targetY, double targetZ,
+                   double upX, double upY, double upZ);
     // Writes the translation only.
     void position(const Vec3& p);
     // Indices 0 to 3; there is no bound test.

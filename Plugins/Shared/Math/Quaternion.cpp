@@ -14,8 +14,7 @@ Quaternion::Quaternion(double x, double y, double z) : x(x), y(y), z(z), w(1.0) 
 
 Quaternion::Quaternion(double x, double y, double z, double w) : x(x), y(y), z(z), w(w) {}
 
-Quaternion::Quaternion(const Vec3& axis, double angle)
-{
+Quaternion::Quaternion(const Vec3& axis, double angle) {
     const double h = angle * 0.5;
     const double s = std::sin(h);
     x = axis.x * s;
@@ -24,32 +23,30 @@ Quaternion::Quaternion(const Vec3& axis, double angle)
     w = std::cos(h);
 }
 
-Quaternion::Quaternion(const Vec3& from, const Vec3& to) { setWithDirection(from, to); }
+Quaternion::Quaternion(const Vec3& from, const Vec3& to) {
+    setWithDirection(from, to);
+}
 
-void Quaternion::set(double x, double y, double z)
-{
+void Quaternion::set(double x, double y, double z) {
     this->x = x;
     this->y = y;
     this->z = z;
 }
 
-void Quaternion::set(double x, double y, double z, double w)
-{
+void Quaternion::set(double x, double y, double z, double w) {
     this->x = x;
     this->y = y;
     this->z = z;
     this->w = w;
 }
 
-void Quaternion::set(const Vec3& axis, double angle)
-{
+void Quaternion::set(const Vec3& axis, double angle) {
     Vec3 unit = axis;
     unit.normalize();
     *this = Quaternion(unit, angle);
 }
 
-void Quaternion::setWithDirection(const Vec3& from, const Vec3& to)
-{
+void Quaternion::setWithDirection(const Vec3& from, const Vec3& to) {
     double r = from.dot(to) + 1.0;
     Vec3 v;
     if (r < 1e-12) {
@@ -66,8 +63,7 @@ void Quaternion::setWithDirection(const Vec3& from, const Vec3& to)
     normalize();
 }
 
-void Quaternion::setWithMat4(const Mat4& m)
-{
+void Quaternion::setWithMat4(const Mat4& m) {
     const double* e = m.e;
     const double m11 = e[0], m12 = e[4], m13 = e[8];
     const double m21 = e[1], m22 = e[5], m23 = e[9];
@@ -90,16 +86,11 @@ void Quaternion::setWithMat4(const Mat4& m)
     }
 }
 
-void Quaternion::setWithEuler(const Euler& e)
-{
+void Quaternion::setWithEuler(const Euler& e) {
     // Signs of the second term of x, y, z, w for each order, index = order.
     static const float kSigns[7][4] = {
-        {0.0f, 0.0f, 0.0f, 0.0f},
-        {1.0f, -1.0f, 1.0f, -1.0f},
-        {1.0f, 1.0f, -1.0f, -1.0f},
-        {-1.0f, 1.0f, 1.0f, -1.0f},
-        {-1.0f, -1.0f, 1.0f, 1.0f},
-        {1.0f, -1.0f, -1.0f, 1.0f},
+        {0.0f, 0.0f, 0.0f, 0.0f},   {1.0f, -1.0f, 1.0f, -1.0f}, {1.0f, 1.0f, -1.0f, -1.0f},
+        {-1.0f, 1.0f, 1.0f, -1.0f}, {-1.0f, -1.0f, 1.0f, 1.0f}, {1.0f, -1.0f, -1.0f, 1.0f},
         {-1.0f, 1.0f, -1.0f, 1.0f},
     };
     const int order = static_cast<int>(e.order);
@@ -107,8 +98,7 @@ void Quaternion::setWithEuler(const Euler& e)
         set(0.0, 0.0, 0.0, 0.0);
         return;
     }
-    if (order < 1 || order > 6)
-        return;
+    if (order < 1 || order > 6) return;
 
     // Single precision on purpose, as rotations have always been composed here: the
     // result agrees with the exact value to about 1e-7 only.
@@ -131,28 +121,26 @@ void Quaternion::setWithEuler(const Euler& e)
     set(rx, ry, rz, rw);
 }
 
-void Quaternion::setWithArray(const double* values, int offset)
-{
+void Quaternion::setWithArray(const double* values, int offset) {
     set(values[offset], values[offset + 1], values[offset + 2], values[offset + 3]);
 }
 
-void Quaternion::toArray(double* values, int offset) const
-{
+void Quaternion::toArray(double* values, int offset) const {
     values[offset] = x;
     values[offset + 1] = y;
     values[offset + 2] = z;
     values[offset + 3] = w;
 }
 
-bool Quaternion::operator==(const Quaternion& q) const
-{
+bool Quaternion::operator==(const Quaternion& q) const {
     return x == q.x && y == q.y && z == q.z && w == q.w;
 }
 
-bool Quaternion::operator!=(const Quaternion& q) const { return !(*this == q); }
+bool Quaternion::operator!=(const Quaternion& q) const {
+    return !(*this == q);
+}
 
-void Quaternion::normalize()
-{
+void Quaternion::normalize() {
     const double l = length();
     if (l == 0.0) {
         set(0.0, 0.0, 0.0, 1.0);
@@ -162,68 +150,68 @@ void Quaternion::normalize()
     set(x * k, y * k, z * k, w * k);
 }
 
-void Quaternion::conjugate()
-{
+void Quaternion::conjugate() {
     x = -x;
     y = -y;
     z = -z;
 }
 
-void Quaternion::setInverse()
-{
+void Quaternion::setInverse() {
     conjugate();
     normalize();
 }
 
-double Quaternion::dot(const Quaternion& q) const { return x * q.x + y * q.y + z * q.z + w * q.w; }
+double Quaternion::dot(const Quaternion& q) const {
+    return x * q.x + y * q.y + z * q.z + w * q.w;
+}
 
-double Quaternion::lengthSq() const { return x * x + y * y + z * z + w * w; }
+double Quaternion::lengthSq() const {
+    return x * x + y * y + z * z + w * w;
+}
 
-double Quaternion::length() const { return std::sqrt(lengthSq()); }
+double Quaternion::length() const {
+    return std::sqrt(lengthSq());
+}
 
-double Quaternion::getRotationAngle() const { return radiansToDegrees(2.0 * std::acos(w)); }
+double Quaternion::getRotationAngle() const {
+    return radiansToDegrees(2.0 * std::acos(w));
+}
 
-Vec3 Quaternion::getRotationAxis() const
-{
+Vec3 Quaternion::getRotationAxis() const {
     const double d = 1.0 - w * w;
-    if (d < 1e-12)
-        return Vec3(0.0, 0.0, 1.0);
+    if (d < 1e-12) return Vec3(0.0, 0.0, 1.0);
     const double k = 1.0 / std::sqrt(d);
     return Vec3(x * k, y * k, z * k);
 }
 
-void Quaternion::multiply(const Quaternion& q) { multiplyQuaternions(*this, q); }
-
-void Quaternion::premultiply(const Quaternion& q) { multiplyQuaternions(q, *this); }
-
-void Quaternion::multiplyQuaternions(const Quaternion& a, const Quaternion& b)
-{
-    const double ax = a.x, ay = a.y, az = a.z, aw = a.w;
-    const double bx = b.x, by = b.y, bz = b.z, bw = b.w;
-    set(aw * bx + bw * ax + (ay * bz - az * by),
-        aw * by + bw * ay + (az * bx - ax * bz),
-        aw * bz + bw * az + (ax * by - ay * bx),
-        aw * bw - (ax * bx + ay * by + az * bz));
+void Quaternion::multiply(const Quaternion& q) {
+    multiplyQuaternions(*this, q);
 }
 
-Vec3 Quaternion::quaternionMulVec3(const Quaternion& q, const Vec3& v)
-{
+void Quaternion::premultiply(const Quaternion& q) {
+    multiplyQuaternions(q, *this);
+}
+
+void Quaternion::multiplyQuaternions(const Quaternion& a, const Quaternion& b) {
+    const double ax = a.x, ay = a.y, az = a.z, aw = a.w;
+    const double bx = b.x, by = b.y, bz = b.z, bw = b.w;
+    set(aw * bx + bw * ax + (ay * bz - az * by), aw * by + bw * ay + (az * bx - ax * bz),
+        aw * bz + bw * az + (ax * by - ay * bx), aw * bw - (ax * bx + ay * by + az * bz));
+}
+
+Vec3 Quaternion::quaternionMulVec3(const Quaternion& q, const Vec3& v) {
     const Vec3 u(q.x, q.y, q.z);
     const Vec3 t = u.cross(v);
     const Vec3 p = u.cross(t);
-    return Vec3(v.x + 2.0 * (q.w * t.x + p.x),
-                v.y + 2.0 * (q.w * t.y + p.y),
-                v.z + 2.0 * (q.w * t.z + p.z));
+    return Vec3(v.x + 2.0 * (q.w * t.x + p.x), v.y + 2.0 * (q.w * t.y + p.y), v.z + 2.0 * (q.w * t.z + p.z));
 }
 
-void Quaternion::slerp(const Quaternion& q, double t)
-{
+void Quaternion::slerp(const Quaternion& q, double t) {
     if (t == 1.0) {
         *this = q;
         return;
     }
-    if (t == 0.0)
-        return;
+    if (t == 0.0) return;
 
     double c = dot(q);
     Quaternion b = q;
@@ -232,8 +220,7 @@ void Quaternion::slerp(const Quaternion& q, double t)
         b.set(-q.x, -q.y, -q.z, -q.w);
         c = -c;
     }
-    if (c >= 1.0)
-        return;
+    if (c >= 1.0) return;
 
     const double s = std::sqrt(1.0 - c * c);
     if (std::fabs(s) < 0.001) {
@@ -247,10 +234,8 @@ void Quaternion::slerp(const Quaternion& q, double t)
     set(x * ra + b.x * rb, y * ra + b.y * rb, z * ra + b.z * rb, w * ra + b.w * rb);
 }
 
-Quaternion Quaternion::lerp(const Quaternion& a, const Quaternion& b, double t)
-{
-    if (a == b)
-        return a;
+Quaternion Quaternion::lerp(const Quaternion& a, const Quaternion& b, double t) {
+    if (a == b) return a;
     Quaternion r = a;
     r.slerp(b, t);
     return r;

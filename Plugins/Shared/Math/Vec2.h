@@ -137,8 +137,8 @@ public:
     // Whether c and d lie on different sides of the line through a and b.
     static bool intersecting(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d);
     // Segments a-b and c-d; returns a SegmentIntersection code. t and u may be null.
-    static int intersect(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d, Vec2& out,
-                         double* t, double* u);
+    static int intersect(const Vec2& a, const Vec2& b, const Vec2& c, const Vec2& d, Vec2& out, double* t,
+                         double* u);
     // Whether v points from b towards a (strictly); v is not changed.
     static bool anchorOutwardD(Vec2& v, const Vec2& a, const Vec2& b);
     // Negates v when its outwardness equals flip and then returns true.
