@@ -1,9 +1,5 @@
 #include "BackgroundRender.h"
 
-#include <glbinding/gl/gl.h>
-
-using namespace gl;
-
 namespace Ostrivane {
 namespace GaussianBlur {
 
@@ -23,26 +19,7 @@ BackgroundRender::BackgroundRender() : mShader(kVertexSource, kFragmentSource) {
 }
 
 void BackgroundRender::draw(unsigned int texture, float multiplier16bit) {
-    static const float positions[] = {
-        1.0f,  -1.0f, 0.0f, 1.0f, 0.0f,  //
-        1.0f,  1.0f,  0.0f, 1.0f, 1.0f,  //
-        -1.0f, 1.0f,  0.0f, 0.0f, 1.0f,  //
-        -1.0f, 1.0f,  0.0f, 0.0f, 1.0f,  //
-        -1.0f, -1.0f, 0.0f, 0.0f, 0.0f,  //
-        1.0f,  -1.0f, 0.0f, 1.0f, 0.0f,
-    };
-    static_assert(sizeof(positions) == 120, "six vertices of five floats");
-
-    mQuad.bind(positions, sizeof(positions));
-    mShader.useProgram();
-    mShader.setAttribute3fv(0, nullptr, 20);
-    mShader.setAttribute2fv(1, reinterpret_cast<const float*>(12), 20);
-    mShader.setUniformTexture("videoTexture", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 0);
-    mShader.setUniform1f("multiplier16bit", multiplier16bit);
-    glDrawArrays(GL_TRIANGLES, 0, 6);
-    mShader.disableVertexAttributeArray(0);
-    mShader.disableVertexAttributeArray(1);
-    FullFrameQuad::unbind();
+    mQuad.drawTexture(mShader, texture, multiplier16bit);
 }
 
 }  // namespace GaussianBlur

@@ -29,6 +29,29 @@ void FullFrameQuad::bind(const float* vertices, std::size_t bytes) {
     glBindBuffer(GL_ARRAY_BUFFER, mVertexBuffer);
 }
 
+void FullFrameQuad::drawTexture(OpenglShader& shader, unsigned int texture, float multiplier16bit) {
+    static const float positions[] = {
+        1.0f,  -1.0f, 0.0f, 1.0f, 0.0f,  //
+        1.0f,  1.0f,  0.0f, 1.0f, 1.0f,  //
+        -1.0f, 1.0f,  0.0f, 0.0f, 1.0f,  //
+        -1.0f, 1.0f,  0.0f, 0.0f, 1.0f,  //
+        -1.0f, -1.0f, 0.0f, 0.0f, 0.0f,  //
+        1.0f,  -1.0f, 0.0f, 1.0f, 0.0f,
+    };
+    static_assert(sizeof(positions) == 120, "six vertices of five floats");
+
+    bind(positions, sizeof(positions));
+    shader.useProgram();
+    shader.setAttribute3fv(0, nullptr, 20);
+    shader.setAttribute2fv(1, reinterpret_cast<const float*>(12), 20);
+    shader.setUniformTexture("videoTexture", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 0);
+    shader.setUniform1f("multiplier16bit", multiplier16bit);
+    glDrawArrays(GL_TRIANGLES, 0, 6);
+    shader.disableVertexAttributeArray(0);
+    shader.disableVertexAttributeArray(1);
+    unbind();
+}
+
 void FullFrameQuad::unbind() {
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "EGLPlatform.h"
+#include "OpenglShader.h"
 
 namespace Ostrivane {
 namespace GaussianBlur {
@@ -25,6 +26,11 @@ public:
     void bind(const float* vertices, std::size_t bytes);
     /// Binds vertex array 0 and array buffer 0 again.
     static void unbind();
+
+    /// One draw of the copying passes: x, y, z, u, v vertices with "position" at 0 and "input_uv"
+    /// at 1, `texture` on unit 0 as "videoTexture", and "multiplier16bit". The program stays in
+    /// use and the texture bound.
+    void drawTexture(OpenglShader& shader, unsigned int texture, float multiplier16bit);
 
 private:
     std::map<EGLContext, unsigned int> mVertexArrays;
