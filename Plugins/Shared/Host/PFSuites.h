@@ -10,27 +10,8 @@
 #define kPFHandleSuite "PF Handle Suite"
 #define kPFHandleSuiteVersion1 2
 
-struct PF_ANSICallbacksSuite1 {
-    double (*atan)(double);
-    double (*atan2)(double, double);
-    double (*ceil)(double);
-    double (*cos)(double);
-    double (*exp)(double);
-    double (*fabs)(double);
-    double (*floor)(double);
-    double (*fmod)(double, double);
-    double (*hypot)(double, double);
-    double (*log)(double);
-    double (*log10)(double);
-    double (*pow)(double, double);
-    double (*sin)(double);
-    double (*sqrt)(double);
-    double (*tan)(double);
-    int (*sprintf)(A_char*, const A_char*, ...);
-    A_char* (*strcpy)(A_char*, const A_char*);
-    double (*asin)(double);
-    double (*acos)(double);
-};
+// The suite is the same table of C library functions as PF_UtilCallbacks::ansi.
+typedef PF_ANSICallbacks PF_ANSICallbacksSuite1;
 
 typedef PF_Err (*PF_IteratePixelFloatFunc)(void* refcon, A_long x, A_long y, PF_PixelFloat* in,
                                            PF_PixelFloat* out);
