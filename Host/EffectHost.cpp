@@ -121,10 +121,7 @@ EffectHost::EffectHost(const std::string& bundlePath, HostOptions options)
     if (mOptions.hostGLContext) {
         mGL.reset(new HostGLContext());
     }
-    mUtils.ansi =
-        PF_ANSICallbacks{std::atan, std::atan2,   std::ceil,   std::cos,   std::exp, std::fabs, std::floor,
-                         std::fmod, std::hypot,   std::log,    std::log10, std::pow, std::sin,  std::sqrt,
-                         std::tan,  std::sprintf, std::strcpy, std::asin,  std::acos};
+    mUtils.ansi = HostSuites::ansiTable();
     mUtils.get_pixel_data8 = HostCallbacks::pixelData8;
     mUtils.get_pixel_data16 = HostCallbacks::pixelData16;
 

@@ -244,6 +244,8 @@ HostSuites::~HostSuites() {
     if (sActive == this) sActive = nullptr;
 }
 
+const PF_ANSICallbacks& HostSuites::ansiTable() { return kANSISuite; }
+
 HostSuites* HostSuites::active() {
     return sActive;
 }

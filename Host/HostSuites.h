@@ -42,6 +42,8 @@ public:
     void resetCalls() { mCalls.clear(); }
 
     static HostSuites* active();
+    // The C library functions of "PF ANSI Suite", which PF_UtilCallbacks::ansi holds too.
+    static const PF_ANSICallbacks& ansiTable();
 
 private:
     friend struct SuiteFunctions;
