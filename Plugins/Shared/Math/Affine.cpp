@@ -7,6 +7,22 @@ namespace GaussianBlur {
 
 namespace {
 
+// out = x × y, with y acting first; computed into locals, so out may be x or y.
+void Product(const double* x, const double* y, double* out) {
+    const double n0 = x[0] * y[0] + x[1] * y[3];
+    const double n1 = x[0] * y[1] + x[1] * y[4];
+    const double n2 = x[0] * y[2] + x[1] * y[5] + x[2];
+    const double n3 = x[3] * y[0] + x[4] * y[3];
+    const double n4 = x[3] * y[1] + x[4] * y[4];
+    const double n5 = x[3] * y[2] + x[4] * y[5] + x[5];
+    out[0] = n0;
+    out[1] = n1;
+    out[2] = n2;
+    out[3] = n3;
+    out[4] = n4;
+    out[5] = n5;
+}
+
 // An absolute bound on the determinant: a uniform scale below 0.001 counts as singular.
 constexpr double kSingularDeterminant = 1e-06;
 
@@ -98,40 +114,9 @@ void Affine::set(Vec2 anchor, Vec2 position, Vec2 scale, double degrees) {
     translate(-anchor.x, -anchor.y);
 }
 
-void Affine::multiply(const Affine& o) {
-    // Computed into locals, so o may even be the object.
-    const double* a = m;
-    const double* b = o.m;
-    const double n0 = b[0] * a[0] + b[1] * a[3];
-    const double n1 = b[0] * a[1] + b[1] * a[4];
-    const double n2 = b[0] * a[2] + b[1] * a[5] + b[2];
-    const double n3 = b[3] * a[0] + b[4] * a[3];
-    const double n4 = b[3] * a[1] + b[4] * a[4];
-    const double n5 = b[3] * a[2] + b[4] * a[5] + b[5];
-    m[0] = n0;
-    m[1] = n1;
-    m[2] = n2;
-    m[3] = n3;
-    m[4] = n4;
-    m[5] = n5;
-}
+void Affine::multiply(const Affine& o) { Product(o.m, m, m); }
 
-void Affine::premultiply(const Affine& o) {
-    const double* a = m;
-    const double* b = o.m;
-    const double n0 = a[0] * b[0] + a[1] * b[3];
-    const double n1 = a[0] * b[1] + a[1] * b[4];
-    const double n2 = a[0] * b[2] + a[1] * b[5] + a[2];
-    const double n3 = a[3] * b[0] + a[4] * b[3];
-    const double n4 = a[3] * b[1] + a[4] * b[4];
-    const double n5 = a[3] * b[2] + a[4] * b[5] + a[5];
-    m[0] = n0;
-    m[1] = n1;
-    m[2] = n2;
-    m[3] = n3;
-    m[4] = n4;
-    m[5] = n5;
-}
+void Affine::premultiply(const Affine& o) { Product(m, o.m, m); }
 
 void Affine::translate(double x, double y) {
     Affine t;
