@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "GLFixture.h"
 #include "SaveRestoreGLContextEGL.h"
@@ -10,6 +11,19 @@ using namespace Ostrivane::GaussianBlur;
 namespace {
 
 class ContextTest : public GLFixture {};
+
+// The int that `call` throws (0 for none) and what it prints.
+template <typename Call>
+std::pair<int, std::string> refusal(Call call) {
+    testing::internal::CaptureStdout();
+    int thrown = 0;
+    try {
+        call();
+    } catch (int code) {
+        thrown = code;
+    }
+    return {thrown, testing::internal::GetCapturedStdout()};
+}
 
 TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent) {
     testing::internal::CaptureStdout();
@@ -28,7 +42,6 @@ TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent)
     EXPECT_EQ(report.rfind("\nOpenGL Version:  " + version + "\n", 0), 0u) << report;
     EXPECT_NE(report.find("\nOpenGL Vendor:   "), std::string::npos);
     EXPECT_NE(report.find("\nOpenGL Renderer: " + renderer + "\n"), std::string::npos);
-    EXPECT_NE(report.find(" (gl.xml)\n\n"), std::string::npos);
     EXPECT_EQ(report.substr(report.size() - 11), " (gl.xml)\n\n");
     EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 6);
     EXPECT_FALSE(context.extensions().empty());
@@ -128,26 +141,12 @@ TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopT
 
 TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
     int notAContext = 0;
-    testing::internal::CaptureStdout();
-    int thrown = 0;
-    try {
-        EGLPlatform::createContext(&notAContext);
-    } catch (int code) {
-        thrown = code;
-    }
-    const std::string message = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(thrown, 512);
-    EXPECT_EQ(message.rfind("EGL error: eglCreateContext refused", 0), 0u) << message;
-
-    thrown = 0;
-    testing::internal::CaptureStdout();
-    try {
-        EGLPlatform::makeCurrent(&notAContext);
-    } catch (int code) {
-        thrown = code;
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("EGL error: eglMakeCurrent refused", 0), 0u);
-    EXPECT_EQ(thrown, 512);
+    const auto create = refusal([&] { EGLPlatform::createContext(&notAContext); });
+    EXPECT_EQ(create.first, 512);
+    EXPECT_EQ(create.second.rfind("EGL error: eglCreateContext refused", 0), 0u) << create.second;
+    const auto current = refusal([&] { EGLPlatform::makeCurrent(&notAContext); });
+    EXPECT_EQ(current.first, 512);
+    EXPECT_EQ(current.second.rfind("EGL error: eglMakeCurrent refused", 0), 0u) << current.second;
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 

@@ -20,14 +20,20 @@ namespace {
 struct ThrowsOnCopy {
     explicit ThrowsOnCopy(int copiesAllowed) : copiesLeft(std::make_shared<int>(copiesAllowed)) {}
     ThrowsOnCopy(const ThrowsOnCopy& other) : copiesLeft(other.copiesLeft) {
-        if ((*copiesLeft)-- <= 0) {
-            throw std::runtime_error("copy refused");
-        }
+        if ((*copiesLeft)-- <= 0) throw std::runtime_error("copy refused");
     }
     ThrowsOnCopy(ThrowsOnCopy&&) noexcept = default;
     void operator()() const {}
     std::shared_ptr<int> copiesLeft;
 };
+
+// After a failure the queue still takes and runs a new task.
+void expectStillUsable(IdleQueue& queue) {
+    bool ran = false;
+    queue.async([&] { ran = true; });
+    queue.updateQueue();
+    EXPECT_TRUE(ran);
+}
 
 }  // namespace
 
@@ -37,20 +43,12 @@ TEST(IdleQueue, RunsOneTaskPerUpdateOldestFirst) {
     queue.updateQueue();  // empty: returns, runs nothing
 
     std::string log;
-    queue.async([&] { log += 'a'; });
-    queue.async([&] { log += 'b'; });
-    queue.async([&] { log += 'c'; });
-    EXPECT_TRUE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_EQ(log, "a");
-    queue.updateQueue();
-    EXPECT_EQ(log, "ab");
-    EXPECT_TRUE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_EQ(log, "abc");
-    EXPECT_FALSE(queue.hasTask());
-    queue.updateQueue();
-    EXPECT_EQ(log, "abc");
+    for (char c : {'a', 'b', 'c'}) queue.async([&log, c] { log += c; });
+    for (const char* expected : {"a", "ab", "abc", "abc"}) {
+        EXPECT_EQ(queue.hasTask(), log != "abc");
+        queue.updateQueue();
+        EXPECT_EQ(log, expected);
+    }
 }
 
 TEST(IdleQueue, TaskMayUseItsOwnQueue) {
@@ -111,10 +109,7 @@ TEST(IdleQueue, EmptyFunctionIsATaskThatThrowsBadFunctionCall) {
         [&] {
             EXPECT_THROW(queue.updateQueue(), std::bad_function_call);
             EXPECT_FALSE(queue.hasTask());
-            bool ran = false;
-            queue.async([&] { ran = true; });
-            queue.updateQueue();
-            EXPECT_TRUE(ran);
+            expectStillUsable(queue);
         },
         "the queue after an empty function");
 }
@@ -127,10 +122,7 @@ TEST(IdleQueue, FailedCopyInAsyncLeavesQueueUnchangedAndUnlocked) {
         [&] {
             EXPECT_THROW(queue.async(task), std::runtime_error);
             EXPECT_FALSE(queue.hasTask());
-            bool ran = false;
-            queue.async([&] { ran = true; });
-            queue.updateQueue();
-            EXPECT_TRUE(ran);
+            expectStillUsable(queue);
         },
         "the queue after a failed copy");
 }
@@ -193,14 +185,10 @@ TEST(IdleQueue, SeveralProducersOneConsumerLoseNothing) {
     }
     std::atomic<bool> finished(false);
     std::thread consumer([&] {
-        while (total < kProducers * kTasksEach) {
-            queue.updateQueue();
-        }
+        while (total < kProducers * kTasksEach) queue.updateQueue();
         finished = true;
     });
-    for (auto& producer : producers) {
-        producer.join();
-    }
+    for (auto& producer : producers) producer.join();
     WaitFor([&] { return finished.load(); }, "the consumer to run every task");
     consumer.join();
 
@@ -208,8 +196,6 @@ TEST(IdleQueue, SeveralProducersOneConsumerLoseNothing) {
     for (int p = 0; p < kProducers; ++p) {
         ASSERT_EQ(seen[p].size(), static_cast<size_t>(kTasksEach)) << "producer " << p;
         // One producer posts in sequence, so its tasks run in that sequence.
-        for (int i = 0; i < kTasksEach; ++i) {
-            ASSERT_EQ(seen[p][i], i) << "producer " << p;
-        }
+        for (int i = 0; i < kTasksEach; ++i) ASSERT_EQ(seen[p][i], i) << "producer " << p;
     }
 }

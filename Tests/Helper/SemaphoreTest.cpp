@@ -21,9 +21,7 @@ public:
     explicit Waiters(Semaphore& semaphore) : mSemaphore(semaphore) {}
 
     ~Waiters() {
-        for (auto& thread : mThreads) {
-            thread.join();
-        }
+        for (auto& thread : mThreads) thread.join();
     }
 
     // Starts one more waiter and returns once it is blocked, so the arrival
@@ -76,9 +74,7 @@ TEST(Semaphore, BlocksOnlyOnceTheCountIsSpent) {
 TEST(Semaphore, ReleasesLastArrivalFirst) {
     Semaphore semaphore(0);
     Waiters waiters(semaphore);
-    waiters.addBlocked();  // 0
-    waiters.addBlocked();  // 1
-    waiters.addBlocked();  // 2
+    for (int i = 0; i < 3; ++i) waiters.addBlocked();  // ids 0, 1, 2 in arrival order
     for (size_t i = 1; i <= 3; ++i) {
         semaphore.signal();
         waiters.waitForReleased(i);
@@ -90,9 +86,7 @@ TEST(Semaphore, SignalAllReleasesExactlyTheBlockedThreadsAndBanksNothing) {
     Semaphore semaphore(0);
     {
         Waiters waiters(semaphore);
-        waiters.addBlocked();
-        waiters.addBlocked();
-        waiters.addBlocked();
+        for (int i = 0; i < 3; ++i) waiters.addBlocked();
         semaphore.signalAll();
         waiters.waitForReleased(3);
     }
@@ -113,9 +107,7 @@ TEST(Semaphore, SignalOfThreeReleasesTheThreeLatestAndBanksTheRest) {
     Semaphore semaphore(0);
     {
         Waiters waiters(semaphore);
-        for (int i = 0; i < 4; ++i) {
-            waiters.addBlocked();
-        }
+        for (int i = 0; i < 4; ++i) waiters.addBlocked();
         semaphore.signal(3);
         waiters.waitForReleased(3);
         EXPECT_EQ(semaphore.waiters(), 1);

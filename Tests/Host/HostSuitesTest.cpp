@@ -73,12 +73,11 @@ TEST_F(HostSuitesTest, ParamIndexLimitsACheckoutFaultToThatParameter) {
 TEST_F(HostSuitesTest, IterateVisitsEachPixelOfTheOverlapOnce) {
     const auto* suite = acquire<PF_iterateFloatSuite1>(kPFIterateFloatSuite, kPFIterateFloatSuiteVersion1);
     HostWorld src(5, 2, Depth::Float), dst(3, 4, Depth::Float);
-    for (int y = 0; y < 2; ++y) {
+    for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 5; ++x) {
             const float argb[4] = {float(x), float(y), 0, 0};
             src.setPixel(x, y, argb);
         }
-    }
     std::map<std::pair<int, int>, int> visits;
     auto record = [](void* refcon, A_long x, A_long y, PF_PixelFloat* in, PF_PixelFloat* out) -> PF_Err {
         ++(*static_cast<std::map<std::pair<int, int>, int>*>(refcon))[{x, y}];
@@ -87,7 +86,7 @@ TEST_F(HostSuitesTest, IterateVisitsEachPixelOfTheOverlapOnce) {
     };
     ASSERT_EQ(suite->iterate(nullptr, 0, 0, src.def(), nullptr, &visits, record, dst.def()), PF_Err_NONE);
     EXPECT_EQ(visits.size(), 6u);  // 3 x 2
-    for (int y = 0; y < 4; ++y) {
+    for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 3; ++x) {
             const bool inside = y < 2;
             const auto visit = visits.find({x, y});
@@ -98,7 +97,6 @@ TEST_F(HostSuitesTest, IterateVisitsEachPixelOfTheOverlapOnce) {
             EXPECT_EQ(argb[1], inside ? y : 0);
             EXPECT_EQ(argb[2], inside ? 7 : 0);
         }
-    }
     EXPECT_TRUE(dst.guardsIntact());
 
     HostWorld eight(3, 2, Depth::Eight);

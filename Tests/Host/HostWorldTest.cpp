@@ -42,12 +42,11 @@ TEST(HostWorld, GuardsCatchAWriteOneBytePastARowOrTheLastRow) {
 TEST(HostWorld, StartsClearAndPixelBytesHoldThePixelsRowByRowWithoutPadding) {
     HostWorld world(2, 2, Depth::Eight, 4);
     EXPECT_EQ(world.pixelBytes(), std::vector<uint8_t>(2 * 2 * 4, 0));
-    for (int y = 0; y < 2; ++y) {
+    for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 2; ++x) {
             const float argb[4] = {float(10 * y + x), 1, 2, 3};
             world.setPixel(x, y, argb);
         }
-    }
     const std::vector<uint8_t> expected = {0, 1, 2, 3, 1, 1, 2, 3, 10, 1, 2, 3, 11, 1, 2, 3};
     EXPECT_EQ(world.pixelBytes(), expected);
 }

@@ -22,20 +22,9 @@ static void expectAngles(const Euler& e, double x, double y, double z, double to
 static Mat4 composed(double x, double y, double z, int order) {
     Mat4 rx, ry, rz;
     rx.setXRotation(x), ry.setYRotation(y), rz.setZRotation(z);
-    switch (order) {
-        case 1:
-            return rx * ry * rz;
-        case 2:
-            return ry * rz * rx;
-        case 3:
-            return rz * rx * ry;
-        case 4:
-            return rx * rz * ry;
-        case 5:
-            return ry * rx * rz;
-        default:
-            return rz * ry * rx;
-    }
+    const Mat4 byOrder[7] = {Mat4(),       rx * ry * rz, ry * rz * rx, rz * rx * ry,
+                             rx * rz * ry, ry * rx * rz, rz * ry * rx};
+    return byOrder[order];
 }
 
 TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders) {
