@@ -40,6 +40,19 @@ int main(int argc, char** argv) {
             ->required();
     }
     render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
+    fxhost::OutputOptions output_options;
+    for (CLI::App* command : {render, sheet}) {
+        command
+            ->add_option("--png-compression", output_options.write.pngCompression,
+                         "zlib level for PNG output, 0 (fastest) to 9 (smallest); default 6")
+            ->check(CLI::Range(0, 9));
+    }
+    render
+        ->add_option("--threads", output_options.threads,
+                     "Threads that encode frames at once (default: one a core)")
+        ->check(CLI::Range(1, 256));
+    render->add_flag("--times", output_options.times,
+                     "Print where a sequence's time went, per frame (decode, convert, render, encode)");
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
 
     CLI11_PARSE(app, argc, argv);
@@ -62,9 +75,11 @@ int main(int argc, char** argv) {
                 throw fxhost::JobError(fxhost::JobError::kUsage, e.what());
             }
         }
-        fxhost::RenderJob job(plugin, settings);
+        fxhost::RenderJob job(plugin, settings, output_options);
         if (render->parsed()) {
-            job.renderSequence(input, output, first, last);
+            std::vector<int> list;
+            for (int frame = first; frame <= last; ++frame) list.push_back(frame);
+            job.renderSequence(input, output, list);
         } else {
             job.renderSheet(input, output, vary);
         }

@@ -1,6 +1,7 @@
 #include "HostWorld.h"
 
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 namespace fxhost {
@@ -34,15 +35,21 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     if (rowbytes > 0x7fffffff) {
         throw std::invalid_argument("world row is too large");
     }
-    mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
-    mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the clearing
+    // calloc hands large blocks out as fresh zero pages: only the guards are written, so a
+    // world of any size costs one touch of its padding rather than two passes over it.
+    mSize = rowbytes * static_cast<size_t>(height) + kTailBytes;
+    mStorage.reset(static_cast<uint8_t*>(std::calloc(mSize, 1)));
+    if (!mStorage) throw std::bad_alloc();
+    mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the guards
     mDef.rowbytes = mRowbytes;
+    const size_t used = static_cast<size_t>(width) * px;
     for (int y = 0; y < height; ++y) {
-        std::memset(row(y), 0, static_cast<size_t>(width) * px);
+        std::memset(row(y) + used, kGuardByte, pad);
     }
+    std::memset(mStorage.get() + rowbytes * static_cast<size_t>(height), kGuardByte, kTailBytes);
     mDef.reserved0 = this;  // lets the host's callbacks find the world again
     mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
-    mDef.data = mStorage.data();
+    mDef.data = mStorage.get();
     mDef.width = width;
     mDef.height = height;
     mDef.extent_hint = PF_LRect{0, 0, width, height};
@@ -116,7 +123,7 @@ bool HostWorld::guardsIntact() const {
             if (r[i] != kGuardByte) return false;
         }
     }
-    for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mStorage.size(); ++i) {
+    for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mSize; ++i) {
         if (mStorage[i] != kGuardByte) return false;
     }
     return true;

@@ -4,11 +4,14 @@
 // that guardsIntact() checks, so a write past a row's end is caught. The world
 // keeps its true geometry apart from the definition it lends out, so a test may
 // make the definition lie (rowbytes, sizes) while the guards are still checked
-// against the memory that really exists.
+// against the memory that really exists. A new world's pixels are zero; the
+// storage comes zeroed from the allocator, so a large world costs no clearing pass.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <vector>
 
 #include "PFTypes.h"
@@ -49,14 +52,18 @@ public:
     static HostWorld* fromDef(const PF_LayerDef* def);
 
 private:
-    uint8_t* row(int y) { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
-    const uint8_t* row(int y) const { return mStorage.data() + static_cast<size_t>(y) * mRowbytes; }
+    struct Free {
+        void operator()(uint8_t* p) const { std::free(p); }
+    };
+    uint8_t* row(int y) { return mStorage.get() + static_cast<size_t>(y) * mRowbytes; }
+    const uint8_t* row(int y) const { return mStorage.get() + static_cast<size_t>(y) * mRowbytes; }
 
     Depth mDepth;
     int mWidth;
     int mHeight;
     int mRowbytes = 0;
-    std::vector<uint8_t> mStorage;
+    size_t mSize = 0;
+    std::unique_ptr<uint8_t[], Free> mStorage;
     PF_LayerDef mDef;
 };
 

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <thread>
 #include <exception>
 #include <future>
 #include <regex>
@@ -28,20 +30,33 @@ void require(PF_Err err, EffectHost& host, const char* command) {
     }
 }
 
-ImageFile readImage(const std::string& path) {
+// Runs an image step, giving its failure the exit status for image files.
+template <typename Step>
+auto imageStep(Step step) -> decltype(step()) {
     try {
-        return ImageFile::read(path);
+        return step();
     } catch (const std::runtime_error& e) {
         throw JobError(JobError::kImage, e.what());
     }
 }
 
-void writeImage(const ImageFile& image, const std::string& path) {
-    try {
-        image.write(path);
-    } catch (const std::runtime_error& e) {
-        throw JobError(JobError::kImage, e.what());
+// Keeps `world` when it already has the size, so buffers live from frame to frame.
+void ensureWorld(std::unique_ptr<HostWorld>& world, int width, int height) {
+    if (!world || world->width() != width || world->height() != height) {
+        world.reset();  // the old buffer goes before the new one comes
+        world.reset(new HostWorld(width, height, Depth::Eight));
     }
+}
+
+// The file's frame read into the slot's input world.
+void readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds) {
+    imageStep([&] {
+        ImageReader reader(path);
+        ensureWorld(slot.input, reader.width(), reader.height());
+        slot.spec = reader.spec();
+        slot.loss = reader.read(*slot.input, slot.extra);
+        convertSeconds += reader.convertSeconds();
+    });
 }
 
 void showProgress(int done, int total) {
@@ -55,7 +70,9 @@ void showProgress(int done, int total) {
 
 }  // namespace
 
-RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& settings) try : mHost(plugin) {
+RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& settings,
+                     const OutputOptions& options) try
+    : mHost(plugin), mOptions(options) {
     require(mHost.globalSetup(), mHost, "PF_Cmd_GLOBAL_SETUP");
     require(mHost.paramsSetup(), mHost, "PF_Cmd_PARAMS_SETUP");
     try {
@@ -69,69 +86,60 @@ RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& setting
     throw JobError(JobError::kUsage, e.what());
 }
 
-ImageFile RenderJob::render(const ImageFile& input, int frame) {
+void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame) {
     mHost.setTime(frame * static_cast<A_long>(mHost.inData().time_step));
-    HostWorld source(input.width(), input.height(), Depth::Eight);
-    input.toWorld(source);
-
     PF_RenderRequest request = PF_RenderRequest();
     request.rect = PF_LRect{0, 0, input.width(), input.height()};
     request.channel_mask = PF_ChannelMask_ARGB;
     PF_PreRenderOutput layout = PF_PreRenderOutput();
-    require(mHost.smartPreRender(request, layout, &source), mHost, "PF_Cmd_SMART_PRE_RENDER");
+    require(mHost.smartPreRender(request, layout, &input), mHost, "PF_Cmd_SMART_PRE_RENDER");
     const int width = layout.result_rect.right - layout.result_rect.left;
     const int height = layout.result_rect.bottom - layout.result_rect.top;
     if (width <= 0 || height <= 0) {
         throw JobError(JobError::kEffect, "the effect asked for an empty output");
     }
-
-    HostWorld result(width, height, Depth::Eight);
-    require(mHost.smartRender(&source, &result), mHost, "PF_Cmd_SMART_RENDER");
-    ImageFile output(width, height, input.channels(), input.type());
-    output.fromWorld(result);
-    return output;
+    ensureWorld(output, width, height);
+    require(mHost.smartRender(&input, output.get()), mHost, "PF_Cmd_SMART_RENDER");
 }
 
-void RenderJob::renderSequence(const std::string& input, const std::string& output, int first, int last) {
+void RenderJob::renderSequence(const std::string& input, const std::string& output,
+                               const std::vector<int>& frames) {
     const FramePattern in(input), out(output);
-    if (last > first && !out.isSequence()) {
+    if (frames.size() > 1 && !out.isSequence()) {
         throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
-                                             std::to_string(last - first + 1) + " frames");
+                                             std::to_string(frames.size()) + " frames");
     }
     const bool progress = isatty(STDERR_FILENO);
-    const int total = last - first + 1;
-    const auto start = std::chrono::steady_clock::now();
-    // Decoding the next frame and encoding the last one run on threads of their own while the
-    // effect renders on this one, frame after frame. Failures are reported as a plain loop would
-    // meet them: writing frame k-1 before reading frame k before rendering frame k; nothing after
-    // the first failure is written.
-    std::future<ImageFile> reading = std::async(std::launch::async, readImage, in.name(first));
-    std::future<void> writing;
-    auto finishWriting = [&](int frame) {
-        if (!writing.valid()) return;
-        writing.get();
-        if (progress) showProgress(frame - first + 1, total);
+    const int total = static_cast<int>(frames.size());
+    int done = 0;
+    SequencePipeline::Stages stages;
+    stages.read = [&](FrameSlot& slot, double& convert) { readFrame(in.name(slot.frame), slot, convert); };
+    stages.render = [&](FrameSlot& slot) { render(*slot.input, slot.output, slot.frame); };
+    stages.encode = [&](FrameSlot& slot, double& convert) {
+        imageStep([&] {
+            ImageWriter::encode(out.name(slot.frame), slot.spec, *slot.output, slot.extra, mOptions.write,
+                                &convert);
+        });
     };
-    for (int frame = first; frame <= last; ++frame) {
-        std::exception_ptr failure;
-        ImageFile result;
-        try {
-            ImageFile source = reading.get();
-            if (frame < last) reading = std::async(std::launch::async, readImage, in.name(frame + 1));
-            result = render(source, frame);
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        finishWriting(frame - 1);
-        if (failure) std::rethrow_exception(failure);
-        writing = std::async(
-            std::launch::async, [&out, frame](ImageFile image) { writeImage(image, out.name(frame)); },
-            std::move(result));
-    }
-    finishWriting(last);
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    stages.commit = [&](FrameSlot& slot) { imageStep([&] { ImageWriter::commit(out.name(slot.frame)); }); };
+    stages.discard = [&](FrameSlot& slot) { ImageWriter::discard(out.name(slot.frame)); };
+    stages.done = [&](const FrameSlot&) {
+        if (progress) showProgress(++done, total);
+    };
+    const int threads = mOptions.threads > 0
+                            ? mOptions.threads
+                            : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
     std::printf("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
-                seconds, seconds > 0 ? total / seconds : 0.0);
+                times.wall, times.wall > 0 ? total / times.wall : 0.0);
+    if (mOptions.times && total > 0) {
+        const double ms = 1000.0 / total;
+        std::fprintf(stderr,
+                     "per frame: decode %.1f ms, convert %.1f ms, render %.1f ms, encode %.1f ms, "
+                     "render thread waiting %.1f ms, wall %.1f ms\n",
+                     times.decode * ms, times.convert * ms, times.render * ms, times.encode * ms,
+                     times.waiting * ms, times.wall * ms);
+    }
 }
 
 void RenderJob::renderSheet(const std::string& input, const std::string& output, const std::string& vary) {
@@ -154,33 +162,39 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
         throw JobError(JobError::kUsage, "--vary COUNT must be from 1 to 256");
     }
 
-    const ImageFile source = readImage(input);
+    FrameSlot source;
+    double convert = 0;
+    readFrame(input, source, convert);
     constexpr int kGap = 4;
+    constexpr uint8_t kGapArgb[4] = {255, 31, 31, 31};  // opaque dark grey between tiles
     const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
     const int rows = (count + columns - 1) / columns;
-    const int tileW = source.width(), tileH = source.height();
-    ImageFile sheet(columns * tileW + (columns + 1) * kGap, rows * tileH + (rows + 1) * kGap,
-                    source.channels(), source.type());
+    const int tileW = source.input->width(), tileH = source.input->height();
+    HostWorld sheet(columns * tileW + (columns + 1) * kGap, rows * tileH + (rows + 1) * kGap, Depth::Eight);
+    PF_LayerDef* sheetDef = sheet.def();
     for (int y = 0; y < sheet.height(); ++y) {
-        for (int x = 0; x < sheet.width(); ++x) {
-            float* p = sheet.rgba(x, y);
-            p[0] = p[1] = p[2] = 0.12f;
-        }
+        uint8_t* p = static_cast<uint8_t*>(sheetDef->data) + static_cast<size_t>(y) * sheetDef->rowbytes;
+        for (int x = 0; x < sheet.width(); ++x) std::copy(kGapArgb, kGapArgb + 4, p + 4 * x);
     }
+    std::unique_ptr<HostWorld> tile;
     for (int i = 0; i < count; ++i) {
         const double value = count == 1 ? from : from + (to - from) * i / (count - 1);
         mHost.setParamValue(index, value);
-        const ImageFile tile = render(source, 0);
+        render(*source.input, tile, 0);
         const int ox = kGap + (i % columns) * (tileW + kGap), oy = kGap + (i / columns) * (tileH + kGap);
-        for (int y = 0; y < std::min(tileH, tile.height()); ++y) {
-            for (int x = 0; x < std::min(tileW, tile.width()); ++x) {
-                std::copy(tile.rgba(x, y), tile.rgba(x, y) + 4, sheet.rgba(ox + x, oy + y));
-            }
+        const PF_LayerDef* tileDef = tile->def();
+        const size_t rowBytes = 4 * static_cast<size_t>(std::min(tileW, tile->width()));
+        for (int y = 0; y < std::min(tileH, tile->height()); ++y) {
+            std::memcpy(
+                static_cast<uint8_t*>(sheetDef->data) + static_cast<size_t>(oy + y) * sheetDef->rowbytes +
+                    4 * ox,
+                static_cast<const uint8_t*>(tileDef->data) + static_cast<size_t>(y) * tileDef->rowbytes,
+                rowBytes);
         }
         std::printf("tile %d (row %d, column %d): %s = %g\n", i + 1, i / columns + 1, i % columns + 1,
                     mHost.params()[index].name, value);
     }
-    writeImage(sheet, output);
+    imageStep([&] { ImageWriter::write(output, source.spec, sheet, {}, mOptions.write); });
 }
 
 }  // namespace fxhost

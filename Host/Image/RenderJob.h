@@ -5,12 +5,15 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "EffectHost.h"
-#include "ImageFile.h"
+#include "ImageWriter.h"
 #include "ParameterSettings.h"
+#include "SequencePipeline.h"
 
 namespace fxhost {
 
@@ -25,25 +28,35 @@ private:
     int mStatus;
 };
 
+// How files are written and how many threads encode them.
+struct OutputOptions {
+    WriteOptions write;
+    int threads = 0;     // encoder threads; 0 for one a core
+    bool times = false;  // print where a sequence's time went, per frame
+};
+
 class RenderJob {
 public:
-    RenderJob(const std::string& plugin, const ParameterSettings& settings);
+    RenderJob(const std::string& plugin, const ParameterSettings& settings,
+              const OutputOptions& options = OutputOptions());
 
     EffectHost& host() { return mHost; }
 
-    // One frame at the given time: the file goes to the effect as an 8-bit world and comes
-    // back at the file's own depth.
-    ImageFile render(const ImageFile& input, int frame);
+    // One frame at the given time, from an 8-bit world into `output`, which is made (or
+    // remade, when its size differs) at the size the effect's pre-render asks for.
+    void render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame);
 
-    // Frames first to last from INPUT to OUTPUT (patterns of FramePattern); prints a progress
-    // bar when standard error is a terminal, and one closing line with the count and rate.
-    void renderSequence(const std::string& input, const std::string& output, int first, int last);
+    // The frames from INPUT to OUTPUT (patterns of FramePattern), decoded, rendered and encoded
+    // at once; prints a progress bar when standard error is a terminal, and one closing line
+    // with the count and rate.
+    void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames);
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
     void renderSheet(const std::string& input, const std::string& output, const std::string& vary);
 
 private:
     EffectHost mHost;
+    OutputOptions mOptions;
 };
 
 }  // namespace fxhost

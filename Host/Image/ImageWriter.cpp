@@ -1,0 +1,139 @@
+#include "ImageWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <stdexcept>
+
+namespace fxhost {
+
+namespace {
+
+constexpr int kStripRows = 32;
+constexpr int kPngNoFilter = 8;  // libpng's PNG_FILTER_NONE bit
+constexpr size_t kNameMax = 255;
+
+std::runtime_error writeError(const std::string& path, const std::string& why) {
+    return std::runtime_error("cannot write image '" + path + "': " + why);
+}
+
+// Fills one strip of the file's channels from rows of the world. Deep and grey files take the
+// value through float, as 8-bit channels scaled to 0-1 (premultiplied for OpenEXR), so that
+// the library's one conversion rounds them.
+void fillStrip(const HostWorld& world, int y0, int y1, int channels, bool bytes, bool premultiply,
+               void* strip) {
+    const PF_LayerDef* def = world.def();
+    const int w = world.width();
+    for (int y = y0; y < y1; ++y) {
+        const uint8_t* p = static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
+        const size_t first = static_cast<size_t>(y - y0) * w * channels;
+        if (bytes) {
+            uint8_t* d = static_cast<uint8_t*>(strip) + first;
+            for (int x = 0; x < w; ++x, p += 4, d += channels) {
+                d[0] = p[1];
+                d[1] = p[2];
+                d[2] = p[3];
+                if (channels == 4) d[3] = p[0];
+            }
+            continue;
+        }
+        float* d = static_cast<float*>(strip) + first;
+        for (int x = 0; x < w; ++x, p += 4, d += channels) {
+            const float s[4] = {p[1] / 255.0f, p[2] / 255.0f, p[3] / 255.0f, p[0] / 255.0f};
+            const float a = premultiply ? s[3] : 1.0f;
+            if (channels <= 2) {
+                d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
+                if (channels == 2) d[1] = s[3];
+            } else {
+                for (int c = 0; c < 3; ++c) d[c] = s[c] * a;
+                if (channels >= 4) d[3] = s[3];
+            }
+        }
+    }
+}
+
+}  // namespace
+
+std::string ImageWriter::partialName(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    const std::string name = path.substr(dir.size());
+    std::string partial = "." + name + ".fxhost-partial";
+    if (partial.size() > kNameMax) {
+        // A name near the file system's limit has no room for the suffix; its hash stands in.
+        char hashed[64];
+        std::snprintf(hashed, sizeof hashed, ".fxhost-partial-%016zx", std::hash<std::string>()(name));
+        partial = hashed;
+    }
+    return dir + partial;
+}
+
+void ImageWriter::write(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
+                        const std::vector<float>& extra, const WriteOptions& options) {
+    encode(path, like, world, extra, options);
+    commit(path);
+}
+
+void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
+                         const std::vector<float>& extra, const WriteOptions& options,
+                         double* convertSeconds) {
+    auto out = OIIO::ImageOutput::create(path);
+    if (!out) throw writeError(path, OIIO::geterror());
+    const int n = std::min(like.nchannels, 4);
+    OIIO::ImageSpec spec(world.width(), world.height(), n, like.format);
+    if (n == 2 || n == 4) spec.alpha_channel = n - 1;
+    const bool premultiply = std::string(out->format_name()) == "openexr";
+    spec.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
+    spec.attribute("png:compressionLevel", std::clamp(options.pngCompression, 0, 9));
+    spec.attribute("png:filter", kPngNoFilter);
+    const bool bytes = like.format == OIIO::TypeDesc::UINT8 && n >= 3;
+    (void)extra;
+
+    const std::string partial = partialName(path);
+    // The library reports a failed open with its own words and the temporary name; opening the
+    // file first gives the system's reason, said of the name the user asked for.
+    const int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (fd < 0) throw writeError(path, std::strerror(errno));
+    ::close(fd);
+
+    std::vector<uint8_t> strip(static_cast<size_t>(world.width()) * kStripRows * n * (bytes ? 1 : 4));
+    bool ok = out->open(partial, spec);
+    for (int y0 = 0; ok && y0 < world.height(); y0 += kStripRows) {
+        const int y1 = std::min(world.height(), y0 + kStripRows);
+        const auto start = std::chrono::steady_clock::now();
+        fillStrip(world, y0, y1, n, bytes, premultiply, strip.data());
+        if (convertSeconds) {
+            *convertSeconds +=
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        }
+        ok = out->write_scanlines(y0, y1, 0, bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT,
+                                  strip.data());
+    }
+    ok = out->close() && ok;
+    if (!ok) {
+        const std::string why = out->geterror();
+        std::remove(partial.c_str());
+        throw writeError(path, why.empty() ? "the image library could not write it" : why);
+    }
+}
+
+void ImageWriter::commit(const std::string& path) {
+    const std::string partial = partialName(path);
+    if (std::rename(partial.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        std::remove(partial.c_str());
+        throw writeError(path, std::strerror(error));
+    }
+}
+
+void ImageWriter::discard(const std::string& path) {
+    std::remove(partialName(path).c_str());
+}
+
+}  // namespace fxhost

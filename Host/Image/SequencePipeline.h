@@ -1,0 +1,67 @@
+// Runs a list of frames through decode, render and encode at once: one thread
+// decodes ahead, the calling thread renders (the effect keeps its GL context on the
+// thread that calls it), and `encoders` threads write behind. Frames travel in a
+// fixed set of slots, so memory stays at a few frames whatever the list's length,
+// and each slot keeps its worlds from frame to frame unless the size changes.
+// Outputs are put in place in list order. A failure stops the run as a plain loop
+// would meet it (read, render, write of one frame before the next frame): every
+// frame before it is complete, none after it is put in place, and run() rethrows it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include <OpenImageIO/imageio.h>
+
+#include "HostWorld.h"
+#include "ImageReader.h"
+
+namespace fxhost {
+
+// One frame in flight, and the buffers it keeps for the next frame to use that slot.
+struct FrameSlot {
+    int frame = 0;
+    int position = 0;  // index in the list of frames
+    std::unique_ptr<HostWorld> input;
+    std::unique_ptr<HostWorld> output;
+    OIIO::ImageSpec spec;      // the input file's header
+    std::vector<float> extra;  // its channels after the fourth
+    DepthLoss loss;
+};
+
+// Seconds summed over all frames; decode and encode run on other threads than render.
+struct PipelineTimes {
+    double decode = 0;   // reading files, less converting
+    double convert = 0;  // file pixels to and from 8-bit worlds
+    double render = 0;   // the effect's commands
+    double encode = 0;   // writing files, less converting
+    double waiting = 0;  // the render thread idle, waiting for a decoded frame or a free slot
+    double wall = 0;
+};
+
+class SequencePipeline {
+public:
+    struct Stages {
+        // Fills slot.input (the world may be replaced when the size differs), spec, extra, loss.
+        std::function<void(FrameSlot&, double& convertSeconds)> read;
+        // Renders slot.input into slot.output on the calling thread.
+        std::function<void(FrameSlot&)> render;
+        // Writes slot.output under the output's temporary name; commit/discard put it in place.
+        std::function<void(FrameSlot&, double& convertSeconds)> encode;
+        std::function<void(FrameSlot&)> commit;
+        std::function<void(FrameSlot&)> discard;
+        // Called once a frame is in place, in list order.
+        std::function<void(const FrameSlot&)> done;
+    };
+
+    SequencePipeline(Stages stages, int encoders);
+
+    PipelineTimes run(const std::vector<int>& frames);
+
+private:
+    Stages mStages;
+    int mEncoders;
+};
+
+}  // namespace fxhost
