@@ -1,67 +1,126 @@
 // fxhost: the stand-in host on the command line.
-//   fxhost info   [--plugin BUNDLE]
-//   fxhost render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames FIRST-LAST] INPUT OUTPUT
-//   fxhost sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
+//   fxhost [-q|-v] info   [--plugin BUNDLE]
+//   fxhost [-q|-v] render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames FIRST-LAST] INPUT OUTPUT
+//   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
+
+#include <OpenImageIO/imageio.h>
 
 #include <cstdio>
 #include <exception>
 #include <iostream>
 
 #include "Bundle.h"
+#include "Console.h"
 #include "EffectHost.h"
 #include "EffectInfo.h"
 #include "FramePattern.h"
 #include "RenderJob.h"
 
+namespace {
+
+constexpr int kUsage = fxhost::JobError::kUsage;
+
+int usageError(const std::string& message) {
+    std::cerr << "fxhost: " << message << "\n(fxhost --help lists the commands and options)\n";
+    return kUsage;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-    CLI::App app{"fxhost: loads an effect bundle and drives it as a compositing host would"};
+    CLI::App app{
+        "fxhost: loads an effect bundle and drives it as a compositing host would.\n"
+        "Standard output carries only what a command exists to print (info's table);\n"
+        "progress, summaries and warnings go to standard error."};
     app.require_subcommand(1);
+    app.fallthrough();
+    app.set_version_flag("--version", "fxhost " + std::string(OSTRIVANE_VERSION));
+    bool quiet = false, verbose = false;
+    app.add_flag("-q,--quiet", quiet, "Print errors only");
+    app.add_flag("-v,--verbose", verbose, "Print the effect's GL driver report and a line per frame too");
     std::string plugin = fxhost::Bundle::besideExecutable();
     std::vector<std::string> sets;
     std::string frames, input, output, vary;
+    fxhost::OutputOptions outputOptions;
+    int tileWidth = 0;
 
     CLI::App* info =
         app.add_subcommand("info", "Print the effect's about text, version, flags and parameters");
     CLI::App* render =
         app.add_subcommand("render", "Render an image, or a sequence of images, through the effect");
-    CLI::App* sheet =
-        app.add_subcommand("sheet", "Render the input with one parameter stepped, as one contact sheet");
+    CLI::App* sheet = app.add_subcommand(
+        "sheet", "Render one image with one parameter stepped, tiled into one labelled sheet");
     for (CLI::App* command : {info, render, sheet}) {
         command->add_option("--plugin", plugin, "The effect bundle (default: the one built beside fxhost)");
     }
     for (CLI::App* command : {render, sheet}) {
         command->add_option("--set", sets, "NAME=VALUE: a parameter by name (any case) or index");
-        command->add_option("INPUT", input, "Input image; %04d or #### stands for the frame number")
-            ->required();
-        command->add_option("OUTPUT", output, "Output image, of the input's size, channels and depth")
-            ->required();
-    }
-    render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
-    fxhost::OutputOptions output_options;
-    for (CLI::App* command : {render, sheet}) {
         command
-            ->add_option("--png-compression", output_options.write.pngCompression,
-                         "zlib level for PNG output, 0 (fastest) to 9 (smallest); default 6")
+            ->add_option("--png-compression", outputOptions.write.pngCompression,
+                         "zlib level of PNG output, 0 (fastest) to 9 (smallest); default 6, no row filter")
             ->check(CLI::Range(0, 9));
+        command->add_flag("--strict-depth", outputOptions.strictDepth,
+                          "Refuse (exit 3) inputs deeper than 8 bits or with values outside 0-1, rather than "
+                          "warn that the effect renders them in 8 bits");
     }
+    render->add_option("INPUT", input, "Input image; %04d, %d or #### stands for the frame number")
+        ->required();
     render
-        ->add_option("--threads", output_options.threads,
-                     "Threads that encode frames at once (default: one a core)")
+        ->add_option("OUTPUT", output,
+                     "Output image, of the input's size, channels, depth and header; a frame number as INPUT")
+        ->required();
+    render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
+    render->add_option("--threads", outputOptions.threads, "Frames encoded at once (default: one a core)")
         ->check(CLI::Range(1, 256));
-    render->add_flag("--times", output_options.times,
-                     "Print where a sequence's time went, per frame (decode, convert, render, encode)");
+    render->add_flag("--times", outputOptions.times,
+                     "Print where a frame's time went (decode, convert, render, encode) and peak memory");
+    sheet->add_option("INPUT", input, "Input image (one file, no frame number)")->required();
+    sheet->add_option("OUTPUT", output, "The sheet: tiles of --tile-width in a grid, of the input's type")
+        ->required();
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
+    sheet
+        ->add_option("--tile-width", tileWidth,
+                     "Width of a tile in pixels (default: such that the sheet is about 1920 wide, "
+                     "never wider than the input)")
+        ->check(CLI::Range(16, 16384));
 
-    CLI11_PARSE(app, argc, argv);
+    // The first word that is no option must name a command; CLI11 would only say one is missing.
+    // The options before a command are flags, so no word there is an option's value.
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i][0] == '-') continue;
+        const std::string word = argv[i];
+        if (word != "info" && word != "render" && word != "sheet") {
+            return usageError("unknown command \"" + word + "\"; the commands are info, render and sheet");
+        }
+        break;
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        return usageError(e.what());
+    }
+    if (quiet && verbose) return usageError("--quiet and --verbose exclude each other");
+    fxhost::Console::setLevel(quiet     ? fxhost::Console::Level::Quiet
+                              : verbose ? fxhost::Console::Level::Verbose
+                                        : fxhost::Console::Level::Normal);
+    // fxhost keeps frames on its own threads; the library's pool would only compete with them.
+    OIIO::attribute("threads", 1);
 
     try {
         if (info->parsed()) {
-            fxhost::EffectHost host(plugin);
+            fxhost::HostOptions options;
+            options.bundleOutput = fxhost::Console::bundleOutput();
+            fxhost::EffectHost host(plugin, options);
             const std::string report = fxhost::describeEffect(host);
-            std::fflush(stdout);
             std::cout << report << std::flush;
             return 0;
         }
@@ -72,24 +131,22 @@ int main(int argc, char** argv) {
             try {
                 fxhost::FramePattern::parseRange(frames, first, last);
             } catch (const std::invalid_argument& e) {
-                throw fxhost::JobError(fxhost::JobError::kUsage, e.what());
+                throw fxhost::JobError(kUsage, e.what());
             }
         }
-        fxhost::RenderJob job(plugin, settings, output_options);
+        fxhost::RenderJob job(plugin, settings, outputOptions);
         if (render->parsed()) {
             std::vector<int> list;
             for (int frame = first; frame <= last; ++frame) list.push_back(frame);
             job.renderSequence(input, output, list);
         } else {
-            job.renderSheet(input, output, vary);
+            job.renderSheet(input, output, vary, tileWidth);
         }
         return 0;
     } catch (const fxhost::JobError& e) {
-        std::fflush(stdout);
         std::cerr << "fxhost: " << e.what() << "\n";
         return e.status();
     } catch (const std::exception& e) {
-        std::fflush(stdout);
         std::cerr << "fxhost: " << e.what() << "\n";
         return 1;
     }

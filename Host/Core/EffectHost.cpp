@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include <unistd.h>
+
 namespace fxhost {
 
 namespace {
@@ -168,6 +170,7 @@ PF_Err EffectHost::send(PF_Cmd cmd, void* extra) {
     for (PF_ParamDef& def : mParams) mParamPointers.push_back(&def);
     mInData.num_params = static_cast<A_long>(mParams.size());
     PF_Err err = PF_Err_NONE;
+    const int savedOutput = routeBundleOutput();
     try {
         err = mBundle.entryPoint()(cmd, &mInData, &mOutData, mParamPointers.data(),
                                    mOutput ? mOutput->def() : nullptr, extra);
@@ -175,8 +178,26 @@ PF_Err EffectHost::send(PF_Cmd cmd, void* extra) {
         mViolations.push_back("command " + std::to_string(cmd) + ": an exception crossed EntryPointFunc");
         err = PF_Err_INTERNAL_STRUCT_DAMAGED;
     }
+    restoreOutput(savedOutput);
     checkAfter(cmd, ownThread);
     return err;
+}
+
+// The bundle writes to descriptor 1 through the process's one stdout; what it has written is
+// flushed on either side of the swap, so none of it reaches the host's own standard output.
+int EffectHost::routeBundleOutput() {
+    if (mOptions.bundleOutput < 0) return -1;
+    std::fflush(stdout);
+    const int saved = dup(STDOUT_FILENO);
+    if (saved >= 0) dup2(mOptions.bundleOutput, STDOUT_FILENO);
+    return saved;
+}
+
+void EffectHost::restoreOutput(int saved) {
+    if (saved < 0) return;
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
 }
 
 void EffectHost::checkAfter(PF_Cmd cmd, bool ownThread) {

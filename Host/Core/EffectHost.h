@@ -25,6 +25,9 @@ namespace fxhost {
 
 struct HostOptions {
     bool hostGLContext = true;  // keep a context of the host's own current around every command
+    // Where the bundle's standard output goes while it runs a command: a file descriptor
+    // standing in for 1 (2, or one open on /dev/null), or -1 to leave it as it is.
+    int bundleOutput = -1;
 };
 
 class EffectHost {
@@ -78,6 +81,8 @@ private:
     friend struct HostCallbacks;
     static EffectHost* fromRef(PF_ProgPtr effect_ref);
     void checkAfter(PF_Cmd cmd, bool ownThread);
+    int routeBundleOutput();
+    void restoreOutput(int saved);
 
     Bundle mBundle;
     HostOptions mOptions;

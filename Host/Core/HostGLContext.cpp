@@ -43,6 +43,18 @@ bool HostGLContext::isCurrent() const {
     return eglGetCurrentContext() == mContext;
 }
 
+int HostGLContext::maxTextureSize() {
+    // The host links no GL library of its own; EGL hands out the entry point.
+    using GetIntegerv = void (*)(unsigned int, int*);
+    constexpr unsigned int kMaxTextureSize = 0x0D33;
+    const auto getIntegerv = reinterpret_cast<GetIntegerv>(eglGetProcAddress("glGetIntegerv"));
+    if (!getIntegerv) return 0;
+    makeCurrent();
+    int size = 0;
+    getIntegerv(kMaxTextureSize, &size);
+    return size;
+}
+
 void HostGLContext::releaseCurrent() {
     EGLDisplay display = eglGetCurrentDisplay();
     if (display != EGL_NO_DISPLAY) {

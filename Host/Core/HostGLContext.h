@@ -21,6 +21,10 @@ public:
     EGLDisplay display() const { return mDisplay; }
     EGLContext context() const { return mContext; }
 
+    // The largest texture width or height the GL implementation takes (GL_MAX_TEXTURE_SIZE),
+    // asked with this context current; 0 when it cannot be asked.
+    int maxTextureSize();
+
     // Releases whatever context is current on the calling thread.
     static void releaseCurrent();
 

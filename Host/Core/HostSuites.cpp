@@ -244,7 +244,9 @@ HostSuites::~HostSuites() {
     if (sActive == this) sActive = nullptr;
 }
 
-const PF_ANSICallbacks& HostSuites::ansiTable() { return kANSISuite; }
+const PF_ANSICallbacks& HostSuites::ansiTable() {
+    return kANSISuite;
+}
 
 HostSuites* HostSuites::active() {
     return sActive;

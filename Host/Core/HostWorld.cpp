@@ -1,5 +1,6 @@
 #include "HostWorld.h"
 
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -9,6 +10,8 @@ namespace fxhost {
 namespace {
 
 constexpr size_t kTailBytes = 64;
+std::atomic<size_t> gLiveBytes{0};
+std::atomic<size_t> gPeakBytes{0};
 
 }  // namespace
 
@@ -40,6 +43,9 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     mSize = rowbytes * static_cast<size_t>(height) + kTailBytes;
     mStorage.reset(static_cast<uint8_t*>(std::calloc(mSize, 1)));
     if (!mStorage) throw std::bad_alloc();
+    const size_t live = gLiveBytes += mSize;
+    for (size_t peak = gPeakBytes; live > peak && !gPeakBytes.compare_exchange_weak(peak, live);) {
+    }
     mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the guards
     mDef.rowbytes = mRowbytes;
     const size_t used = static_cast<size_t>(width) * px;
@@ -54,6 +60,18 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     mDef.height = height;
     mDef.extent_hint = PF_LRect{0, 0, width, height};
     mDef.pix_aspect_ratio = PF_RationalScale{1, 1};
+}
+
+HostWorld::~HostWorld() {
+    gLiveBytes -= mSize;
+}
+
+size_t HostWorld::liveBytes() {
+    return gLiveBytes;
+}
+
+size_t HostWorld::peakBytes() {
+    return gPeakBytes;
 }
 
 PF_PixelFormat HostWorld::pixelFormat() const {

@@ -27,6 +27,7 @@ public:
     // padBytes are added to every row beyond width pixels (rounded up to whole pixels).
     HostWorld(int width, int height, Depth depth, int padBytes = 16);
 
+    ~HostWorld();
     HostWorld(const HostWorld&) = delete;
     HostWorld& operator=(const HostWorld&) = delete;
 
@@ -47,6 +48,10 @@ public:
     bool guardsIntact() const;
     // Bytes of the pixels only, row by row, without padding: for "untouched" comparisons.
     std::vector<uint8_t> pixelBytes() const;
+
+    // Bytes of all worlds alive in the process now, and the most there have been at once.
+    static size_t liveBytes();
+    static size_t peakBytes();
 
     // The world behind a definition the host handed out, or null for a foreign one.
     static HostWorld* fromDef(const PF_LayerDef* def);

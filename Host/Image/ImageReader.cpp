@@ -57,7 +57,8 @@ DepthLoss ImageReader::read(HostWorld& world, std::vector<float>& extra) {
     }
     const int n = mSpec.nchannels, colour = std::min(n, 4), w = width();
     const bool grey = n <= 2, hasAlpha = n == 2 || n >= 4;
-    const bool associated = hasAlpha && formatName() == "openexr";
+    // The library leaves alpha as the file stores it (asked to above) and says which it is.
+    const bool associated = hasAlpha && mSpec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
     const bool bytes = mSpec.format == OIIO::TypeDesc::UINT8 && mSpec.channelformats.empty();
     DepthLoss loss;
     loss.deeper = !bytes;

@@ -1,7 +1,8 @@
 // Reads one image file into the host's 8-bit ARGB world, in one pass per strip of
 // rows: 8-bit files as bytes, deeper files through a strip of floats, rounded once.
-// Grey files fill R, G and B; files without alpha read as opaque; OpenEXR's
-// associated alpha is divided out, since host worlds hold straight alpha. Channels
+// Grey files fill R, G and B; files without alpha read as opaque; associated
+// (premultiplied) alpha, as OpenEXR and most TIFFs hold it, is divided out, since
+// host worlds hold straight alpha. Channels
 // after the fourth are kept apart, unchanged, to be written back. Failures throw
 // std::runtime_error naming the file and the reason.
 #pragma once

@@ -11,6 +11,8 @@
 #include <functional>
 #include <stdexcept>
 
+#include "Console.h"
+
 namespace fxhost {
 
 namespace {
@@ -25,11 +27,11 @@ std::runtime_error writeError(const std::string& path, const std::string& why) {
 
 // Fills one strip of the file's channels from rows of the world. Deep and grey files take the
 // value through float, as 8-bit channels scaled to 0-1 (premultiplied for OpenEXR), so that
-// the library's one conversion rounds them.
-void fillStrip(const HostWorld& world, int y0, int y1, int channels, bool bytes, bool premultiply,
-               void* strip) {
+// the library's one conversion rounds them; channels after the fourth come from `extra`.
+void fillStrip(const HostWorld& world, const float* extra, int y0, int y1, int channels, bool bytes,
+               bool premultiply, void* strip) {
     const PF_LayerDef* def = world.def();
-    const int w = world.width();
+    const int w = world.width(), colour = std::min(channels, 4), extras = channels - colour;
     for (int y = y0; y < y1; ++y) {
         const uint8_t* p = static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
         const size_t first = static_cast<size_t>(y - y0) * w * channels;
@@ -44,6 +46,7 @@ void fillStrip(const HostWorld& world, int y0, int y1, int channels, bool bytes,
             continue;
         }
         float* d = static_cast<float*>(strip) + first;
+        const float* e = extra ? extra + static_cast<size_t>(y) * w * extras : nullptr;
         for (int x = 0; x < w; ++x, p += 4, d += channels) {
             const float s[4] = {p[1] / 255.0f, p[2] / 255.0f, p[3] / 255.0f, p[0] / 255.0f};
             const float a = premultiply ? s[3] : 1.0f;
@@ -54,6 +57,7 @@ void fillStrip(const HostWorld& world, int y0, int y1, int channels, bool bytes,
                 for (int c = 0; c < 3; ++c) d[c] = s[c] * a;
                 if (channels >= 4) d[3] = s[3];
             }
+            for (int c = 0; c < extras; ++c) d[4 + c] = *e++;
         }
     }
 }
@@ -85,15 +89,35 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
                          double* convertSeconds) {
     auto out = OIIO::ImageOutput::create(path);
     if (!out) throw writeError(path, OIIO::geterror());
-    const int n = std::min(like.nchannels, 4);
-    OIIO::ImageSpec spec(world.width(), world.height(), n, like.format);
-    if (n == 2 || n == 4) spec.alpha_channel = n - 1;
-    const bool premultiply = std::string(out->format_name()) == "openexr";
+    OIIO::ImageSpec spec = like;
+    if (spec.width != world.width() || spec.height != world.height()) {
+        spec.width = spec.full_width = world.width();
+        spec.height = spec.full_height = world.height();
+        spec.full_x = spec.x;
+        spec.full_y = spec.y;
+    }
+    int n = spec.nchannels;
+    const size_t extrasInWorld = static_cast<size_t>(world.width()) * world.height() * std::max(0, n - 4);
+    if (n > 4 && (!out->supports("nchannels") || extra.size() != extrasInWorld)) {
+        Console::warnOnce(std::string(out->format_name()) +
+                          " holds no channels beyond RGBA: " + std::to_string(n - 4) +
+                          " channel(s) of the input are not written to '" + path + "'");
+        n = 4;
+        spec.nchannels = 4;
+        spec.channelnames.resize(4);
+        if (!spec.channelformats.empty()) spec.channelformats.resize(4);
+    }
+    if (n == 2 || n >= 4) spec.alpha_channel = n == 2 ? 1 : 3;
+    // Alpha goes out as the input held it where the format can say either (TIFF), associated
+    // where the format knows no other (OpenEXR), straight elsewhere (PNG, JPEG).
+    const std::string format = out->format_name();
+    const bool premultiply =
+        format == "openexr" || (format == "tiff" && like.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0);
     spec.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
     spec.attribute("png:compressionLevel", std::clamp(options.pngCompression, 0, 9));
     spec.attribute("png:filter", kPngNoFilter);
-    const bool bytes = like.format == OIIO::TypeDesc::UINT8 && n >= 3;
-    (void)extra;
+    const bool bytes =
+        spec.format == OIIO::TypeDesc::UINT8 && spec.channelformats.empty() && (n == 3 || n == 4);
 
     const std::string partial = partialName(path);
     // The library reports a failed open with its own words and the temporary name; opening the
@@ -107,13 +131,13 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
     for (int y0 = 0; ok && y0 < world.height(); y0 += kStripRows) {
         const int y1 = std::min(world.height(), y0 + kStripRows);
         const auto start = std::chrono::steady_clock::now();
-        fillStrip(world, y0, y1, n, bytes, premultiply, strip.data());
+        fillStrip(world, n > 4 ? extra.data() : nullptr, y0, y1, n, bytes, premultiply, strip.data());
         if (convertSeconds) {
             *convertSeconds +=
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         }
-        ok = out->write_scanlines(y0, y1, 0, bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT,
-                                  strip.data());
+        ok = out->write_scanlines(spec.y + y0, spec.y + y1, 0,
+                                  bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT, strip.data());
     }
     ok = out->close() && ok;
     if (!ok) {

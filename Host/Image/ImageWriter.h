@@ -1,6 +1,8 @@
 // Writes the host's 8-bit ARGB world back as an image file shaped like the one it
-// came from (channel count, data type), in one pass per strip of rows: 8-bit files
-// as bytes, deeper ones through a strip of floats. The file is written under a
+// came from: its channels (those after the fourth copied unchanged), data type and
+// header (attributes, compression, pixel aspect, colour space, data and display
+// windows), in one pass per strip of rows: 8-bit RGB(A) files as bytes, everything
+// else through a strip of floats. The file is written under a
 // temporary name beside the target (partialName) and renamed into place, so a
 // failure leaves no partial file; failures throw std::runtime_error naming the
 // target and the reason.
@@ -22,8 +24,10 @@ struct WriteOptions {
 
 class ImageWriter {
 public:
-    // `like` gives the channel count and data type; the size is the world's. `extra` holds
-    // channels after the fourth as floats, pixel after pixel, or nothing.
+    // `like` is the input's header; the size is the world's (a world of another size keeps the
+    // data window's origin and gets a display window of its own). `extra` holds the channels
+    // after the fourth as floats, pixel after pixel, or nothing; a format that cannot hold them
+    // (PNG, JPEG) is written without them, with a warning.
     static void write(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
                       const std::vector<float>& extra, const WriteOptions& options);
 

@@ -1,5 +1,6 @@
 #include "RenderJob.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -11,6 +12,10 @@
 #include <future>
 #include <regex>
 
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
+
+#include "Console.h"
 #include "FramePattern.h"
 
 namespace fxhost {
@@ -48,15 +53,25 @@ void ensureWorld(std::unique_ptr<HostWorld>& world, int width, int height) {
     }
 }
 
-// The file's frame read into the slot's input world.
-void readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds) {
-    imageStep([&] {
-        ImageReader reader(path);
-        ensureWorld(slot.input, reader.width(), reader.height());
-        slot.spec = reader.spec();
-        slot.loss = reader.read(*slot.input, slot.extra);
-        convertSeconds += reader.convertSeconds();
-    });
+// An ImageBuf over a rectangle of a world's own memory: 8-bit A, R, G, B, rows rowbytes apart.
+OIIO::ImageBuf wrap(HostWorld& world, int x, int y, int width, int height) {
+    PF_LayerDef* def = world.def();
+    uint8_t* origin = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes + 4 * x;
+    return OIIO::ImageBuf(OIIO::ImageSpec(width, height, 4, OIIO::TypeDesc::UINT8), origin, 4, def->rowbytes);
+}
+
+std::string depthName(const OIIO::ImageSpec& spec) {
+    return spec.format == OIIO::TypeDesc::UINT16  ? "16-bit"
+           : spec.format == OIIO::TypeDesc::HALF  ? "half-float"
+           : spec.format == OIIO::TypeDesc::FLOAT ? "float"
+                                                  : std::string(spec.format.c_str());
+}
+
+// The bundle's own standard output (its driver report) is kept off the host's.
+HostOptions hostOptions() {
+    HostOptions options;
+    options.bundleOutput = Console::bundleOutput();
+    return options;
 }
 
 void showProgress(int done, int total) {
@@ -72,7 +87,8 @@ void showProgress(int done, int total) {
 
 RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& settings,
                      const OutputOptions& options) try
-    : mHost(plugin), mOptions(options) {
+    : mHost(plugin, hostOptions()), mOptions(options) {
+    if (mHost.glContext()) mMaxTextureSize = mHost.glContext()->maxTextureSize();
     require(mHost.globalSetup(), mHost, "PF_Cmd_GLOBAL_SETUP");
     require(mHost.paramsSetup(), mHost, "PF_Cmd_PARAMS_SETUP");
     try {
@@ -84,6 +100,46 @@ RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& setting
     throw;
 } catch (const std::runtime_error& e) {
     throw JobError(JobError::kUsage, e.what());
+}
+
+void RenderJob::readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds) {
+    imageStep([&] {
+        ImageReader reader(path);
+        if (mMaxTextureSize > 0 && std::max(reader.width(), reader.height()) > mMaxTextureSize) {
+            throw JobError(JobError::kImage,
+                           "'" + path + "' is " + std::to_string(reader.width()) + "x" +
+                               std::to_string(reader.height()) +
+                               ", too large for this GL implementation: its largest texture is " +
+                               std::to_string(mMaxTextureSize) +
+                               " pixels a side (a GPU whose GL takes "
+                               "larger textures can render it)");
+        }
+        const bool deeper = reader.spec().format != OIIO::TypeDesc::UINT8;
+        if (deeper && mOptions.strictDepth) {
+            throw JobError(JobError::kImage, "'" + path + "' is " + depthName(reader.spec()) +
+                                                 "; the effect renders in 8 bits, and --strict-depth refuses "
+                                                 "to lose the rest");
+        }
+        ensureWorld(slot.input, reader.width(), reader.height());
+        slot.spec = reader.spec();
+        slot.loss = reader.read(*slot.input, slot.extra);
+        convertSeconds += reader.convertSeconds();
+        if (slot.loss.outOfRange && mOptions.strictDepth) {
+            throw JobError(JobError::kImage,
+                           "'" + path +
+                               "' holds values outside 0 to 1; the effect renders in 8 bits, "
+                               "and --strict-depth refuses to clip them");
+        }
+    });
+    if (slot.loss.deeper) {
+        Console::warnOnce("the input is " + depthName(slot.spec) +
+                          ", but the effect renders in 8 bits: the output keeps the file's depth and "
+                          "holds 8-bit steps (--strict-depth refuses such inputs)");
+    }
+    if (slot.loss.outOfRange) {
+        Console::warnOnce("the input holds values outside 0 to 1 (first seen in '" + path +
+                          "'); the effect renders in 8 bits, so they come back clipped to 0 to 1");
+    }
 }
 
 void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame) {
@@ -109,7 +165,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
         throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
                                              std::to_string(frames.size()) + " frames");
     }
-    const bool progress = isatty(STDERR_FILENO);
+    const bool progress = isatty(STDERR_FILENO) && Console::level() == Console::Level::Normal;
     const int total = static_cast<int>(frames.size());
     int done = 0;
     SequencePipeline::Stages stages;
@@ -123,15 +179,19 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     };
     stages.commit = [&](FrameSlot& slot) { imageStep([&] { ImageWriter::commit(out.name(slot.frame)); }); };
     stages.discard = [&](FrameSlot& slot) { ImageWriter::discard(out.name(slot.frame)); };
-    stages.done = [&](const FrameSlot&) {
-        if (progress) showProgress(++done, total);
+    stages.done = [&](const FrameSlot& slot) {
+        ++done;
+        if (progress) showProgress(done, total);
+        Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
+                        in.name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.spec.width,
+                        slot.spec.height, slot.spec.nchannels, slot.spec.format.c_str());
     };
     const int threads = mOptions.threads > 0
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
-    std::printf("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
-                times.wall, times.wall > 0 ? total / times.wall : 0.0);
+    Console::note("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
+                  times.wall, times.wall > 0 ? total / times.wall : 0.0);
     if (mOptions.times && total > 0) {
         const double ms = 1000.0 / total;
         std::fprintf(stderr,
@@ -139,10 +199,15 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
                      "render thread waiting %.1f ms, wall %.1f ms\n",
                      times.decode * ms, times.convert * ms, times.render * ms, times.encode * ms,
                      times.waiting * ms, times.wall * ms);
+        struct rusage usage;
+        getrusage(RUSAGE_SELF, &usage);
+        std::fprintf(stderr, "memory: host worlds at most %.1f MiB, peak resident %.1f MiB\n",
+                     HostWorld::peakBytes() / 1048576.0, usage.ru_maxrss / 1024.0);
     }
 }
 
-void RenderJob::renderSheet(const std::string& input, const std::string& output, const std::string& vary) {
+void RenderJob::renderSheet(const std::string& input, const std::string& output, const std::string& vary,
+                            int tileWidth) {
     std::smatch match;
     static const std::regex kVary("(.+)=([^:]+):([^:]+):([0-9]+)");
     if (!std::regex_match(vary, match, kVary)) {
@@ -165,34 +230,42 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
     FrameSlot source;
     double convert = 0;
     readFrame(input, source, convert);
-    constexpr int kGap = 4;
-    constexpr uint8_t kGapArgb[4] = {255, 31, 31, 31};  // opaque dark grey between tiles
+    constexpr int kGap = 4, kSheetWidth = 1920;
+    const float kGapArgb[4] = {1.0f, 31 / 255.0f, 31 / 255.0f, 31 / 255.0f};  // opaque dark grey
     const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
     const int rows = (count + columns - 1) / columns;
-    const int tileW = source.input->width(), tileH = source.input->height();
+    const int inputW = source.input->width(), inputH = source.input->height();
+    const int tileW = tileWidth > 0
+                          ? tileWidth
+                          : std::max(16, std::min(inputW, (kSheetWidth - (columns + 1) * kGap) / columns));
+    const int tileH =
+        std::max(1, static_cast<int>(std::lround(static_cast<double>(inputH) * tileW / inputW)));
     HostWorld sheet(columns * tileW + (columns + 1) * kGap, rows * tileH + (rows + 1) * kGap, Depth::Eight);
-    PF_LayerDef* sheetDef = sheet.def();
-    for (int y = 0; y < sheet.height(); ++y) {
-        uint8_t* p = static_cast<uint8_t*>(sheetDef->data) + static_cast<size_t>(y) * sheetDef->rowbytes;
-        for (int x = 0; x < sheet.width(); ++x) std::copy(kGapArgb, kGapArgb + 4, p + 4 * x);
-    }
+    OIIO::ImageBuf sheetBuf = wrap(sheet, 0, 0, sheet.width(), sheet.height());
+    OIIO::ImageBufAlgo::fill(sheetBuf, kGapArgb);
     std::unique_ptr<HostWorld> tile;
     for (int i = 0; i < count; ++i) {
         const double value = count == 1 ? from : from + (to - from) * i / (count - 1);
         mHost.setParamValue(index, value);
         render(*source.input, tile, 0);
         const int ox = kGap + (i % columns) * (tileW + kGap), oy = kGap + (i / columns) * (tileH + kGap);
-        const PF_LayerDef* tileDef = tile->def();
-        const size_t rowBytes = 4 * static_cast<size_t>(std::min(tileW, tile->width()));
-        for (int y = 0; y < std::min(tileH, tile->height()); ++y) {
-            std::memcpy(
-                static_cast<uint8_t*>(sheetDef->data) + static_cast<size_t>(oy + y) * sheetDef->rowbytes +
-                    4 * ox,
-                static_cast<const uint8_t*>(tileDef->data) + static_cast<size_t>(y) * tileDef->rowbytes,
-                rowBytes);
+        OIIO::ImageBuf to = wrap(sheet, ox, oy, tileW, tileH);
+        const OIIO::ImageBuf from = wrap(*tile, 0, 0, tile->width(), tile->height());
+        // A tile of the rendered size is copied byte for byte; any other is filtered down (or up).
+        const bool copied = tile->width() == tileW && tile->height() == tileH
+                                ? OIIO::ImageBufAlgo::copy(to, from)
+                                : OIIO::ImageBufAlgo::resize(to, from);
+        if (!copied) throw JobError(JobError::kImage, "cannot scale a tile: " + to.geterror());
+        char label[128];
+        std::snprintf(label, sizeof label, "%s = %g", mHost.params()[index].name, value);
+        const int fontSize = std::max(10, std::min(tileH / 8, tileW / 16));
+        const float white[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+        if (!OIIO::ImageBufAlgo::render_text(to, fontSize / 2, tileH - fontSize / 2, label, fontSize,
+                                             "DejaVuSans", white, OIIO::ImageBufAlgo::TextAlignX::Left,
+                                             OIIO::ImageBufAlgo::TextAlignY::Baseline, 2)) {
+            Console::warnOnce("tiles are not labelled: " + to.geterror());
         }
-        std::printf("tile %d (row %d, column %d): %s = %g\n", i + 1, i / columns + 1, i % columns + 1,
-                    mHost.params()[index].name, value);
+        Console::note("tile %d (row %d, column %d): %s\n", i + 1, i / columns + 1, i % columns + 1, label);
     }
     imageStep([&] { ImageWriter::write(output, source.spec, sheet, {}, mOptions.write); });
 }

@@ -31,8 +31,9 @@ private:
 // How files are written and how many threads encode them.
 struct OutputOptions {
     WriteOptions write;
-    int threads = 0;     // encoder threads; 0 for one a core
-    bool times = false;  // print where a sequence's time went, per frame
+    int threads = 0;           // encoder threads; 0 for one a core
+    bool times = false;        // print where a sequence's time went, per frame
+    bool strictDepth = false;  // refuse inputs the 8-bit worlds cannot hold, rather than warn
 };
 
 class RenderJob {
@@ -52,11 +53,19 @@ public:
     void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames);
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
-    void renderSheet(const std::string& input, const std::string& output, const std::string& vary);
+    // Each tile is scaled to `tileWidth` (0: such that the sheet is about 1920 pixels wide, never
+    // wider than the input) and labelled with the parameter's name and value.
+    void renderSheet(const std::string& input, const std::string& output, const std::string& vary,
+                     int tileWidth = 0);
 
 private:
+    // The file's frame read into the slot's input world, refused or warned about as the
+    // options say when it is deeper than 8 bits or too large for the GL implementation.
+    void readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds);
+
     EffectHost mHost;
     OutputOptions mOptions;
+    int mMaxTextureSize = 0;
 };
 
 }  // namespace fxhost
