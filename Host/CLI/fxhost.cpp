@@ -1,6 +1,7 @@
 // fxhost: the stand-in host on the command line.
 //   fxhost info   [--plugin BUNDLE]
-//   fxhost render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames FIRST-LAST] INPUT OUTPUT
+//   fxhost render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames LIST] [--skip-existing | --no-clobber]
+//                 [--progress FILE|-] INPUT OUTPUT
 //   fxhost sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
@@ -13,15 +14,18 @@
 #include "Bundle.h"
 #include "EffectHost.h"
 #include "EffectInfo.h"
-#include "FramePattern.h"
+#include "Interruption.h"
 #include "RenderJob.h"
+#include "SequencePlan.h"
 
 int main(int argc, char** argv) {
+    fxhost::Interruption::install();
     CLI::App app{"fxhost: loads an effect bundle and drives it as a compositing host would"};
     app.require_subcommand(1);
     std::string plugin = fxhost::Bundle::besideExecutable();
     std::vector<std::string> sets;
-    std::string frames, input, output, vary;
+    std::string frames, input, output, vary, progress;
+    bool skipExisting = false, noClobber = false;
 
     CLI::App* info =
         app.add_subcommand("info", "Print the effect's about text, version, flags and parameters");
@@ -39,7 +43,11 @@ int main(int argc, char** argv) {
         command->add_option("OUTPUT", output, "Output image, of the input's size, channels and depth")
             ->required();
     }
-    render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
+    render->add_option("--frames", frames, "The frames of a sequence: 1001-1100, 1-100x5, 1-10,20,30-40");
+    render->add_flag("--skip-existing", skipExisting, "Leave out frames whose output exists");
+    render->add_flag("--no-clobber", noClobber, "Refuse to overwrite, naming the frames whose output exists")
+        ->excludes(render->get_option("--skip-existing"));
+    render->add_option("--progress", progress, "Append key=value progress blocks to FILE, or - for stdout");
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
 
     CLI11_PARSE(app, argc, argv);
@@ -54,18 +62,18 @@ int main(int argc, char** argv) {
         }
         fxhost::ParameterSettings settings;
         for (const std::string& set : sets) settings.add(set);
-        int first = 0, last = 0;
-        if (!frames.empty()) {
-            try {
-                fxhost::FramePattern::parseRange(frames, first, last);
-            } catch (const std::invalid_argument& e) {
-                throw fxhost::JobError(fxhost::JobError::kUsage, e.what());
-            }
-        }
-        fxhost::RenderJob job(plugin, settings);
         if (render->parsed()) {
-            job.renderSequence(input, output, first, last);
+            using Existing = fxhost::SequencePlan::Existing;
+            const fxhost::SequencePlan plan(input, output, frames,
+                                            skipExisting ? Existing::Skip
+                                            : noClobber  ? Existing::Refuse
+                                                         : Existing::Overwrite);
+            plan.removeLeftovers();
+            fxhost::ProgressLog log(progress);
+            fxhost::RenderJob job(plugin, settings);
+            job.renderSequence(input, output, plan.frames(), log);
         } else {
+            fxhost::RenderJob job(plugin, settings);
             job.renderSheet(input, output, vary);
         }
         return 0;

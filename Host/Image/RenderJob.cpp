@@ -92,43 +92,45 @@ ImageFile RenderJob::render(const ImageFile& input, int frame) {
     return output;
 }
 
-void RenderJob::renderSequence(const std::string& input, const std::string& output, int first, int last) {
+void RenderJob::renderSequence(const std::string& input, const std::string& output,
+                               const std::vector<int>& frames, ProgressLog& log) {
     const FramePattern in(input), out(output);
-    if (last > first && !out.isSequence()) {
-        throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
-                                             std::to_string(last - first + 1) + " frames");
-    }
     const bool progress = isatty(STDERR_FILENO);
-    const int total = last - first + 1;
+    const int total = static_cast<int>(frames.size());
+    log.begin(total);
     const auto start = std::chrono::steady_clock::now();
     // Decoding the next frame and encoding the last one run on threads of their own while the
     // effect renders on this one, frame after frame. Failures are reported as a plain loop would
     // meet them: writing frame k-1 before reading frame k before rendering frame k; nothing after
     // the first failure is written.
-    std::future<ImageFile> reading = std::async(std::launch::async, readImage, in.name(first));
+    std::future<ImageFile> reading;
+    if (total) reading = std::async(std::launch::async, readImage, in.name(frames[0]));
     std::future<void> writing;
-    auto finishWriting = [&](int frame) {
+    auto finishWriting = [&](int index) {
         if (!writing.valid()) return;
         writing.get();
-        if (progress) showProgress(frame - first + 1, total);
+        log.frameDone(frames[index]);
+        if (progress) showProgress(index + 1, total);
     };
-    for (int frame = first; frame <= last; ++frame) {
+    for (int index = 0; index < total; ++index) {
+        const int frame = frames[index];
         std::exception_ptr failure;
         ImageFile result;
         try {
             ImageFile source = reading.get();
-            if (frame < last) reading = std::async(std::launch::async, readImage, in.name(frame + 1));
+            if (index + 1 < total) reading = std::async(std::launch::async, readImage, in.name(frames[index + 1]));
             result = render(source, frame);
         } catch (...) {
             failure = std::current_exception();
         }
-        finishWriting(frame - 1);
+        finishWriting(index - 1);
         if (failure) std::rethrow_exception(failure);
         writing = std::async(
             std::launch::async, [&out, frame](ImageFile image) { writeImage(image, out.name(frame)); },
             std::move(result));
     }
-    finishWriting(last);
+    finishWriting(total - 1);
+    log.end();
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     std::printf("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
                 seconds, seconds > 0 ? total / seconds : 0.0);

@@ -7,10 +7,12 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "EffectHost.h"
 #include "ImageFile.h"
 #include "ParameterSettings.h"
+#include "ProgressLog.h"
 
 namespace fxhost {
 
@@ -35,9 +37,11 @@ public:
     // back at the file's own depth.
     ImageFile render(const ImageFile& input, int frame);
 
-    // Frames first to last from INPUT to OUTPUT (patterns of FramePattern); prints a progress
-    // bar when standard error is a terminal, and one closing line with the count and rate.
-    void renderSequence(const std::string& input, const std::string& output, int first, int last);
+    // The frames (ascending, from SequencePlan) from INPUT to OUTPUT (patterns of FramePattern);
+    // prints a progress bar when standard error is a terminal, and one closing line with the count
+    // and rate; tells the progress log of every frame written.
+    void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames,
+                        ProgressLog& log);
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
     void renderSheet(const std::string& input, const std::string& output, const std::string& vary);
