@@ -14,6 +14,7 @@
 #include "Bundle.h"
 #include "EffectHost.h"
 #include "EffectInfo.h"
+#include "FarmCommand.h"
 #include "Interruption.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
@@ -48,6 +49,7 @@ int main(int argc, char** argv) {
     render->add_flag("--no-clobber", noClobber, "Refuse to overwrite, naming the frames whose output exists")
         ->excludes(render->get_option("--skip-existing"));
     render->add_option("--progress", progress, "Append key=value progress blocks to FILE, or - for stdout");
+    fxhost::FarmCommand farm(app);
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
 
     CLI11_PARSE(app, argc, argv);
@@ -60,6 +62,7 @@ int main(int argc, char** argv) {
             std::cout << report << std::flush;
             return 0;
         }
+        if (farm.parsed()) return farm.run();
         fxhost::ParameterSettings settings;
         for (const std::string& set : sets) settings.add(set);
         if (render->parsed()) {
