@@ -24,13 +24,6 @@ namespace {
 
 const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
 
-std::string readText(const std::string& path) {
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 std::vector<std::string> filesIn(const std::string& dir) {
     std::vector<std::string> names;
     if (DIR* d = opendir(dir.c_str())) {

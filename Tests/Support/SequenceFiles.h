@@ -1,11 +1,20 @@
 // Small frame sequences for the sequence and farm tests: 64x36 PNGs whose colours change with the
-// frame, and pixel-for-pixel comparison of two files.
+// frame, pixel-for-pixel comparison of two files, and a text file read whole ("" if there is none).
 #pragma once
 
 #include <cstdio>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "ImageFile.h"
+
+inline std::string readText(const std::string& path) {
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
 
 inline std::string frameName(const std::string& pattern, int frame) {
     char name[512];
