@@ -1,7 +1,9 @@
 // fxhost: the stand-in host on the command line.
 //   fxhost [-q|-v] info   [--plugin BUNDLE]
-//   fxhost [-q|-v] render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames FIRST-LAST] INPUT OUTPUT
+//   fxhost [-q|-v] render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames LIST]
+//                         [--skip-existing | --no-clobber] [--progress FILE|-] INPUT OUTPUT
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
+//   fxhost [-q|-v] farm   submit|status|check ...
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
@@ -16,8 +18,10 @@
 #include "Console.h"
 #include "EffectHost.h"
 #include "EffectInfo.h"
-#include "FramePattern.h"
+#include "FarmCommand.h"
+#include "Interruption.h"
 #include "RenderJob.h"
+#include "SequencePlan.h"
 
 namespace {
 
@@ -31,6 +35,7 @@ int usageError(const std::string& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    fxhost::Interruption::install();
     CLI::App app{
         "fxhost: loads an effect bundle and drives it as a compositing host would.\n"
         "Standard output carries only what a command exists to print (info's table);\n"
@@ -43,7 +48,8 @@ int main(int argc, char** argv) {
     app.add_flag("-v,--verbose", verbose, "Print the effect's GL driver report and a line per frame too");
     std::string plugin = fxhost::Bundle::besideExecutable();
     std::vector<std::string> sets;
-    std::string frames, input, output, vary;
+    std::string frames, input, output, vary, progress;
+    bool skipExisting = false, noClobber = false;
     fxhost::OutputOptions outputOptions;
     int tileWidth = 0;
 
@@ -72,7 +78,13 @@ int main(int argc, char** argv) {
         ->add_option("OUTPUT", output,
                      "Output image, of the input's size, channels, depth and header; a frame number as INPUT")
         ->required();
-    render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
+    render->add_option(
+        "--frames", frames,
+        "The frames of a sequence: 1001-1100, 1-100x5, 1-10,20,30-40 (default: those on disk)");
+    render->add_flag("--skip-existing", skipExisting, "Leave out frames whose output exists");
+    render->add_flag("--no-clobber", noClobber, "Refuse to overwrite, naming the frames whose output exists")
+        ->excludes(render->get_option("--skip-existing"));
+    render->add_option("--progress", progress, "Append key=value progress blocks to FILE, or - for stdout");
     render->add_option("--threads", outputOptions.threads, "Frames encoded at once (default: one a core)")
         ->check(CLI::Range(1, 256));
     render->add_flag("--times", outputOptions.times,
@@ -86,14 +98,16 @@ int main(int argc, char** argv) {
                      "Width of a tile in pixels (default: such that the sheet is about 1920 wide, "
                      "never wider than the input)")
         ->check(CLI::Range(16, 16384));
+    fxhost::FarmCommand farm(app);
 
     // The first word that is no option must name a command; CLI11 would only say one is missing.
     // The options before a command are flags, so no word there is an option's value.
     for (int i = 1; i < argc; ++i) {
         if (argv[i][0] == '-') continue;
         const std::string word = argv[i];
-        if (word != "info" && word != "render" && word != "sheet") {
-            return usageError("unknown command \"" + word + "\"; the commands are info, render and sheet");
+        if (word != "info" && word != "render" && word != "sheet" && word != "farm") {
+            return usageError("unknown command \"" + word +
+                              "\"; the commands are info, render, sheet and farm");
         }
         break;
     }
@@ -124,22 +138,21 @@ int main(int argc, char** argv) {
             std::cout << report << std::flush;
             return 0;
         }
+        if (farm.parsed()) return farm.run();
         fxhost::ParameterSettings settings;
         for (const std::string& set : sets) settings.add(set);
-        int first = 0, last = 0;
-        if (!frames.empty()) {
-            try {
-                fxhost::FramePattern::parseRange(frames, first, last);
-            } catch (const std::invalid_argument& e) {
-                throw fxhost::JobError(kUsage, e.what());
-            }
-        }
-        fxhost::RenderJob job(plugin, settings, outputOptions);
         if (render->parsed()) {
-            std::vector<int> list;
-            for (int frame = first; frame <= last; ++frame) list.push_back(frame);
-            job.renderSequence(input, output, list);
+            using Existing = fxhost::SequencePlan::Existing;
+            const fxhost::SequencePlan plan(input, output, frames,
+                                            skipExisting ? Existing::Skip
+                                            : noClobber  ? Existing::Refuse
+                                                         : Existing::Overwrite);
+            plan.removeLeftovers();
+            fxhost::ProgressLog log(progress);
+            fxhost::RenderJob job(plugin, settings, outputOptions);
+            job.renderSequence(input, output, plan.frames(), log);
         } else {
+            fxhost::RenderJob job(plugin, settings, outputOptions);
             job.renderSheet(input, output, vary, tileWidth);
         }
         return 0;

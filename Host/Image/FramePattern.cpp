@@ -1,6 +1,7 @@
 #include "FramePattern.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <regex>
 #include <stdexcept>
 
@@ -29,17 +30,28 @@ std::string FramePattern::name(int frame) const {
     return mBefore + digits + mAfter;
 }
 
-void FramePattern::parseRange(const std::string& text, int& first, int& last) {
-    std::smatch match;
-    static const std::regex kRange("([0-9]+)(?:-([0-9]+))?");
-    if (!std::regex_match(text, match, kRange) || match[1].length() > 9 || match[2].length() > 9) {
-        throw std::invalid_argument("--frames takes FIRST-LAST or FRAME, not \"" + text + "\"");
+FrameList FramePattern::existingFrames() const {
+    if (!isSequence()) return FrameList();
+    const size_t slash = mBefore.find_last_of('/');
+    const std::string folder = slash == std::string::npos ? "." : mBefore.substr(0, slash + 1);
+    const std::string prefix = mBefore.substr(slash == std::string::npos ? 0 : slash + 1);
+    std::vector<int> frames;
+    std::error_code error;
+    for (std::filesystem::directory_iterator it(folder, error), end; !error && it != end;
+         it.increment(error)) {
+        const std::string file = it->path().filename().string();
+        if (file.size() <= prefix.size() + mAfter.size() || file.compare(0, prefix.size(), prefix) != 0 ||
+            file.compare(file.size() - mAfter.size(), mAfter.size(), mAfter) != 0) {
+            continue;
+        }
+        const std::string digits = file.substr(prefix.size(), file.size() - prefix.size() - mAfter.size());
+        if (digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos) continue;
+        // Only the name the pattern itself gives the frame: "out_12.png" is no frame of "out_%04d.png".
+        const int frame = std::stoi(digits);
+        if (name(frame) == (slash == std::string::npos ? "" : folder) + file) frames.push_back(frame);
     }
-    first = std::stoi(match[1].str());
-    last = match[2].matched ? std::stoi(match[2].str()) : first;
-    if (last < first) {
-        throw std::invalid_argument("--frames " + text + " ends before it starts");
-    }
+    if (error) throw std::runtime_error("cannot list '" + folder + "': " + error.message());
+    return FrameList(std::move(frames));
 }
 
 }  // namespace fxhost

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "FrameList.h"
+
 namespace fxhost {
 
 class FramePattern {
@@ -14,8 +16,9 @@ public:
     bool isSequence() const { return mWidth >= 0; }
     std::string name(int frame) const;
 
-    // "FIRST-LAST" or "FRAME"; throws std::invalid_argument when malformed or reversed.
-    static void parseRange(const std::string& text, int& first, int& last);
+    // The frames whose file exists, found by listing the pattern's folder; throws
+    // std::runtime_error when the folder can't be listed.
+    FrameList existingFrames() const;
 
 private:
     std::string mBefore;

@@ -9,6 +9,8 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include "PartialFile.h"
+
 namespace fxhost {
 
 namespace {
@@ -94,10 +96,8 @@ void ImageFile::write(const std::string& path) const {
             if (mChannels == 4) d[3] = s[3];
         }
     }
-    const std::string slash =
-        path.find('/') == std::string::npos ? "" : path.substr(0, path.find_last_of('/') + 1);
-    const std::string temporary =
-        slash + ".fxhost-" + std::to_string(getpid()) + "-" + path.substr(slash.size());
+    const PartialFile partial(path);  // removed on failure, and by Interruption on SIGINT or SIGTERM
+    const std::string& temporary = partial.path();
     if (!out->open(temporary, header) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) ||
         !out->close()) {
         const std::string why = out->geterror();

@@ -8,10 +8,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <stdexcept>
 
 #include "Console.h"
+#include "Interruption.h"
+#include "PartialFile.h"
 
 namespace fxhost {
 
@@ -19,7 +20,6 @@ namespace {
 
 constexpr int kStripRows = 32;
 constexpr int kPngNoFilter = 8;  // libpng's PNG_FILTER_NONE bit
-constexpr size_t kNameMax = 255;
 
 std::runtime_error writeError(const std::string& path, const std::string& why) {
     return std::runtime_error("cannot write image '" + path + "': " + why);
@@ -64,20 +64,6 @@ void fillStrip(const HostWorld& world, const float* extra, int y0, int y1, int c
 
 }  // namespace
 
-std::string ImageWriter::partialName(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    const std::string name = path.substr(dir.size());
-    std::string partial = "." + name + ".fxhost-partial";
-    if (partial.size() > kNameMax) {
-        // A name near the file system's limit has no room for the suffix; its hash stands in.
-        char hashed[64];
-        std::snprintf(hashed, sizeof hashed, ".fxhost-partial-%016zx", std::hash<std::string>()(name));
-        partial = hashed;
-    }
-    return dir + partial;
-}
-
 void ImageWriter::write(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
                         const std::vector<float>& extra, const WriteOptions& options) {
     encode(path, like, world, extra, options);
@@ -119,11 +105,17 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
     const bool bytes =
         spec.format == OIIO::TypeDesc::UINT8 && spec.channelformats.empty() && (n == 3 || n == 4);
 
-    const std::string partial = partialName(path);
+    // Until commit or discard, an interruption removes the file.
+    const std::string partial = PartialFile::nameFor(path);
+    Interruption::addTemporary(partial);
     // The library reports a failed open with its own words and the temporary name; opening the
     // file first gives the system's reason, said of the name the user asked for.
     const int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (fd < 0) throw writeError(path, std::strerror(errno));
+    if (fd < 0) {
+        const int error = errno;
+        Interruption::withdrawTemporary(partial);
+        throw writeError(path, std::strerror(error));
+    }
     ::close(fd);
 
     std::vector<uint8_t> strip(static_cast<size_t>(world.width()) * kStripRows * n * (bytes ? 1 : 4));
@@ -142,22 +134,25 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
     ok = out->close() && ok;
     if (!ok) {
         const std::string why = out->geterror();
-        std::remove(partial.c_str());
+        discard(path);
         throw writeError(path, why.empty() ? "the image library could not write it" : why);
     }
 }
 
 void ImageWriter::commit(const std::string& path) {
-    const std::string partial = partialName(path);
+    const std::string partial = PartialFile::nameFor(path);
     if (std::rename(partial.c_str(), path.c_str()) != 0) {
         const int error = errno;
-        std::remove(partial.c_str());
+        discard(path);
         throw writeError(path, std::strerror(error));
     }
+    Interruption::withdrawTemporary(partial);
 }
 
 void ImageWriter::discard(const std::string& path) {
-    std::remove(partialName(path).c_str());
+    const std::string partial = PartialFile::nameFor(path);
+    std::remove(partial.c_str());
+    Interruption::withdrawTemporary(partial);
 }
 
 }  // namespace fxhost

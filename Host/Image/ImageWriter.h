@@ -3,7 +3,7 @@
 // header (attributes, compression, pixel aspect, colour space, data and display
 // windows), in one pass per strip of rows: 8-bit RGB(A) files as bytes, everything
 // else through a strip of floats. The file is written under a
-// temporary name beside the target (partialName) and renamed into place, so a
+// temporary name beside the target (PartialFile) and renamed into place, so a
 // failure leaves no partial file; failures throw std::runtime_error naming the
 // target and the reason.
 #pragma once

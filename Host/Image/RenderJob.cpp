@@ -159,12 +159,8 @@ void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int
 }
 
 void RenderJob::renderSequence(const std::string& input, const std::string& output,
-                               const std::vector<int>& frames) {
+                               const std::vector<int>& frames, ProgressLog& log) {
     const FramePattern in(input), out(output);
-    if (frames.size() > 1 && !out.isSequence()) {
-        throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
-                                             std::to_string(frames.size()) + " frames");
-    }
     const bool progress = isatty(STDERR_FILENO) && Console::level() == Console::Level::Normal;
     const int total = static_cast<int>(frames.size());
     int done = 0;
@@ -181,6 +177,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     stages.discard = [&](FrameSlot& slot) { ImageWriter::discard(out.name(slot.frame)); };
     stages.done = [&](const FrameSlot& slot) {
         ++done;
+        log.frameDone(slot.frame);
         if (progress) showProgress(done, total);
         Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
                         in.name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.spec.width,
@@ -189,7 +186,9 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     const int threads = mOptions.threads > 0
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    log.begin(total);
     const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
+    log.end();
     Console::note("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
                   times.wall, times.wall > 0 ? total / times.wall : 0.0);
     if (mOptions.times && total > 0) {

@@ -13,6 +13,7 @@
 #include "EffectHost.h"
 #include "ImageWriter.h"
 #include "ParameterSettings.h"
+#include "ProgressLog.h"
 #include "SequencePipeline.h"
 
 namespace fxhost {
@@ -47,10 +48,11 @@ public:
     // remade, when its size differs) at the size the effect's pre-render asks for.
     void render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame);
 
-    // The frames from INPUT to OUTPUT (patterns of FramePattern), decoded, rendered and encoded
-    // at once; prints a progress bar when standard error is a terminal, and one closing line
-    // with the count and rate.
-    void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames);
+    // The frames (ascending, from SequencePlan) from INPUT to OUTPUT (patterns of FramePattern),
+    // decoded, rendered and encoded at once; prints a progress bar when standard error is a
+    // terminal, one closing line with the count and rate, and tells the log of every frame written.
+    void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames,
+                        ProgressLog& log);
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
     // Each tile is scaled to `tileWidth` (0: such that the sheet is about 1920 pixels wide, never

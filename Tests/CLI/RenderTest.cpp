@@ -110,7 +110,7 @@ TEST_F(FxhostRender, BadInputIsRefusedWithItsReasonAndLeavesNoFile) {
          "unknown parameter \"Brightness\"; the effect has 1 \"Hue Value\" (0 to 360), 2 \"Saturation\" (0 to 2)"},
         {"--set 2=-1 " + kSample, 2, "-1 is out of range for parameter \"Saturation\" (0 to 2)"},
         {"--set Saturation " + kSample, 2, "\"Saturation\" is not NAME=VALUE"},
-        {"--frames 5-2 " + kSample, 2, "--frames 5-2 ends before it starts"},
+        {"--frames 5-2 " + kSample, 2, "--frames: \"5-2\" ends before it starts"},
         {"--frames 1-3 " + kSample, 2, "OUTPUT needs a frame number"},
         {dir + "/missing.png", 3, "cannot read image '" + dir + "/missing.png'"},
     };
@@ -153,13 +153,14 @@ TEST_F(FxhostRender, SequenceOfThreeFramesUsesOneSetUp) {
 
 // Frames are read ahead and written behind on other threads, yet a failure is the one a plain
 // loop meets first, and nothing after it is written: here writing frame 2 (its name is taken by
-// a directory) comes before reading frame 3, which is missing too.
+// a directory) comes before reading frame 3, which is no image either.
 TEST_F(FxhostRender, SequenceStopsAtTheFirstFailureInFrameOrder) {
     for (int frame : {1, 2, 4}) {
         char name[64];
         std::snprintf(name, sizeof name, "/in_%04d.png", frame);
         ASSERT_EQ(std::system(("cp " + kSample + " " + dir + name).c_str()), 0);
     }
+    ASSERT_EQ(std::system(("echo 'not a picture' > " + dir + "/in_0003.png").c_str()), 0);
     ASSERT_EQ(mkdir((dir + "/out_0002.png").c_str(), 0755), 0);
     CommandResult r =
         runCommand(kFxhost + " render --frames 1-4 " + dir + "/in_%04d.png " + dir + "/out_%04d.png");

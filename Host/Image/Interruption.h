@@ -1,0 +1,29 @@
+// SIGINT and SIGTERM, taken on a thread of their own rather than in a handler: the temporary files
+// registered at that moment are removed, the registered reporter says which frames were done, and
+// the process exits 130 or 143 (128 + the signal), as a shell reports a program ended by one.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace fxhost {
+
+class Interruption {
+public:
+    // Blocks the two signals and starts the thread that waits for them. Call it before any other
+    // thread starts, so that every thread inherits the blocked signals; once is enough.
+    static void install();
+
+    // A file being written: removed if a signal comes before it is withdrawn.
+    static void addTemporary(const std::string& path);
+    static void withdrawTemporary(const std::string& path);
+
+    // Called with the signal, under the same lock, before the process exits; returns the sentence
+    // to print. An empty function withdraws the reporter.
+    static void setReporter(std::function<std::string(int signal)> reporter);
+
+    // Child processes get the default mask back, since exec keeps the blocked signals.
+    static void unblockInChild();
+};
+
+}  // namespace fxhost

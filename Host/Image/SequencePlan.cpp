@@ -1,0 +1,91 @@
+#include "SequencePlan.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "FramePattern.h"
+#include "PartialFile.h"
+#include "RenderJob.h"
+
+namespace fxhost {
+
+namespace {
+
+FrameList framesOnDisk(const FramePattern& in, const std::string& input) {
+    FrameList found;
+    try {
+        found = in.existingFrames();
+    } catch (const std::runtime_error& e) {
+        throw JobError(JobError::kImage, e.what());
+    }
+    if (found.empty()) throw JobError(JobError::kImage, "no frames of '" + input + "' found");
+    std::vector<int> gaps;
+    for (size_t i = 1; i < found.size(); ++i) {
+        for (int frame = found.frames()[i - 1] + 1; frame < found.frames()[i]; ++frame) gaps.push_back(frame);
+    }
+    if (!gaps.empty()) {
+        throw JobError(JobError::kImage, "'" + input + "' has frames " + std::to_string(found.first()) +
+                                             " to " + std::to_string(found.last()) + " but not " +
+                                             FrameList(gaps).text() + "; give --frames to render a part");
+    }
+    return found;
+}
+
+}  // namespace
+
+bool SequencePlan::isFile(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+SequencePlan::SequencePlan(const std::string& input, const std::string& output, const std::string& frames,
+                           Existing existing)
+    : mOutput(output) {
+    const FramePattern in(input), out(output);
+    if (!frames.empty()) {
+        try {
+            mAll = FrameList::parse(frames);
+        } catch (const std::invalid_argument& e) {
+            throw JobError(JobError::kUsage, "--frames: " + std::string(e.what()));
+        }
+    } else {
+        mAll = in.isSequence() ? framesOnDisk(in, input) : FrameList({0});
+    }
+    if (mAll.size() > 1 && !out.isSequence()) {
+        throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
+                                             std::to_string(mAll.size()) + " frames");
+    }
+    if (in.isSequence() && !frames.empty()) {
+        std::vector<int> missing;
+        for (int frame : mAll.frames()) {
+            if (!isFile(in.name(frame))) missing.push_back(frame);
+        }
+        if (!missing.empty()) {
+            throw JobError(JobError::kUsage, "--frames " + frames + ": no input for frames " +
+                                                 FrameList(missing).text() + " (no '" +
+                                                 in.name(missing.front()) + "')");
+        }
+    }
+    std::vector<int> present;
+    for (int frame : mAll.frames()) {
+        (isFile(out.name(frame)) ? present : mFrames).push_back(frame);
+    }
+    if (existing == Existing::Overwrite) {
+        mFrames = mAll.frames();
+    } else if (existing == Existing::Refuse && !present.empty()) {
+        throw JobError(JobError::kImage, "--no-clobber: the outputs of frames " + FrameList(present).text() +
+                                             " exist (" + out.name(present.front()) + ")");
+    } else if (!present.empty()) {
+        std::fprintf(stderr, "fxhost: skipping %zu of %zu frames whose output exists (%s)\n", present.size(),
+                     mAll.size(), FrameList(present).text().c_str());
+    }
+}
+
+void SequencePlan::removeLeftovers() const {
+    const FramePattern out(mOutput);
+    for (int frame : mAll.frames()) std::remove(PartialFile::nameFor(out.name(frame)).c_str());
+}
+
+}  // namespace fxhost

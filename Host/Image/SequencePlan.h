@@ -1,0 +1,39 @@
+// Which frames a render writes, decided before anything is loaded or written: the frames given
+// (a FrameList; frame 0 for a single file), or for a sequence given none, the first to the last
+// input found on disk. Refuses with a JobError: a bad list or frames without an input (2), a gap in
+// the frames found (3), several frames for an OUTPUT without a frame number (2), and under
+// --no-clobber outputs that exist (3). Under --skip-existing, frames whose output exists are left
+// out, and a line on standard error says so.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "FrameList.h"
+
+namespace fxhost {
+
+class SequencePlan {
+public:
+    enum class Existing { Overwrite, Skip, Refuse };
+
+    SequencePlan(const std::string& input, const std::string& output, const std::string& frames,
+                 Existing existing = Existing::Overwrite);
+
+    // Every frame of the sequence, and those of them to render, ascending.
+    const FrameList& all() const { return mAll; }
+    const std::vector<int>& frames() const { return mFrames; }
+
+    // Removes the temporary files a render killed outright left for this sequence's outputs.
+    void removeLeftovers() const;
+
+    // Whether a frame's file is there: a regular file, as only complete outputs are renamed into place.
+    static bool isFile(const std::string& path);
+
+private:
+    std::string mOutput;
+    FrameList mAll;
+    std::vector<int> mFrames;
+};
+
+}  // namespace fxhost

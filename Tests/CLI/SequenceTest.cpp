@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CommandRunner.h"
+#include "SequenceFiles.h"
+
+extern char** environ;
+
+namespace {
+
+const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
+
+std::vector<std::string> filesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* entry = readdir(d)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..") names.push_back(name);
+        }
+        closedir(d);
+    }
+    return names;
+}
+
+bool exists(const std::string& path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0;
+}
+
+class FxhostSequence : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir = "/tmp/fxhost-seq-" + std::to_string(getpid()) + "-" +
+              ::testing::UnitTest::GetInstance()->current_test_info()->name();
+        ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/clean").c_str()), 0);
+        in = dir + "/in_%04d.png";
+        out = dir + "/out_%04d.png";
+    }
+    void TearDown() override { std::system(("rm -rf " + dir).c_str()); }
+
+    CommandResult render(const std::string& args) {
+        return runCommand(kFxhost + " render --set \"Hue Value=120\" " + args);
+    }
+
+    // The reference: the same frames rendered in one plain run into dir/clean.
+    void renderClean(int first, int last) {
+        const CommandResult r = render("--frames " + std::to_string(first) + "-" + std::to_string(last) +
+                                       " " + in + " " + dir + "/clean/c_%04d.png");
+        ASSERT_EQ(r.status, 0) << r.err;
+    }
+    void expectMatchesClean(const std::string& pattern, int first, int last) {
+        for (int frame = first; frame <= last; ++frame) {
+            EXPECT_EQ(samePixels(frameName(pattern, frame), frameName(dir + "/clean/c_%04d.png", frame)), "");
+        }
+    }
+
+    std::string dir, in, out;
+};
+
+}  // namespace
+
+TEST_F(FxhostSequence, BadFrameListsExitTwoAndWriteNothing) {
+    makeFrames(in, 1, 6);
+    const struct {
+        std::string frames;
+        std::string message;
+    } cases[] = {
+        {"1-", "--frames: \"1-\" is not FRAME, FIRST-LAST or FIRST-LASTxSTEP"},
+        {"4-2", "--frames: \"4-2\" ends before it starts"},
+        {"1-6x0", "--frames: \"1-6x0\" has a step of 0"},
+        {"1-3,2", "--frames: frame 2 is listed twice in \"1-3,2\""},
+        {"5-9", "--frames 5-9: no input for frames 7-9 (no '" + dir + "/in_0007.png')"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.frames);
+        const CommandResult r =
+            render("--frames " + c.frames + " --progress " + dir + "/p " + in + " " + out);
+        EXPECT_EQ(r.status, 2);
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+        EXPECT_EQ(filesIn(dir).size(), 7u);  // the inputs and clean/
+    }
+}
+
+TEST_F(FxhostSequence, WithoutFramesTheRangeOnDiskIsRenderedAndAGapIsRefused) {
+    makeFrames(in, 3, 7);
+    renderClean(3, 7);
+    CommandResult r = render(in + " " + out);
+    ASSERT_EQ(r.status, 0) << r.err;
+    expectMatchesClean(out, 3, 7);
+    EXPECT_EQ(filesIn(dir).size(), 11u);  // 5 in, 5 out, clean/
+
+    ASSERT_EQ(std::remove(frameName(in, 5).c_str()), 0);
+    r = render(in + " " + dir + "/gap_%04d.png");
+    EXPECT_EQ(r.status, 3);
+    EXPECT_NE(r.err.find("'" + in + "' has frames 3 to 7 but not 5"), std::string::npos) << r.err;
+    EXPECT_FALSE(exists(dir + "/gap_0003.png"));
+
+    r = render(dir + "/none_%04d.png " + dir + "/gap_%04d.png");
+    EXPECT_EQ(r.status, 3);
+    EXPECT_NE(r.err.find("no frames of '" + dir + "/none_%04d.png' found"), std::string::npos) << r.err;
+}
+
+TEST_F(FxhostSequence, SkipExistingRendersOnlyMissingFramesAndNoClobberRefuses) {
+    makeFrames(in, 1, 6);
+    renderClean(1, 6);
+    ASSERT_EQ(render(in + " " + out).status, 0);
+    // Frame 2's output is replaced by a stand-in that must survive; frame 4's goes.
+    makeFrames(dir + "/stand-in_%04d.png", 1, 1);
+    ASSERT_EQ(std::rename((dir + "/stand-in_0001.png").c_str(), frameName(out, 2).c_str()), 0);
+    ASSERT_EQ(std::remove(frameName(out, 4).c_str()), 0);
+
+    CommandResult r = render("--skip-existing --progress " + dir + "/p " + in + " " + out);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("skipping 5 of 6 frames whose output exists (1-3,5,6)"), std::string::npos) << r.err;
+    expectMatchesClean(out, 4, 4);
+    EXPECT_EQ(samePixels(frameName(out, 2), frameName(in, 1)), "");
+    const std::string progress = readText(dir + "/p");
+    EXPECT_NE(progress.find("frame=4\ndone=1\ntotal=1\n"), std::string::npos) << progress;
+    EXPECT_NE(progress.find("state=end\n"), std::string::npos) << progress;
+
+    r = render("--no-clobber --frames 3-8x2 " + in + " " + dir + "/out_%04d.png");
+    EXPECT_EQ(r.status, 2);  // frame 7 has no input: the list is checked first
+    r = render("--no-clobber --frames 1-5x2 " + in + " " + out);
+    EXPECT_EQ(r.status, 3);
+    EXPECT_NE(r.err.find("--no-clobber: the outputs of frames 1-5x2 exist"), std::string::npos) << r.err;
+    EXPECT_EQ(samePixels(frameName(out, 2), frameName(in, 1)), "");
+}
+
+// A render stopped part-way leaves only complete frames; SIGINT and SIGTERM end it with 130 and
+// 143, naming the frames done, and leave no temporary file; after SIGKILL, at most the stable
+// temporary names are left, and the next run removes them. --skip-existing then completes it.
+TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
+    constexpr int kFrames = 40;
+    makeFrames(in, 1, kFrames);
+    renderClean(1, kFrames);
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        SCOPED_TRACE(strsignal(signal));
+        const std::string outDir = dir + "/" + std::to_string(signal), pattern = outDir + "/out_%04d.png";
+        ASSERT_EQ(mkdir(outDir.c_str(), 0755), 0);
+        const std::string progress = outDir + "/.progress", err = dir + "/err";
+        std::vector<std::string> args{kFxhost,      "render", "--set", "Hue Value=120",
+                                      "--progress", progress, in,      pattern};
+        std::vector<char*> argv;
+        for (std::string& arg : args) argv.push_back(&arg[0]);
+        argv.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        pid_t pid;
+        ASSERT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+
+        // Stopped once two frames are written, well before the end.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+        while (readText(progress).find("done=2\n") == std::string::npos &&
+               std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        kill(pid, signal);
+        int raw = 0;
+        ASSERT_EQ(waitpid(pid, &raw, 0), pid);
+        std::vector<std::string> hidden;
+        for (const std::string& name : filesIn(outDir)) {
+            if (name[0] == '.' && name != ".progress") hidden.push_back(name);
+        }
+        if (signal == SIGKILL) {
+            EXPECT_TRUE(WIFSIGNALED(raw));
+            for (const std::string& name : hidden) {
+                EXPECT_TRUE(std::regex_match(name, std::regex("\\.out_00[0-9][0-9]\\.png\\.fxhost-partial")))
+                    << name;
+            }
+            // Whether or not the kill met a write, a leftover of the stable name is what the next run meets.
+            std::ofstream(outDir + "/.out_0040.png.fxhost-partial") << "half a frame";
+        } else {
+            ASSERT_TRUE(WIFEXITED(raw));
+            EXPECT_EQ(WEXITSTATUS(raw), 128 + signal);
+            EXPECT_TRUE(hidden.empty()) << hidden.front();
+            const std::string message = readText(err);
+            std::smatch done;
+            ASSERT_TRUE(
+                std::regex_search(message, done, std::regex("; ([0-9]+) of 40 frames done \\((.*)\\)\n")))
+                << message;
+            const int last = std::stoi(done[1].str());
+            EXPECT_EQ(done[2].str(), last == 1 ? "1" : last == 2 ? "1,2" : "1-" + std::to_string(last));
+            EXPECT_LT(last, kFrames);
+            for (int frame = 1; frame <= last; ++frame)
+                EXPECT_TRUE(exists(frameName(pattern, frame))) << frame;
+            EXPECT_FALSE(exists(frameName(pattern, last + 2)));
+            EXPECT_NE(readText(progress).find("state=interrupted\n"), std::string::npos);
+        }
+
+        const CommandResult r = render("--skip-existing " + in + " " + pattern);
+        ASSERT_EQ(r.status, 0) << r.err;
+        for (const std::string& name : filesIn(outDir)) {
+            EXPECT_TRUE(name[0] != '.' || name == ".progress") << name;
+        }
+        expectMatchesClean(pattern, 1, kFrames);
+    }
+}
