@@ -41,6 +41,7 @@ std::string BatchScript::text() const {
     script += "  *) echo \"fxhost farm: there is no chunk $SLURM_ARRAY_TASK_ID\" >&2; exit 2 ;;\nesac\n\n";
     script += quote(mOptions.fxhost) + " render --plugin " + quote(mOptions.plugin);
     for (const std::string& set : mOptions.sets) script += " --set " + quote(set);
+    for (const std::string& option : mOptions.renderOptions) script += " " + quote(option);
     script += " \\\n    --frames \"$frames\" --skip-existing --progress " + quote(s.stateDir() + "/chunk-") +
               "\"$SLURM_ARRAY_TASK_ID\"" + quote(".progress") + " \\\n    " + quote(mOptions.input) + " " +
               quote(s.output()) + "\n";

@@ -19,6 +19,7 @@ public:
         std::string plugin;
         std::string input;
         std::vector<std::string> sets;
+        std::vector<std::string> renderOptions;  // further render arguments, passed as they are
         std::string partition, time, memory;
         std::vector<std::string> sbatchArgs;  // passed to sbatch as they are
     };

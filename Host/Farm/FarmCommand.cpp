@@ -58,6 +58,9 @@ FarmCommand::FarmCommand(CLI::App& app) : mPlugin(Bundle::besideExecutable()) {
     mSubmit->add_option("--set", mSets, "NAME=VALUE: a parameter by name (any case) or index");
     mSubmit->add_option("--frames", mFrames,
                         "The frames: 1001-1100, 1-100x5, 1-10,20 (default: all on disk)");
+    mSubmit->add_option("--png-compression", mPngCompression, "As render's: zlib level of PNG output, 0 to 9")
+        ->check(CLI::Range(0, 9));
+    mSubmit->add_flag("--strict-depth", mStrictDepth, "As render's: refuse inputs deeper than 8 bits");
     mSubmit->add_option("--chunk", mChunk, "Frames a task renders")->required()->check(CLI::PositiveNumber);
     mSubmit->add_option("--partition", mPartition, "Slurm partition");
     mSubmit->add_option("--time", mTime, "Time limit of a task, as sbatch takes it");
@@ -113,8 +116,11 @@ int FarmCommand::submit() {
     }
     if (!std::filesystem::is_regular_file(mPlugin))
         throw JobError(1, "no effect bundle at '" + mPlugin + "'");
-    const BatchScript script(
-        sequence, {thisProgram(), absolute(mPlugin), input, mSets, mPartition, mTime, mMemory, mSbatchArgs});
+    std::vector<std::string> renderOptions;
+    if (mPngCompression >= 0) renderOptions = {"--png-compression", std::to_string(mPngCompression)};
+    if (mStrictDepth) renderOptions.push_back("--strict-depth");
+    const BatchScript script(sequence, {thisProgram(), absolute(mPlugin), input, mSets, renderOptions, mPartition,
+                                        mTime, mMemory, mSbatchArgs});
     size_t toRender = 0;
     for (int chunk : chunks.frames()) toRender += sequence.missing(sequence.chunks()[chunk - 1]).size();
     const std::string what = "chunks " + chunks.text() + " of " + std::to_string(sequence.chunks().size()) +

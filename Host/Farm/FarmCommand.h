@@ -33,6 +33,8 @@ private:
     std::string mPlugin, mFrames, mInput, mOutput, mJob, mPartition, mTime, mMemory;
     std::vector<std::string> mSets, mSbatchArgs;
     int mChunk = 0;
+    int mPngCompression = -1;
+    bool mStrictDepth = false;
     bool mDryRun = false;
 };
 
