@@ -10,6 +10,8 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <malloc.h>
+
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -128,6 +130,10 @@ int main(int argc, char** argv) {
                                         : fxhost::Console::Level::Normal);
     // fxhost keeps frames on its own threads; the library's pool would only compete with them.
     OIIO::attribute("threads", 1);
+    // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
+    // kept in the heap for the next frame rather than mapped and faulted in anew each time.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 512 << 20);
 
     try {
         if (info->parsed()) {

@@ -119,8 +119,8 @@ int FarmCommand::submit() {
     std::vector<std::string> renderOptions;
     if (mPngCompression >= 0) renderOptions = {"--png-compression", std::to_string(mPngCompression)};
     if (mStrictDepth) renderOptions.push_back("--strict-depth");
-    const BatchScript script(sequence, {thisProgram(), absolute(mPlugin), input, mSets, renderOptions, mPartition,
-                                        mTime, mMemory, mSbatchArgs});
+    const BatchScript script(sequence, {thisProgram(), absolute(mPlugin), input, mSets, renderOptions,
+                                        mPartition, mTime, mMemory, mSbatchArgs});
     size_t toRender = 0;
     for (int chunk : chunks.frames()) toRender += sequence.missing(sequence.chunks()[chunk - 1]).size();
     const std::string what = "chunks " + chunks.text() + " of " + std::to_string(sequence.chunks().size()) +

@@ -71,10 +71,12 @@ DepthLoss ImageReader::read(HostWorld& world, std::vector<float>& extra) {
         const int y1 = std::min(height(), y0 + kStripRows);
         const int fileY0 = mSpec.y + y0, fileY1 = mSpec.y + y1;
         void* strip = bytes ? static_cast<void*>(byteStrip.data()) : floatStrip.data();
-        if (!mInput->read_scanlines(0, 0, fileY0, fileY1, 0, 0, colour,
-                                    bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT, strip) ||
-            (n > 4 && !mInput->read_scanlines(0, 0, fileY0, fileY1, 0, 4, n, OIIO::TypeDesc::FLOAT,
-                                              &extra[static_cast<size_t>(y0) * w * (n - 4)]))) {
+        // 8-bit files are read as stored: the converting read stages a buffer far larger than the strip.
+        const bool read =
+            bytes ? mInput->read_native_scanlines(0, 0, fileY0, fileY1, 0, 0, colour, strip)
+                  : mInput->read_scanlines(0, 0, fileY0, fileY1, 0, 0, colour, OIIO::TypeDesc::FLOAT, strip);
+        if (!read || (n > 4 && !mInput->read_scanlines(0, 0, fileY0, fileY1, 0, 4, n, OIIO::TypeDesc::FLOAT,
+                                                       &extra[static_cast<size_t>(y0) * w * (n - 4)]))) {
             throw readError(mPath, mInput->geterror());
         }
         const auto start = std::chrono::steady_clock::now();

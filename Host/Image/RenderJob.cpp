@@ -67,6 +67,15 @@ std::string depthName(const OIIO::ImageSpec& spec) {
                                                   : std::string(spec.format.c_str());
 }
 
+// --strict-depth: an input deeper than the 8-bit worlds is an image error, not a warning.
+void refuseDeep(const std::string& path, const OIIO::ImageSpec& spec) {
+    if (spec.format != OIIO::TypeDesc::UINT8) {
+        throw JobError(JobError::kImage,
+                       "'" + path + "' is " + depthName(spec) +
+                           "; the effect renders in 8 bits, and --strict-depth refuses to lose the rest");
+    }
+}
+
 // The bundle's own standard output (its driver report) is kept off the host's.
 HostOptions hostOptions() {
     HostOptions options;
@@ -114,12 +123,7 @@ void RenderJob::readFrame(const std::string& path, FrameSlot& slot, double& conv
                                " pixels a side (a GPU whose GL takes "
                                "larger textures can render it)");
         }
-        const bool deeper = reader.spec().format != OIIO::TypeDesc::UINT8;
-        if (deeper && mOptions.strictDepth) {
-            throw JobError(JobError::kImage, "'" + path + "' is " + depthName(reader.spec()) +
-                                                 "; the effect renders in 8 bits, and --strict-depth refuses "
-                                                 "to lose the rest");
-        }
+        if (mOptions.strictDepth) refuseDeep(path, reader.spec());
         ensureWorld(slot.input, reader.width(), reader.height());
         slot.spec = reader.spec();
         slot.loss = reader.read(*slot.input, slot.extra);
@@ -186,6 +190,12 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     const int threads = mOptions.threads > 0
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    if (mOptions.strictDepth) {
+        // Every header first, so that a deep frame late in the list is refused before any is written.
+        for (int frame : frames) {
+            imageStep([&] { refuseDeep(in.name(frame), ImageReader(in.name(frame)).spec()); });
+        }
+    }
     log.begin(total);
     const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
     log.end();
