@@ -143,9 +143,9 @@ TEST_F(Lifecycle, AFailureInsideSetUpOrSetDownGivesTheHostItsStateBack) {
     expectHostStateBack();
     ASSERT_EQ(GLCallSpy::contexts().size(), 1u);
     EGLint unused = 0;
-    EXPECT_EQ(eglQueryContext(host->glContext()->display(), *GLCallSpy::contexts().begin(), EGL_CONFIG_ID,
-                              &unused),
-              static_cast<EGLBoolean>(EGL_FALSE));
+    EXPECT_EQ(
+        eglQueryContext(host->glContext()->display(), *GLCallSpy::contexts().begin(), EGL_CONFIG_ID, &unused),
+        static_cast<EGLBoolean>(EGL_FALSE));
 
     setUpWithWatch();
     expectGoodFrame();

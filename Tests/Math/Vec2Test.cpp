@@ -55,24 +55,6 @@ TEST(Vec2, CollinearAndOrthogonalAreRelative) {
     EXPECT_TRUE(Vec2(1e6, 0.0).isCollinear(Vec2(1e6, 1e-7)));
 }
 
-TEST(Vec2, MinMaxTiesNaNAndSigns) {
-    // +0 and -0 tie: getMin keeps its own, getMax takes the argument's. A NaN likewise.
-    Vec2 tieMin(0.0, 1.0), tieMax(0.0, 1.0);
-    tieMin.getMin(Vec2(-0.0, kNaN));
-    tieMax.getMax(Vec2(-0.0, kNaN));
-    EXPECT_FALSE(std::signbit(tieMin.x));
-    EXPECT_EQ(tieMin.y, 1.0);
-    EXPECT_TRUE(std::signbit(tieMax.x));
-    EXPECT_TRUE(std::isnan(tieMax.y));
-    // Zero counts as not positive on both sides.
-    Vec2 s(2.0, -3.0), z(-1.0, 0.0);
-    s.followSigns(Vec2(-1.0, 5.0));
-    z.followSigns(Vec2(0.0, 1.0));
-    expectVec(s, -2.0, 3.0);
-    EXPECT_EQ(z.x, -1.0);
-    EXPECT_TRUE(std::signbit(z.y));
-}
-
 TEST(Vec2, RotationUsesTheFourteenDigitFactor) {
     Vec2 v(1.0, 0.0);
     v.rotate(90.0);
@@ -162,19 +144,4 @@ TEST(Vec2, IntersectCodes) {
     EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1e-7, 0), Vec2(5e-8, -1e-7), Vec2(5e-8, 1e-7), out, nullptr,
                               nullptr),
               Coincident);
-}
-
-TEST(Vec2, AnchoringDirections) {
-    const Vec2 a(1.0, 0.0), b(0.0, 0.0);
-    Vec2 v(1.0, 0.0);  // already points from b towards a
-    EXPECT_TRUE(Vec2::anchorOutwardD(v, a, b));
-    EXPECT_FALSE(Vec2::anchorOutward(v, a, b));
-    expectVec(v, 1.0, 0.0);
-    EXPECT_TRUE(Vec2::anchorInward(v, a, b));
-    expectVec(v, -1.0, 0.0);
-    // Perpendicular (s exactly 0): outward reverses, inward keeps.
-    Vec2 p(0.0, 1.0);
-    EXPECT_FALSE(Vec2::anchorInward(p, a, b));
-    EXPECT_TRUE(Vec2::anchorOutward(p, a, b, false));
-    expectVec(p, 0.0, -1.0);
 }

@@ -69,7 +69,8 @@ private:
             ++s.calls;
             const EGLContext current = eglGetCurrentContext();
             s.contexts.insert(current);
-            if (current == EGL_NO_CONTEXT || s.forbidden.count(current)) s.names.insert(call.function->name());
+            if (current == EGL_NO_CONTEXT || s.forbidden.count(current))
+                s.names.insert(call.function->name());
             if (s.calls == s.throwAt) {
                 s.recording = false;
                 s.thrower();
