@@ -80,20 +80,6 @@ TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBe
     EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
 }
 
-TEST_F(ShaderTest, ALinkErrorPrintsProgramErrorAndLeavesNothingBehind) {
-    // Compiles, but a stage without main doesn't link.
-    const char* unmatched = "#version 330\nout vec4 colourOut; void helper() { colourOut = vec4(1.0); }";
-    const std::set<GLuint> before = liveShaderAndProgramNames();
-    OpenglShader shader(kVertex, unmatched);
-    testing::internal::CaptureStdout();
-    shader.useProgram();
-    const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(printed.rfind("Program error:\n", 0), 0u) << printed;
-    EXPECT_GT(printed.size(), std::string("Program error:\n\n").size());
-    EXPECT_EQ(shader.program(), 0u);
-    EXPECT_EQ(liveShaderAndProgramNames(), before);
-}
-
 TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared) {
     AEOpenglMainFrameBuffer* frame = AEOpenglMainFrameBuffer::mainFrameBuffer();
     frame->prepare(4, 2, true);

@@ -89,40 +89,6 @@ TEST(Mat4, InverseAndDeterminant) {
     EXPECT_TRUE(zero == Mat4());
 }
 
-TEST(Mat4, Projections) {
-    // fovy a quarter turn, so f = 1; the near plane maps to -1 and the far to 1.
-    Mat4 p;
-    p.setPerspective(M_PI / 2, 2.0, 1.0, 3.0);
-    expectVec(p.multAndProject(Vec3(2.0, 1.0, -1.0)), 1.0, 1.0, -1.0);
-    expectVec(p.multAndProject(Vec3(0.0, 0.0, -3.0)), 0.0, 0.0, 1.0);
-    expectVec(p * Vec3(0.0, 3.0, -3.0), 0.0, 3.0, 3.0);  // no divide by w = 3
-
-    // A 1920 x 1080 screen with top 0: its top left corner maps to (-1, 1).
-    Mat4 o;
-    o.setOrtho(0.0, 1920.0, 0.0, 1080.0, -1.0, 1.0);
-    expectVec(o * Vec3(0.0, 0.0, 0.0), -1.0, 1.0, 0.0);
-    expectVec(o * Vec3(1920.0, 1080.0, 1.0), 1.0, -1.0, -1.0);
-    Mat4 f;  // bottom before top here: the near corner (1, 2) maps to (1, 1)
-    f.setFrustum(-1.0, 1.0, -2.0, 2.0, 1.0, 3.0);
-    expectVec(f.multAndProject(Vec3(1.0, 2.0, -1.0)), 1.0, 1.0, -1.0);
-}
-
-TEST(Mat4, LookAtWritesOnlyTheBasis) {
-    Mat4 m;
-    for (int i = 0; i < 16; ++i) m.e[i] = 100.0 + i;
-    m.setLookAt(0.0, 5.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
-    for (int i : {3, 7, 11, 12, 13, 14, 15}) EXPECT_EQ(m.e[i], 100.0 + i) << i;
-    // Up parallel to the view axis: up x z is zero and x falls back to +x.
-    expectVec(m.getColumn(0).getVec3(), 1.0, 0.0, 0.0);
-    expectVec(m.getColumn(1).getVec3(), 0.0, 0.0, -1.0);
-    expectVec(m.getColumn(2).getVec3(), 0.0, 1.0, 0.0);
-
-    Mat4 fresh(false);
-    fresh.setLookAt(Vec3(1.0, 1.0, 1.0), Vec3(1.0, 1.0, 1.0), Vec3(0.0, 1.0, 0.0));
-    EXPECT_EQ(fresh.e[15], 0.0);
-    expectVec(fresh.getColumn(0).getVec3(), 0.0, 0.0, -1.0);  // z fell back to +x
-}
-
 TEST(Mat4, AnchoredComposeAndDecompose) {
     const Vec3 anchor(10.0, 20.0, 0.0), position(100.0, 200.0, 0.0);
     Mat4 m;

@@ -16,16 +16,6 @@ static void expectQuat(const Quaternion& q, double x, double y, double z, double
     EXPECT_NEAR(q.w, w, tolerance);
 }
 
-TEST(Quaternion, WithDirectionTakesAPerpendicularAxisWhenOpposite) {
-    const double h = std::sqrt(0.5);
-    expectQuat(Quaternion(Vec3(1.0, 0.0, 0.0), Vec3(0.0, 1.0, 0.0)), 0.0, 0.0, h, h, 1e-15);
-    expectQuat(Quaternion(Vec3(0.0, 1.0, 0.0), Vec3(0.0, 1.0, 0.0)), 0.0, 0.0, 0.0, 1.0);
-    expectQuat(Quaternion(Vec3(1.0, 0.0, 0.0), Vec3(-1.0, 0.0, 0.0)), 0.0, 1.0, 0.0, 0.0);
-    expectQuat(Quaternion(Vec3(0.0, 0.0, 1.0), Vec3(0.0, 0.0, -1.0)), 0.0, -1.0, 0.0, 0.0);
-    // |x| equal to |z|: the second form, (0, -z, y).
-    expectQuat(Quaternion(Vec3(0.0, 1.0, 0.0), Vec3(0.0, -1.0, 0.0)), 0.0, 0.0, 1.0, 0.0);
-}
-
 TEST(Quaternion, WithMat4CoversAllFourCases) {
     Mat4 m;
     Quaternion q;

@@ -91,29 +91,6 @@ TEST(Vec2, AnglesAndQuadrants) {
     EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(1.0, 1.0), Vec2(1.0, -1.0)));
 }
 
-TEST(Vec2, ProjectionLinesAndFrames) {
-    expectVec(Vec2(2.0, 3.0).project(Vec2()), 0.0, 0.0);
-    expectVec(Vec2(2.0, 3.0).project(Vec2(1.0, 1.0)), 2.5, 2.5);
-    // The infinite line, with no clamp to the segment.
-    EXPECT_EQ(Vec2(5.0, 3.0).distanceToLine(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 3.0);
-    EXPECT_EQ(Vec2(-4.0, 3.0).lineProjectionLength(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 4.0);
-    EXPECT_TRUE(std::isnan(Vec2(1.0, 1.0).distanceToLine(Vec2(2.0, 2.0), Vec2(2.0, 2.0))));
-
-    const Vec2 a(0.0, 0.0), b(1.0, 0.0);
-    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(5.0, 1.0), Vec2(5.0, -1.0)));
-    // A point on the line counts with the negative side.
-    EXPECT_FALSE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, -1.0)));
-    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, 1.0)));
-
-    const Vec2 size(100.0, 50.0);
-    expectVec(Vec2::centerToTopLefetPoint(Vec2(10.0, 10.0), size), 60.0, 15.0);
-    expectVec(Vec2::topLeftToCenterPoint(Vec2(60.0, 15.0), size), 10.0, 10.0);
-    expectVec(Vec2(-7.0, 7.0) % Vec2(3.0, -3.0), -1.0, 1.0);
-    Vec2 f(4.0, 5.0);
-    f.fromArray(nullptr, 0);
-    expectVec(f, 4.0, 5.0);
-}
-
 TEST(Vec2, IntersectCodes) {
     Vec2 out;
     double t = 42.0, u = 42.0;

@@ -54,30 +54,6 @@ TEST(Vec3, LargestComponentAndOrtho) {
     EXPECT_NEAR(c.dot(o), 0.0, 1e-15);
 }
 
-TEST(Vec3, MatrixTransforms) {
-    Mat4 m;  // x' = x + 2y + 10, y' = y + 20, z' = z + 30; the bottom row is ignored
-    m.e[4] = 2.0;
-    m.e[12] = 10.0, m.e[13] = 20.0, m.e[14] = 30.0;
-    m.e[3] = 5.0, m.e[15] = 7.0;
-    Vec3 p(1.0, 1.0, 1.0);
-    p.applyMatrix4(m);
-    expectVec(p, 13.0, 21.0, 31.0);
-
-    Mat4 proj;  // w = -z
-    proj.e[11] = -1.0, proj.e[15] = 0.0;
-    Vec3 q(2.0, 4.0, -2.0);
-    q.applyProjection(proj);
-    expectVec(q, 1.0, 2.0, -1.0);
-
-    Mat4 s;  // scale x by 3, translate
-    s.e[0] = 3.0, s.e[12] = 5.0;
-    Vec3 d(0.0, 4.0, 0.0), collapsed(0.0, 4.0, 0.0);
-    d.transformDirection(s);
-    expectVec(d, 0.0, 1.0, 0.0);
-    collapsed.transformDirection(Mat4(false));
-    expectVec(collapsed, 1.0, 0.0, 0.0);
-}
-
 TEST(Vec3, QuaternionRotation) {
     const double h = std::sqrt(0.5);
     Vec3 v(1.0, 0.0, 0.0), w(0.0, 0.0, 2.0), s(1.0, 2.0, 3.0);
