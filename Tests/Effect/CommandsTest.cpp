@@ -37,6 +37,7 @@ TEST_F(HostFixture, GlobalSetupDeclaresVersionAndOnlySmartRender) {
 
 TEST_F(HostFixture, ParamsSetupRegistersBothSlidersFieldByField) {
     setUpEffect();
+    ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);  // a second set-up registers the same two again
     EXPECT_EQ(host->outData().num_params, 3);
     const auto& params = host->params();
     ASSERT_EQ(params.size(), 3u);
