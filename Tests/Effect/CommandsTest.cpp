@@ -37,6 +37,7 @@ TEST_F(HostFixture, GlobalSetupDeclaresVersionAndOnlySmartRender) {
 
 TEST_F(HostFixture, ParamsSetupRegistersBothSlidersFieldByField) {
     setUpEffect();
+    ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);  // a second set-up registers the same two again
     EXPECT_EQ(host->outData().num_params, 3);
     const auto& params = host->params();
     ASSERT_EQ(params.size(), 3u);
@@ -63,11 +64,7 @@ TEST_F(HostFixture, ParamsSetupRegistersBothSlidersFieldByField) {
         want.u.fs_d.precision = expected[i].precision;
         want.u.fs_d.curve_tolerance = 0.05f;
         EXPECT_STREQ(p.name, expected[i].name);
-        EXPECT_EQ(p.u.fs_d.valid_min, 0.0f);
-        EXPECT_EQ(p.u.fs_d.valid_max, expected[i].max);
-        EXPECT_EQ(p.u.fs_d.dephault, static_cast<float>(expected[i].value));
-        EXPECT_EQ(p.u.fs_d.precision, expected[i].precision);
-        EXPECT_EQ(std::memcmp(&p, &want, sizeof want), 0) << "a field beyond the table is not zero";
+        EXPECT_EQ(std::memcmp(&p, &want, sizeof want), 0) << "a field differs from the table";
     }
 }
 

@@ -3,11 +3,15 @@
 // written outside a buffer.
 #include <gtest/gtest.h>
 
+#include <EGL/egl.h>
+#include <GLES2/gl2.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "EffectHost.h"
@@ -116,6 +120,28 @@ TEST_F(BadWorld, SizesBeyondWhatCanBeAllocatedAreAnErrorWithTheOutputAlone) {
         EXPECT_EQ(err, PF_Err_BAD_CALLBACK_PARAM);
         EXPECT_EQ(output.pixelBytes(), marked);
         EXPECT_EQ(host->suites().calls(fxhost::Callback::NewHandle), 0);
+    }
+}
+
+// The largest side the driver takes renders; one pixel more, on input or output, is refused.
+TEST_F(BadWorld, OnePixelWiderThanTheDriversTexturesIsRefused) {
+    GLint largest = 0;
+    reinterpret_cast<void (*)(GLenum, GLint*)>(eglGetProcAddress("glGetIntegerv"))(GL_MAX_TEXTURE_SIZE,
+                                                                                   &largest);
+    ASSERT_GT(largest, 0);
+    const std::pair<int, int> extras[] = {{0, 0}, {1, 0}, {0, 1}};  // pixels beyond it, input and output
+    for (const auto& extra : extras) {
+        SCOPED_TRACE(testing::Message() << extra.first << ", " << extra.second);
+        HostWorld input(largest + extra.first, 1, Depth::Eight),
+            output(largest + extra.second, 1, Depth::Eight);
+        output.fill(kMark);
+        const std::vector<uint8_t> marked = output.pixelBytes();
+        const bool refused = extra.first + extra.second > 0;
+        EXPECT_EQ(host->smartRender(&input, &output), refused ? PF_Err_BAD_CALLBACK_PARAM : PF_Err_NONE);
+        if (refused) {
+            EXPECT_EQ(output.pixelBytes(), marked);
+        }
+        EXPECT_TRUE(output.guardsIntact());
     }
 }
 

@@ -4,32 +4,43 @@
 #include <thread>
 
 #include "AEOpenGLContextManager.h"
+#include "FailingAllocation.h"
 #include "GLFixture.h"
 
 using namespace gl;
 using namespace Ostrivane::GaussianBlur;
 
+// Every form of new and delete is replaced together, so every pair stays matched under
+// AddressSanitizer too.
+thread_local std::size_t tFailAllocationOfSize = 0;
+
 namespace {
 
-// Fails the next allocation of the size of a context on this thread, to make the construction of
-// a render context throw inside the manager's lock. The plain and nothrow forms of new and
-// the forms of delete that free them are replaced together, so every pair stays matched
-// under AddressSanitizer too (the array forms go through the runtime's own pair).
-thread_local bool tFailNextContextAllocation = false;
+void* allocate(std::size_t size) {
+    if (tFailAllocationOfSize != 0 && size == tFailAllocationOfSize) {
+        tFailAllocationOfSize = 0;
+        return nullptr;
+    }
+    return std::malloc(size == 0 ? 1 : size);
+}
 
 }  // namespace
 
 void* operator new(std::size_t size) {
-    if (tFailNextContextAllocation && size == sizeof(AEOpenGLContext)) {
-        tFailNextContextAllocation = false;
-        throw std::bad_alloc();
-    }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    if (void* memory = allocate(size)) return memory;
     throw std::bad_alloc();
 }
 
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size == 0 ? 1 : size);
+    return allocate(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
 }
 
 // The compiler takes these for a free() of memory from the standard operator new; here
@@ -45,6 +56,14 @@ void operator delete(void* memory, std::size_t) noexcept {
 }
 
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 #pragma GCC diagnostic pop
@@ -139,9 +158,9 @@ TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne) {
 }
 
 TEST_F(ContextManagerTest, AFailedCreationLeavesTheLockFreeAndNoEntry) {
-    tFailNextContextAllocation = true;
+    tFailAllocationOfSize = sizeof(AEOpenGLContext);
     EXPECT_THROW(AEOpenGLContextManager::getCurrentRenderContext(), std::bad_alloc);
-    EXPECT_FALSE(tFailNextContextAllocation);
+    EXPECT_EQ(tFailAllocationOfSize, 0u);
 
     // Another thread would block for good on a lock left taken.
     std::atomic<bool> otherGotOne(false);

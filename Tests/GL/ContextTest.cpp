@@ -114,31 +114,6 @@ TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack) {
     EXPECT_EQ(EGLPlatform::currentContext(), mHost);
 }
 
-TEST_F(SavedContextTest, WithNoContextAtTheStartThePluginContextStaysCurrent) {
-    EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
-    {
-        SaveRestoreGLContextEGL saved;
-        GLFixture::context()->makeContextCurrent();
-        saved.restore();
-    }
-    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
-}
-
-TEST_F(SavedContextTest, AnIncompleteFrameBufferInTheOutgoingContextDoesNotStopTheSwitch) {
-    EGLPlatform::makeCurrent(mHost);
-    SaveRestoreGLContextEGL saved;
-    GLFixture::context()->makeContextCurrent();
-    GLuint framebuffer = 0;
-    glGenFramebuffers(1, &framebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    ASSERT_NE(glCheckFramebufferStatus(GL_FRAMEBUFFER), GL_FRAMEBUFFER_COMPLETE);
-    saved.restore();
-    EXPECT_EQ(EGLPlatform::currentContext(), mHost);
-    GLFixture::context()->makeContextCurrent();
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    glDeleteFramebuffers(1, &framebuffer);
-}
-
 TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
     int notAContext = 0;
     const auto create = refusal([&] { EGLPlatform::createContext(&notAContext); });

@@ -86,31 +86,6 @@ TEST_F(MainFrameBufferTest, AFrameComesBackUnchangedInBothModes) {
     expectFrame(renderFrame(3, 2, false, hostFrame(0.3f)), hostFrame(0.3f));
 }
 
-TEST_F(MainFrameBufferTest, SamplesAreClampedToWhatTheDriverAllows) {
-    mFrame->destory();
-    mFrame->prepare(4, 4, true);
-    mFrame->beginDrawing();
-    // Storage that the driver refused would show as a renderbuffer of width 0.
-    EXPECT_EQ(colourRenderbufferParameter(GL_RENDERBUFFER_WIDTH), 4);
-    GLint maxSamples = 0;
-    glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
-    const GLint samples = colourRenderbufferParameter(GL_RENDERBUFFER_SAMPLES);
-    EXPECT_GE(samples, std::min(8, static_cast<int>(maxSamples)));
-    EXPECT_LE(samples, maxSamples);
-    EXPECT_GT(samples, 0);
-
-    // A stencil level gets the same count, or the frame buffer would be incomplete.
-    clearErrors();
-    mFrame->pushRenderContext(false, true);
-    EXPECT_EQ(attachmentParameter(GL_STENCIL_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE),
-              static_cast<GLint>(GL_RENDERBUFFER));
-    EXPECT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), GL_FRAMEBUFFER_COMPLETE);
-    EXPECT_EQ(glGetError(), GL_NO_ERROR);
-    const GLuint upper = mFrame->popRenderContext();
-    glDeleteTextures(1, &upper);
-    mFrame->endDrawing(1.0f);
-}
-
 TEST_F(MainFrameBufferTest, APopResolvesTheUpperLevelAndTheLowerOneKeepsItsPixels) {
     for (bool multisample : {true, false}) {
         SCOPED_TRACE(multisample ? "multisampled" : "plain");
@@ -185,25 +160,6 @@ TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsA
     expectFrame(renderFrame(3, 2, true, hostFrame(0.9f)), hostFrame(0.9f));
     // The thread's frame buffers ended with its context; forget them.
     mFrame->destory();
-}
-
-// The last level's storage is kept for the next frame, yet a pop leaves the context as a deletion
-// would, and a level reused with the last frame's pixels still starts transparent black.
-TEST_F(MainFrameBufferTest, ALevelKeptForTheNextFrameIsUnboundDetachedAndClearedAgain) {
-    mFrame->destory();
-    expectFrame(renderFrame(3, 2, true, hostFrame(0.9f)), hostFrame(0.9f));
-    mFrame->prepare(3, 2, true);
-    mFrame->beginDrawing();
-    const GLuint texture = mFrame->popRenderContext();
-    GLint bound = -1;
-    glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
-    EXPECT_EQ(bound, 0);
-    GLint attached = -1;
-    glGetFramebufferAttachmentParameteriv(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
-                                          GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE, &attached);
-    EXPECT_EQ(attached, static_cast<GLint>(GL_NONE));
-    const std::vector<float> texels = takeTexels(texture, 3, 2);
-    EXPECT_EQ(*std::max_element(texels.begin(), texels.end()), 0.0f);
 }
 
 }  // namespace

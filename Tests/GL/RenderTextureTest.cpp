@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "AEOpenglMainFrameBuffer.h"
+#include "FailingAllocation.h"
 #include "GLFixture.h"
 
 using namespace gl;
@@ -65,6 +66,23 @@ TEST_F(RenderTextureTest, FormatsSizesAndFiltersFollowTheTable) {
     EXPECT_EQ(mFrame->createRenderTexture(Vec2(-1.0, 4.0), false), 0u);
     EXPECT_EQ(mFrame->createFloatRenderTexture(Vec2(4.0, std::nan("")), false, false), 0u);
     EXPECT_EQ(mFrame->createFloatRenderTexture(Vec2(1e9, 1e9), true, false), 0u);
+}
+
+TEST_F(RenderTextureTest, AZeroBufferThatCannotBeHadThrows4AndLeavesNoTexture) {
+    GLuint probe = 0;  // the names a leaked texture would take
+    glGenTextures(1, &probe);
+    glDeleteTextures(1, &probe);
+    tFailAllocationOfSize = 37 * 3 * 4;
+    int thrown = 0;
+    try {
+        mFrame->createRenderTexture(Vec2(37.0, 3.0), false);
+    } catch (int code) {
+        thrown = code;
+    }
+    tFailAllocationOfSize = 0;
+    EXPECT_EQ(thrown, 4);
+    for (GLuint name = probe; name < probe + 4; ++name) EXPECT_FALSE(glIsTexture(name)) << name;
+    EXPECT_EQ(get(GL_TEXTURE_BINDING_2D), 0);
 }
 
 TEST_F(RenderTextureTest, ANormalContextClearsTheTextureAndTakesTheDraw) {

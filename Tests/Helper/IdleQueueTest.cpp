@@ -101,19 +101,6 @@ TEST(IdleQueue, ThrowingTaskIsRemovedAndQueueStaysUsable) {
     EXPECT_EQ(thrown, 1);
 }
 
-TEST(IdleQueue, EmptyFunctionIsATaskThatThrowsBadFunctionCall) {
-    IdleQueue queue;
-    queue.async(std::function<void()>());
-    EXPECT_TRUE(queue.hasTask());
-    RunBounded(
-        [&] {
-            EXPECT_THROW(queue.updateQueue(), std::bad_function_call);
-            EXPECT_FALSE(queue.hasTask());
-            expectStillUsable(queue);
-        },
-        "the queue after an empty function");
-}
-
 TEST(IdleQueue, FailedCopyInAsyncLeavesQueueUnchangedAndUnlocked) {
     IdleQueue queue;
     ThrowsOnCopy callable(0);
@@ -125,17 +112,6 @@ TEST(IdleQueue, FailedCopyInAsyncLeavesQueueUnchangedAndUnlocked) {
             expectStillUsable(queue);
         },
         "the queue after a failed copy");
-}
-
-TEST(IdleQueue, TaskWhoseCopyThrowsStillRunsOnceQueued) {
-    // One copy allowed: the one into the queue. Taking it out must not copy again.
-    IdleQueue queue;
-    ThrowsOnCopy callable(1);
-    std::shared_ptr<int> copiesLeft = callable.copiesLeft;
-    queue.async(std::function<void()>(std::move(callable)));
-    RunBounded([&] { EXPECT_NO_THROW(queue.updateQueue()); }, "taking out a task");
-    EXPECT_FALSE(queue.hasTask());
-    EXPECT_EQ(*copiesLeft, 0);
 }
 
 TEST(IdleQueue, ClearAndDestructorDropTasksWithoutRunning) {

@@ -87,31 +87,10 @@ TEST_F(ScriptHelperTest, MissingSuiteThrows13AndReleasesWhatWasAcquired) {
     EXPECT_TRUE(mScripts.empty());
 }
 
-TEST_F(ScriptHelperTest, NoBasicSuiteOrEmptyTablesCountAsMissing) {
-    EXPECT_EQ(ThrownCode([] { ScriptHelper::RunSriptAndGetStringResult(nullptr, "x"); }), 13);
-
-    mPlan.nullTableSuites = {"AEGP Memory Suite"};
-    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-    EXPECT_EQ(mSuites.released("AEGP Utility Suite"), 1);
-    mPlan.nullTableSuites = {"AEGP Utility Suite"};
-    EXPECT_EQ(ThrownCode([&] { run("x"); }), 13);
-    EXPECT_TRUE(mScripts.empty());
-}
-
 TEST(ScriptHelper, TrimRemovesLeadingAndTrailingWhiteSpaceOnly) {
     EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("  two words\n"), "two words");
     EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\t\v\f\r x"), "x");
     EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("x"), "x");
     EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(""), "");
     EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \t\n\v\f\r"), "");
-}
-
-TEST(ScriptHelper, TrimLeavesBytesAbove127InTheCLocale) {
-    ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
-    // A UTF-8 no-break space and a Latin-1 one are not white space byte by byte here.
-    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces("\xC2\xA0"
-                                                  "a \xA0"),
-              "\xC2\xA0"
-              "a \xA0");
-    EXPECT_EQ(ScriptHelper::TrimStringWhiteSpaces(" \xFF "), "\xFF");
 }

@@ -82,27 +82,6 @@ TEST(Semaphore, ReleasesLastArrivalFirst) {
     EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
 }
 
-TEST(Semaphore, SignalAllReleasesExactlyTheBlockedThreadsAndBanksNothing) {
-    Semaphore semaphore(0);
-    {
-        Waiters waiters(semaphore);
-        for (int i = 0; i < 3; ++i) waiters.addBlocked();
-        semaphore.signalAll();
-        waiters.waitForReleased(3);
-    }
-    EXPECT_EQ(semaphore.waiters(), 0);
-
-    // Had signalAll added to the count, these would get through instead of
-    // blocking, and addBlocked would never see them counted.
-    semaphore.signalAll();
-    Waiters later(semaphore);
-    later.addBlocked();
-    later.addBlocked();
-    EXPECT_TRUE(later.released().empty());
-    semaphore.signal(2);
-    later.waitForReleased(2);
-}
-
 TEST(Semaphore, SignalOfThreeReleasesTheThreeLatestAndBanksTheRest) {
     Semaphore semaphore(0);
     {

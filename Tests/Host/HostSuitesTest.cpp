@@ -62,14 +62,6 @@ TEST_F(HostSuitesTest, FaultOnSecondCallFailsThatCallOnly) {
     EXPECT_EQ(suites.liveHandles(), 0);
 }
 
-TEST_F(HostSuitesTest, ParamIndexLimitsACheckoutFaultToThatParameter) {
-    plan.faults.push_back(Fault{Callback::CheckoutParam, PF_Err_OUT_OF_MEMORY, 0, 2});
-    EXPECT_EQ(suites.injected(Callback::CheckoutParam, 1), PF_Err_NONE);
-    EXPECT_EQ(suites.injected(Callback::CheckoutParam, 2), PF_Err_OUT_OF_MEMORY);
-    EXPECT_EQ(suites.injected(Callback::CheckoutParam, 3), PF_Err_NONE);
-    EXPECT_EQ(suites.injected(Callback::CheckinParam, 2), PF_Err_NONE);
-}
-
 TEST_F(HostSuitesTest, IterateVisitsEachPixelOfTheOverlapOnce) {
     const auto* suite = acquire<PF_iterateFloatSuite1>(kPFIterateFloatSuite, kPFIterateFloatSuiteVersion1);
     HostWorld src(5, 2, Depth::Float), dst(3, 4, Depth::Float);

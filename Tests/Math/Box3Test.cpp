@@ -25,22 +25,13 @@ void expectEmptyState(const Box3& box) {
 
 }  // namespace
 
-TEST(Box3, GrowingTheEmptyStateKeepsItsTinyMax) {
+TEST(Box3, GrowsFromPointsAndStartsEmptyWithout) {
+    Vec3 points[] = {Vec3(-1.0, 5.0, -3.0), Vec3(-4.0, -5.0, 6.0), Vec3(0.0, 0.0, 0.0)};
     Box3 box;
-    expectEmptyState(box);
     EXPECT_TRUE(box.isEmpty());
-    box.expandByPoint(Vec3(-1.0, -2.0, -3.0));
-    expectVec(box.min, -1.0, -2.0, -3.0);
-    expectVec(box.max, kTinyMax, kTinyMax, kTinyMax);
-
-    float values[] = {-1.0f, -2.0f, -3.0f, -4.0f, -5.0f, -6.0f};
-    box.setFromArray(values, 6);
-    expectVec(box.max, kTinyMax, kTinyMax, kTinyMax);
-    // From points the box starts at the first point instead.
-    Vec3 points[] = {Vec3(-1.0, -2.0, -3.0), Vec3(-4.0, -5.0, -6.0)};
-    box.setFromPoints(points, 2);
-    expectVec(box.min, -4.0, -5.0, -6.0);
-    expectVec(box.max, -1.0, -2.0, -3.0);
+    box.setFromPoints(points, 3);
+    expectVec(box.min, -4.0, -5.0, -3.0);
+    expectVec(box.max, 0.0, 5.0, 6.0);
     box.setFromPoints(nullptr, 3);
     expectEmptyState(box);
 }

@@ -58,37 +58,3 @@ TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns) {
         expectAngles(e, expected[order][0], expected[order][1], expected[order][2], 1e-12);
     }
 }
-
-TEST(Euler, GimbalThresholdAndClamp) {
-    // Order 1 reads y from m13; the gimbal branch takes x from m32, m22 and zeroes z, the
-    // regular one would give x = atan2(-m23, m33) = 0 and z = atan2(-m12, m11) = pi/2.
-    const double limit = static_cast<double>(0.999999f);
-    Mat4 m(false);
-    m.e[6] = 0.6, m.e[5] = 0.8;    // m32, m22
-    m.e[10] = 1.0, m.e[4] = -1.0;  // m33, m12
-    Euler e;
-    m.e[8] = limit;
-    e.setWithMat4(m, XYZ);
-    expectAngles(e, std::asin(0.6), std::asin(limit), 0.0, 1e-15);
-    m.e[8] = std::nextafter(limit, 0.0);
-    e.setWithMat4(m, XYZ);
-    expectAngles(e, 0.0, std::asin(m.e[8]), M_PI / 2, 1e-15);
-    m.e[8] = 1.5;
-    e.setWithMat4(m, XYZ);
-    expectAngles(e, std::asin(0.6), M_PI / 2, 0.0, 1e-15);
-}
-
-TEST(Euler, UnspecifiedAndUnknownOrders) {
-    EXPECT_EQ(Euler(1.0, 2.0, 3.0, Unspecified).order, Unspecified);
-    Euler e(0.0, 0.0, 0.0, ZYX);
-    e.set(1.0, 2.0, 3.0, Unspecified);
-    EXPECT_TRUE(e == Euler(1.0, 2.0, 3.0, ZYX));
-    // Unspecified reads in the object's own order, and keeps it.
-    e.setWithMat4(composed(0.1, 0.2, 0.3, ZYX), Unspecified);
-    EXPECT_TRUE(e == Euler(0.1, -0.2, 0.3, ZYX));
-    e.setWithMat4(Mat4(), RotationOrder(7));
-    EXPECT_EQ(e.order, 7);
-    expectAngles(e, 0.1, -0.2, 0.3, 1e-12);
-    EXPECT_TRUE(Euler(0.0, 0.0, 1e-12, XYZ) == Euler());  // within tolerance, unlike Quaternion
-    EXPECT_FALSE(Euler(0.0, 0.0, 0.0, YZX) == Euler());
-}

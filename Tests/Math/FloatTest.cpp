@@ -22,13 +22,6 @@ TEST(Float, ConstantsAreTheExactDoubles) {
     EXPECT_NEAR(M_PI - degreesToRadians(180.0), 5.28e-14, 0.01e-14);
 }
 
-TEST(Float, ClampTestsTheLowBoundFirst) {
-    EXPECT_EQ(clampValue(0.5, 0.0, 1.0), 0.5);
-    EXPECT_EQ(clampValue(-1.0, 10.0, 0.0), 10.0);
-    EXPECT_EQ(clampValue(5.0, 10.0, 0.0), 10.0);
-    EXPECT_EQ(clampValue(20.0, 10.0, 0.0), 0.0);
-}
-
 TEST(Float, CyclicDifferenceRemovesOnePeriodAtMost) {
     EXPECT_EQ(cyclicDifference(350.0, 10.0, 360.0), -20.0);
     EXPECT_EQ(cyclicDifference(10.0, 350.0, 360.0), 20.0);

@@ -89,46 +89,6 @@ TEST(Mat4, InverseAndDeterminant) {
     EXPECT_TRUE(zero == Mat4());
 }
 
-TEST(Mat4, Projections) {
-    // fovy a quarter turn, so f = 1; the near plane maps to -1 and the far to 1.
-    Mat4 p;
-    p.setPerspective(M_PI / 2, 2.0, 1.0, 3.0);
-    expectVec(p.multAndProject(Vec3(2.0, 1.0, -1.0)), 1.0, 1.0, -1.0);
-    expectVec(p.multAndProject(Vec3(0.0, 0.0, -3.0)), 0.0, 0.0, 1.0);
-    expectVec(p * Vec3(0.0, 3.0, -3.0), 0.0, 3.0, 3.0);  // no divide by w = 3
-
-    // A 1920 x 1080 screen with top 0: its top left corner maps to (-1, 1).
-    Mat4 o;
-    o.setOrtho(0.0, 1920.0, 0.0, 1080.0, -1.0, 1.0);
-    expectVec(o * Vec3(0.0, 0.0, 0.0), -1.0, 1.0, 0.0);
-    expectVec(o * Vec3(1920.0, 1080.0, 1.0), 1.0, -1.0, -1.0);
-    Mat4 f;  // bottom before top here: the near corner (1, 2) maps to (1, 1)
-    f.setFrustum(-1.0, 1.0, -2.0, 2.0, 1.0, 3.0);
-    expectVec(f.multAndProject(Vec3(1.0, 2.0, -1.0)), 1.0, 1.0, -1.0);
-}
-
-TEST(Mat4, LookAtWritesOnlyTheBasis) {
-    Mat4 m;
-    for (int i = 0; i < 16; ++i) m.e[i] = 100.0 + i;
-    m.setLookAt(0.0, 5.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
-    for (int i : {3, 7, 11, 12, 13, 14, 15}) EXPECT_EQ(m.e[i], 100.0 + i) << i;
-    // Up parallel to the view axis: up x z is zero and x falls back to +x.
-    expectVec(m.getColumn(0).getVec3(), 1.0, 0.0, 0.0);
-    expectVec(m.getColumn(1).getVec3(), 0.0, 0.0, -1.0);
-    expectVec(m.getColumn(2).getVec3(), 0.0, 1.0, 0.0);
-
-    Mat4 fresh(false);
-    fresh.setLookAt(Vec3(1.0, 1.0, 1.0), Vec3(1.0, 1.0, 1.0), Vec3(0.0, 1.0, 0.0));
-    EXPECT_EQ(fresh.e[15], 0.0);
-    expectVec(fresh.getColumn(0).getVec3(), 0.0, 0.0, -1.0);  // z fell back to +x
-
-    // So long an up vector that up x z overflows and normalises to zero: z is nudged by
-    // the single-precision 0.0001.
-    Mat4 huge;
-    huge.setLookAt(Vec3(), Vec3(-1.0, 0.0, 0.0), Vec3(0.0, 1e300, 0.0));
-    EXPECT_EQ(huge.e[10], static_cast<double>(0.0001f));
-}
-
 TEST(Mat4, AnchoredComposeAndDecompose) {
     const Vec3 anchor(10.0, 20.0, 0.0), position(100.0, 200.0, 0.0);
     Mat4 m;
@@ -154,7 +114,7 @@ TEST(Mat4, AnchoredComposeAndDecompose) {
     EXPECT_TRUE(plain == m);
 }
 
-TEST(Mat4, DecomposeMirrorAndZeroScale) {
+TEST(Mat4, DecomposeKeepsAMirror) {
     const Quaternion turn(0.0, std::sin(0.35), 0.0, std::cos(0.35));
     Mat4 m;
     m.compose(Vec3(1.0, 2.0, 3.0), turn, Vec3(2.0, -3.0, 0.5));
@@ -167,19 +127,6 @@ TEST(Mat4, DecomposeMirrorAndZeroScale) {
     Mat4 again;
     again.compose(p, q, s);
     EXPECT_TRUE(again == m);
-
-    Mat4 flat;
-    flat.e[5] = 0.0;
-    flat.decompose(p, q, s);
-    expectVec(s, 1.0, 1e-06, 1.0, 0.0);
-
-    Mat4 collapsed;
-    collapsed.e[0] = collapsed.e[5] = collapsed.e[10] = 0.0;
-    collapsed.e[12] = 7.0;
-    collapsed.decompose(p, q, s);
-    expectVec(p, 7.0, 0.0, 0.0, 0.0);
-    expectVec(s, 1e-06, 1e-06, 1e-06, 0.0);
-    EXPECT_TRUE(q == Quaternion(0.0, 0.0, 0.5, 0.0));
 }
 
 TEST(Mat4, AEToGLConversionAndAffine) {

@@ -55,24 +55,6 @@ TEST(Vec2, CollinearAndOrthogonalAreRelative) {
     EXPECT_TRUE(Vec2(1e6, 0.0).isCollinear(Vec2(1e6, 1e-7)));
 }
 
-TEST(Vec2, MinMaxTiesNaNAndSigns) {
-    // +0 and -0 tie: getMin keeps its own, getMax takes the argument's. A NaN likewise.
-    Vec2 tieMin(0.0, 1.0), tieMax(0.0, 1.0);
-    tieMin.getMin(Vec2(-0.0, kNaN));
-    tieMax.getMax(Vec2(-0.0, kNaN));
-    EXPECT_FALSE(std::signbit(tieMin.x));
-    EXPECT_EQ(tieMin.y, 1.0);
-    EXPECT_TRUE(std::signbit(tieMax.x));
-    EXPECT_TRUE(std::isnan(tieMax.y));
-    // Zero counts as not positive on both sides.
-    Vec2 s(2.0, -3.0), z(-1.0, 0.0);
-    s.followSigns(Vec2(-1.0, 5.0));
-    z.followSigns(Vec2(0.0, 1.0));
-    expectVec(s, -2.0, 3.0);
-    EXPECT_EQ(z.x, -1.0);
-    EXPECT_TRUE(std::signbit(z.y));
-}
-
 TEST(Vec2, RotationUsesTheFourteenDigitFactor) {
     Vec2 v(1.0, 0.0);
     v.rotate(90.0);
@@ -109,29 +91,6 @@ TEST(Vec2, AnglesAndQuadrants) {
     EXPECT_FALSE(Vec2::oppositeQuadrant(Vec2(1.0, 1.0), Vec2(1.0, -1.0)));
 }
 
-TEST(Vec2, ProjectionLinesAndFrames) {
-    expectVec(Vec2(2.0, 3.0).project(Vec2()), 0.0, 0.0);
-    expectVec(Vec2(2.0, 3.0).project(Vec2(1.0, 1.0)), 2.5, 2.5);
-    // The infinite line, with no clamp to the segment.
-    EXPECT_EQ(Vec2(5.0, 3.0).distanceToLine(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 3.0);
-    EXPECT_EQ(Vec2(-4.0, 3.0).lineProjectionLength(Vec2(0.0, 0.0), Vec2(1.0, 0.0)), 4.0);
-    EXPECT_TRUE(std::isnan(Vec2(1.0, 1.0).distanceToLine(Vec2(2.0, 2.0), Vec2(2.0, 2.0))));
-
-    const Vec2 a(0.0, 0.0), b(1.0, 0.0);
-    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(5.0, 1.0), Vec2(5.0, -1.0)));
-    // A point on the line counts with the negative side.
-    EXPECT_FALSE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, -1.0)));
-    EXPECT_TRUE(Vec2::intersecting(a, b, Vec2(0.5, 0.0), Vec2(0.5, 1.0)));
-
-    const Vec2 size(100.0, 50.0);
-    expectVec(Vec2::centerToTopLefetPoint(Vec2(10.0, 10.0), size), 60.0, 15.0);
-    expectVec(Vec2::topLeftToCenterPoint(Vec2(60.0, 15.0), size), 10.0, 10.0);
-    expectVec(Vec2(-7.0, 7.0) % Vec2(3.0, -3.0), -1.0, 1.0);
-    Vec2 f(4.0, 5.0);
-    f.fromArray(nullptr, 0);
-    expectVec(f, 4.0, 5.0);
-}
-
 TEST(Vec2, IntersectCodes) {
     Vec2 out;
     double t = 42.0, u = 42.0;
@@ -162,19 +121,4 @@ TEST(Vec2, IntersectCodes) {
     EXPECT_EQ(Vec2::intersect(Vec2(0, 0), Vec2(1e-7, 0), Vec2(5e-8, -1e-7), Vec2(5e-8, 1e-7), out, nullptr,
                               nullptr),
               Coincident);
-}
-
-TEST(Vec2, AnchoringDirections) {
-    const Vec2 a(1.0, 0.0), b(0.0, 0.0);
-    Vec2 v(1.0, 0.0);  // already points from b towards a
-    EXPECT_TRUE(Vec2::anchorOutwardD(v, a, b));
-    EXPECT_FALSE(Vec2::anchorOutward(v, a, b));
-    expectVec(v, 1.0, 0.0);
-    EXPECT_TRUE(Vec2::anchorInward(v, a, b));
-    expectVec(v, -1.0, 0.0);
-    // Perpendicular (s exactly 0): outward reverses, inward keeps.
-    Vec2 p(0.0, 1.0);
-    EXPECT_FALSE(Vec2::anchorInward(p, a, b));
-    EXPECT_TRUE(Vec2::anchorOutward(p, a, b, false));
-    expectVec(p, 0.0, -1.0);
 }

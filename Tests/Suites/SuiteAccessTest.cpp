@@ -48,17 +48,6 @@ TEST_F(SuiteAccess, FailedAcquireShowsNameAndVersionOrTheCallersText) {
     EXPECT_STREQ(out->return_msg, "Please update the host.");
 }
 
-TEST_F(SuiteAccess, NoBasicSuiteAtAll) {
-    in->pica_basicP = nullptr;
-    void* suite = nullptr;
-    EXPECT_EQ(AcquireSuite(in, out, "PF ANSI Suite", 1, nullptr, &suite), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_STREQ(out->return_msg, "Not able to acquire AEFX Suite-PF ANSI Suite-1");
-    EXPECT_EQ(ReleaseSuite(in, out, "PF ANSI Suite", 1, nullptr), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_STREQ(out->return_msg, "Not able to release AEFX Suite.");
-    EXPECT_EQ(ReleaseDrawbotSuites(in, out), PF_Err_NONE);  // carries on and still reports success
-    EXPECT_STREQ(out->return_msg, "Not able to release AEFX Suite.");
-}
-
 TEST_F(SuiteAccess, DrawbotSuitesStopAtTheFirstFailureKeepingEarlierOnes) {
     EXPECT_EQ(AcquireDrawbotSuites(in, out, nullptr), PF_Err_UNRECOGNIZED_PARAM_TYPE);
     EXPECT_STREQ(out->return_msg, "NULL suite pointer passed to AEFX_AcquireDrawbotSuites");

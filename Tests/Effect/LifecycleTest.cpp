@@ -1,0 +1,234 @@
+// The effect's GL life seen from outside the bundle: the contexts its GL calls run on, the
+// objects a frame or a set-down leaves in its share group, and what a command that fails
+// part-way hands back to the host and to the next frame.
+#include <EGL/egl.h>
+
+#include <functional>
+#include <new>
+#include <stdexcept>
+
+#include "EGLPlatform.h"
+#include "GLCallSpy.h"
+#include "HostFixture.h"
+#include "KnownFrames.h"
+#include "ObjectCensus.h"
+
+using fxhost::Callback;
+using fxhost::Depth;
+using fxhost::HostWorld;
+using Ostrivane::GaussianBlur::EGLPlatform;
+using Ostrivane::GaussianBlur::ObjectCensus;
+
+namespace {
+
+// A context in the effect's share group, made from inside a frame, where the effect has its
+// render context current; the group's textures, buffers, renderbuffers and programs are counted
+// from it between commands.
+EGLContext gWatch = EGL_NO_CONTEXT;
+PF_Err (*gCheckoutParam)(PF_ProgPtr, PF_ParamIndex, A_long, A_long, A_u_long, PF_ParamDef*) = nullptr;
+
+PF_Err checkoutParamMakingTheWatch(PF_ProgPtr ref, PF_ParamIndex index, A_long time, A_long step,
+                                   A_u_long scale, PF_ParamDef* param) {
+    if (gWatch == EGL_NO_CONTEXT) gWatch = EGLPlatform::createContext(eglGetCurrentContext());
+    return gCheckoutParam(ref, index, time, step, scale, param);
+}
+
+struct Thrown {
+    int what;
+};
+
+class Lifecycle : public HostFixture {
+protected:
+    void SetUp() override {
+        HostFixture::SetUp();
+        known::fillPattern(input);
+    }
+    void TearDown() override {
+        GLCallSpy::stop();
+        HostFixture::TearDown();
+        if (gWatch != EGL_NO_CONTEXT) EGLPlatform::destroyContext(gWatch);
+        gWatch = EGL_NO_CONTEXT;
+    }
+
+    // Set-up and parameter set-up with the turned settings, and the watch made in the next frame.
+    void setUpWithWatch() {
+        setUpEffect();
+        if (host->inData().inter.checkout_param != checkoutParamMakingTheWatch) {
+            gCheckoutParam = host->inData().inter.checkout_param;
+            host->inData().inter.checkout_param = checkoutParamMakingTheWatch;
+        }
+        host->setParamValue(1, known::kTurned.hue);
+        host->setParamValue(2, known::kTurned.saturation);
+    }
+
+    ObjectCensus census() {
+        EGLPlatform::makeCurrent(gWatch);
+        const ObjectCensus counted = ObjectCensus::take(1024);
+        host->glContext()->makeCurrent();
+        return counted;
+    }
+
+    void expectGoodFrame() {
+        const float mark[4] = {1, 2, 3, 4};
+        output.fill(mark);
+        ASSERT_EQ(host->renderFrame(input, output), PF_Err_NONE);
+        EXPECT_EQ(known::checkPattern(output, known::kTurned), "");
+    }
+
+    // What the host must find after any command: its context current with no surfaces, its API bound.
+    void expectHostStateBack() {
+        EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_API));
+        EXPECT_TRUE(host->glContext()->isCurrent());
+        EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), EGL_NO_SURFACE);
+        EXPECT_EQ(eglGetCurrentSurface(EGL_READ), EGL_NO_SURFACE);
+        EXPECT_TRUE(host->violations().empty()) << host->violations().front();
+    }
+
+    HostWorld input{7, 5, Depth::Eight};
+    HostWorld output{7, 5, Depth::Eight};
+};
+
+TEST_F(Lifecycle, FramesFailedPartWayLeaveNoObjectOrLevelBehind) {
+    setUpWithWatch();
+    expectGoodFrame();
+    const ObjectCensus settled = census();
+    ASSERT_GT(settled.total(), 0);
+
+    HostWorld deep(7, 5, Depth::Sixteen);  // an 8-bit frame gets no 8-bit pixels from it: the upload fails
+    known::fillPattern(deep);
+    const std::function<PF_Err()> failures[] = {
+        [&] {  // after the level is pushed
+            host->faults().missingSuites = {"AEGP Layer Suite"};
+            return host->renderFrame(input, output);
+        },
+        [&] { return host->renderFrame(deep, output); },
+        [&] {  // after the level is resolved
+            host->faults().missingSuites = {"PF Handle Suite"};
+            return host->renderFrame(input, output);
+        },
+        [&] {
+            host->faults().faults = {{Callback::NewHandle}};
+            return host->renderFrame(input, output);
+        },
+    };
+    for (int round = 0; round < 3; ++round) {
+        for (const auto& fail : failures) {
+            EXPECT_EQ(fail(), PF_Err_BAD_CALLBACK_PARAM);
+            host->faults().clear();
+            expectGoodFrame();
+        }
+    }
+    EXPECT_EQ(census(), settled) << census().describe() << " against " << settled.describe();
+}
+
+TEST_F(Lifecycle, SetDownDeletesEverythingWithItsOwnContextsCurrent) {
+    GLCallSpy::start();
+    GLCallSpy::forbid({host->glContext()->context()});
+    setUpWithWatch();
+    expectGoodFrame();
+    expectGoodFrame();
+    ASSERT_EQ(host->globalSetdown(), PF_Err_NONE);
+    EXPECT_TRUE(GLCallSpy::strays().empty()) << *GLCallSpy::strays().begin();
+    EXPECT_GT(GLCallSpy::calls(), 0);
+    // Frame buffers and vertex arrays end with the contexts that made them.
+    const ObjectCensus left = census();
+    EXPECT_EQ(left.total() - left.framebuffers - left.vertexArrays, 0) << left.describe();
+    expectHostStateBack();
+}
+
+TEST_F(Lifecycle, AFailureInsideSetUpOrSetDownGivesTheHostItsStateBack) {
+    // The first GL call of set-up is made on the context it has just built; that context must go.
+    GLCallSpy::throwAt(1, [] { throw std::bad_alloc(); });
+    EXPECT_EQ(host->globalSetup(), PF_Err_OUT_OF_MEMORY);
+    expectHostStateBack();
+    ASSERT_EQ(GLCallSpy::contexts().size(), 1u);
+    EGLint unused = 0;
+    EXPECT_EQ(
+        eglQueryContext(host->glContext()->display(), *GLCallSpy::contexts().begin(), EGL_CONFIG_ID, &unused),
+        static_cast<EGLBoolean>(EGL_FALSE));
+
+    setUpWithWatch();
+    expectGoodFrame();
+    GLCallSpy::throwAt(1, [] { throw 4; });
+    EXPECT_EQ(host->globalSetdown(), PF_Err_BAD_CALLBACK_PARAM);
+    expectHostStateBack();
+
+    // A set-down that completes, then the effect in the same load again: the pass is rebuilt.
+    ASSERT_EQ(host->globalSetdown(), PF_Err_NONE);
+    setUpWithWatch();
+    expectGoodFrame();
+    ASSERT_EQ(host->globalSetdown(), PF_Err_NONE);
+    expectGoodFrame();  // and without a set-up at all
+}
+
+// An SPBasicSuite whose every acquisition throws what the test arms.
+std::function<void()> gThrow;
+SPErr acquireThrowing(const char*, int32_t, const void**) {
+    gThrow();
+    return kSPNoError;
+}
+SPErr releaseNothing(const char*, int32_t) {
+    return kSPNoError;
+}
+PF_Err checkoutLayerThrowing(PF_ProgPtr, PF_ParamIndex, A_long, const PF_RenderRequest*, A_long, A_long,
+                             A_u_long, PF_CheckoutResult*) {
+    gThrow();
+    return PF_Err_NONE;
+}
+PF_Err addParamThrowing(PF_ProgPtr, PF_ParamIndex, PF_ParamDefPtr) {
+    gThrow();
+    return PF_Err_NONE;
+}
+
+TEST_F(Lifecycle, EveryCommandTurnsEveryExceptionIntoACode) {
+    struct Kind {
+        const char* name;
+        std::function<void()> raise;
+        PF_Err code;
+    } kinds[] = {
+        {"runtime_error", [] { throw std::runtime_error("host"); }, PF_Err_INTERNAL_STRUCT_DAMAGED},
+        {"struct", [] { throw Thrown{7}; }, PF_Err_INTERNAL_STRUCT_DAMAGED},
+        {"bad_alloc", [] { throw std::bad_alloc(); }, PF_Err_OUT_OF_MEMORY},
+        {"int", [] { throw 13; }, PF_Err_BAD_CALLBACK_PARAM},
+    };
+    SPBasicSuite throwingBasic = *host->inData().pica_basicP;
+    throwingBasic.AcquireSuite = acquireThrowing;
+    throwingBasic.ReleaseSuite = releaseNothing;
+    PF_PreRenderCallbacks preRenderCallbacks{checkoutLayerThrowing, nullptr};
+
+    for (const Kind& kind : kinds) {
+        SCOPED_TRACE(kind.name);
+        gThrow = kind.raise;
+        SPBasicSuite* basic = host->inData().pica_basicP;
+        host->inData().pica_basicP = &throwingBasic;
+        EXPECT_EQ(host->about(), kind.code);
+        host->inData().pica_basicP = basic;
+
+        GLCallSpy::throwAt(1, kind.raise);
+        EXPECT_EQ(host->globalSetup(), kind.code);
+        setUpWithWatch();
+
+        auto addParam = host->inData().inter.add_param;
+        host->inData().inter.add_param = addParamThrowing;
+        EXPECT_EQ(host->paramsSetup(), kind.code);
+        host->inData().inter.add_param = addParam;
+        setUpWithWatch();
+
+        PF_PreRenderInput preInput = PF_PreRenderInput();
+        PF_PreRenderOutput preOutput = PF_PreRenderOutput();
+        PF_PreRenderExtra preExtra{&preInput, &preOutput, &preRenderCallbacks};
+        EXPECT_EQ(host->send(PF_Cmd_SMART_PRE_RENDER, &preExtra), kind.code);
+
+        GLCallSpy::throwAt(40, kind.raise);  // inside the frame's drawing
+        EXPECT_EQ(host->smartRender(&input, &output), kind.code);
+        GLCallSpy::stop();
+        expectGoodFrame();
+
+        GLCallSpy::throwAt(1, kind.raise);
+        EXPECT_EQ(host->globalSetdown(), kind.code);
+        expectHostStateBack();
+        ASSERT_EQ(host->globalSetdown(), PF_Err_NONE);
+    }
+}
+
+}  // namespace

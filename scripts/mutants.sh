@@ -1,0 +1,118 @@
+#!/bin/bash
+# Plants one-line faults in the plug-in and the stand-in host, one at a time, builds and runs the
+# suites, and reports whether the suites caught each. The tree is put back after every fault.
+# Usage: bash scripts/mutants.sh [build-dir] [first-number]; DRY=1 only checks that each applies,
+# ONLY=2,7 plants only those.
+# Not part of CI: about half a minute a fault with two cores.
+set -u
+cd "$(dirname "$0")/.."
+BUILD=${1:-build-mutants}
+FIRST=${2:-1}
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$(dirname "$PWD")}
+[ -n "${DRY:-}" ] || [ -d "$BUILD" ] || cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DOSTRIVANE_BENCH=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+[ -n "${DRY:-}" ] || cmake --build "$BUILD" -j2 >/dev/null || { echo "the unchanged tree does not build"; exit 2; }
+
+E=Plugins/HueAndSaturation/Sources/HueAndSaturation.cpp
+R=Plugins/HueAndSaturation/Sources/HueAndSaturationRender.cpp
+G=Plugins/Shared/GL
+U=$G/AEOpenGLUtilities.cpp
+M=Plugins/Shared/Math
+H=Plugins/Shared/Helper
+C=Host/Core
+
+# file <TAB> perl substitution (on the whole file) <TAB> what the fault is
+FAULTS=$(cat <<'LIST'
+E	s/frameBuffer->clearStack\(\);/;/	a failed frame leaves its level pushed
+E	s/(\n\s*)(AEOpenglMainFrameBuffer::mainFrameBuffer\(\)->destory\(\);)/$1saved.restore();$1$2/	set-down gives the host its context back before deleting
+E	s/context->makeContextCurrent\(\);/;/	set-down deletes without its context current
+E	s/return PF_Err_INTERNAL_STRUCT_DAMAGED;/return PF_Err_NONE;/	an unknown exception reported as success
+E	s/catch \(int\) \{\n(\s*)return PF_Err_BAD_CALLBACK_PARAM;/catch (int) {\n$1return PF_Err_OUT_OF_MEMORY;/	a thrown int reported as 4
+E	s/if \(!err\) err = checkin;/err = checkin;/	a later checkin code replaces the first error
+E	s/pass->setSaturation\(/pass->setHue(/	the saturation never reaches the pass
+E	s/if \(!err\) \{\n(\s*)CheckoutParam/if (true) {\n$1CheckoutParam/	saturation read after a failed hue
+E	s/mWarpRender = nullptr;/;/	set-down keeps the freed pass
+E	s/gl::glDeleteTextures\(1, &texture\);/;/	the input texture kept each frame
+E	s/if \(width > largest \|\| height > largest/if (width > largest + 1 || height > largest/	off by one in the size limit
+E	s/kNumParams = 3/kNumParams = 2/	wrong parameter count
+E	s/UnionRect\(&result\.result_rect,/UnionRect(&result.max_result_rect,/	pre-render merges the wrong rectangle
+R	s/glDrawArrays\(GL_TRIANGLES, 0, 6\)/glDrawArrays(GL_TRIANGLES, 0, 3)/	half the quad drawn
+R	s/kDegreesToRadians = 0\.017453292519943;/kDegreesToRadians = 0.17453292519943;/	the hue factor ten times too large
+G/AEOpenGLContext.cpp	s/EGLPlatform::destroyContext\(mContext\);\n(\s*)throw;/throw;/	a failed context constructor keeps its context
+G/SaveRestoreGLContextEGL.cpp	s/::~SaveRestoreGLContextEGL\(\) \{\n\s*restore\(\);/::~SaveRestoreGLContextEGL() {/	the bracket does not restore on the way out
+G/AEOpenGLContextManager.cpp	s/mRenderContexts\.clear\(\);/;/	released contexts stay in the table
+G/AEOpenGLContextManager.cpp	s/if \(found != mRenderContexts.end\(\) && found->second != nullptr\) return found->second;/;/	a new context on every call
+G/AEOpenglMainFrameBuffer.cpp	s/std::min\(kRequestedSamples, static_cast<int>\(maxSamples\)\)/kRequestedSamples/	samples not clamped to the driver
+G/AEOpenglMainFrameBuffer.cpp	s/mColorStack\.pop_back\(\);/;/	a pop leaves the level on the stack
+G/AEOpenglMainFrameBuffer.cpp	s/mScreenRender->draw\(texture, multiplier16bit\);\n(\s*)glDeleteTextures\(1, &texture\);/mScreenRender->draw(texture, multiplier16bit);/	the resolve texture kept each frame
+G/AEOpenglMainFrameBuffer.cpp	s/glDeleteTextures\(1, &texture\);\n(\s*)throw int\(PF_Err_OUT_OF_MEMORY\);/throw int(PF_Err_OUT_OF_MEMORY);/	a render texture kept when its buffer fails
+G/AEOpenglMainFrameBuffer.cpp	s/linear \? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR_MIPMAP_NEAREST/linear ? GL_LINEAR_MIPMAP_NEAREST : GL_LINEAR_MIPMAP_NEAREST/	wrong mipmap filter
+G/AEOpenglMainFrameBuffer.cpp	s/if \(mSamples < 1\) mMultisampled = false;/if (mSamples > 1) mMultisampled = false;/	multisampling switched off
+G/OpenglShader.cpp	s/if \(mProgram == 0 \|\| location == -1\) return;\n(\s*)enableAndPoint\(location, 4/if (mProgram == 0) return;\n$1enableAndPoint(location, 4/	setAttribute4fv reaches GL at -1
+G/OpenglShader.cpp	s/if \(mProgram == 0\) return;\n(\s*)glActiveTexture/glActiveTexture/	setUniformTexture binds before the build
+G/OpenglShader.cpp	s/if \(mProgram == 0\) buildShader\(\);/buildShader();/	the program rebuilt on every use
+G/OpenglShader.cpp	s/if \(length > kLogSize\) length = kLogSize;\n(\s*)buffer\[length < 0 \? 0 : length\] = '\\0';\n(\s*)std::printf\("Shader/buffer[0] = '\\0';\n$2std::printf("Shader/	the compile log dropped
+G/FullFrameQuad.cpp	s/setUniform1f\("multiplier16bit", multiplier16bit\)/setUniform1f("multiplier16bit", 1.0f)/	the 16-bit multiplier dropped
+U	s/static_cast<int64_t>\(world->width\) \* static_cast<int64_t>\(pixelSize\)/static_cast<int64_t>(world->width) * 4/	short rows judged as 8-bit
+U	s/GL_UNPACK_ROW_LENGTH, input->rowbytes >> 2\)/GL_UNPACK_ROW_LENGTH, input->width)/	8-bit padding ignored
+U	s/65535\.0f \/ 32768\.0f/65535.0f \/ 32767.0f/	wrong 16-bit multiplier
+U	s/glDeleteTextures\(1, &texture\);\n(\s*)throw;/throw;/	a failed upload keeps its texture
+U	s/std::min<unsigned int>\(height, static_cast<unsigned int>\(output->height\)\)/height/	rows copied past a shorter output
+U	s/mSuite->host_dispose_handle\(mHandle\);/;/	the read-back handle not disposed
+U	s/useMipmapFilter \? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR/GL_LINEAR/	mipmap filter ignored
+H/IdleQueue.cpp	s/mTasks\.pop_front\(\);/;/	a task stays at the front
+H/Semaphore.cpp	s/if \(mCount > 0\) \{/if (mCount > 1) {/	one unit too few
+H/Semaphore.cpp	s/Ticket\* ticket = mBlocked\.back\(\);\n(\s*)mBlocked\.pop_back\(\);/Ticket* ticket = mBlocked.front();\n$1mBlocked.erase(mBlocked.begin());/	first arrival released first
+H/SuiteScoper.h	s/mBasicSuite->ReleaseSuite\(mSuiteName, mSuiteVersion\);/;/	a scoped suite never released
+H/ScriptHelper.cpp	s/return std::isspace\(static_cast<unsigned char>\(c\)\) != 0;/return c == ' ';/	only spaces trimmed
+M/Float.h	s/kDegreesToRadians = 0\.017453292519943;/kDegreesToRadians = 0.017453292519943295;/	the full-precision factor
+M/Quaternion.cpp	s/if \(c < 0\.0\) \{/if (c > 0.0) {/	slerp takes the long way
+M/Rect.cpp	s/const double right = std::min\(getRight\(\), r\.getRight\(\)\);/const double right = std::max(getRight(), r.getRight());/	intersection too wide
+M/Mat4.cpp	s/if \(determinant\(\) < 0\.0\) sx = -sx;/;/	a mirror lost in decompose
+M/Affine.cpp	s/const double det = m\[0\] \* m\[4\] - m\[1\] \* m\[3\];/const double det = m[0] * m[4] + m[1] * m[3];/	wrong determinant
+M/Box3.cpp	s/max\.getMax\(p\);/max.getMin(p);/	box does not grow
+M/Barycentric.cpp	s/return Barycentric\(u, v, 1\.0 - u - v\);/return Barycentric(u, v, 1.0 - u);/	weights do not sum to one
+M/Color.cpp	s/std::stoull\(body, nullptr, 16\)/std::stoull(body, nullptr, 10)/	colour text read as decimal
+C/HostWorld.cpp	s/(bool HostWorld::guardsIntact\(\) const \{)/$1\n    return true;/	guards never checked
+C/EffectHost.cpp	s/mParams\.resize\(1\);/;/	parameters kept across set-ups
+C/HostSuites.cpp	s/if \(fault\.onCall != 0 && fault\.onCall != call\)/if (fault.onCall != call)/	a fault for every call never fires
+LIST
+)
+
+n=0; caught=0; missed=()
+while IFS=$'\t' read -r file subst what; do
+    [ -z "$file" ] && continue
+    n=$((n + 1))
+    [ "$n" -lt "$FIRST" ] && continue
+    [ -n "${ONLY:-}" ] && [[ ",$ONLY," != *",$n,"* ]] && continue
+    case "$file" in
+        E) path=$E ;;
+        R) path=$R ;;
+        U) path=$U ;;
+        G/*) path=$G/${file#G/} ;;
+        M/*) path=$M/${file#M/} ;;
+        H/*) path=$H/${file#H/} ;;
+        C/*) path=$C/${file#C/} ;;
+        *) path=$file ;;
+    esac
+    before=$(md5sum "$path")
+    perl -0pi -e "$subst" "$path"
+    if [ "$(md5sum "$path")" = "$before" ]; then
+        echo "$n NOT APPLIED  $path: $what"; missed+=("$n (not applied)"); continue
+    fi
+    if [ -n "${DRY:-}" ]; then
+        git checkout -q -- "$path"; echo "$n applies  $path: $what"; continue
+    fi
+    if ! cmake --build "$BUILD" -j2 >/dev/null 2>&1; then
+        result="caught (does not build)"
+    elif (cd "$BUILD" && timeout 300 ctest --stop-on-failure >/dev/null 2>&1); then
+        result="MISSED"
+    else
+        result="caught"
+    fi
+    git checkout -q -- "$path"
+    [ "$result" = MISSED ] && missed+=("$n") || caught=$((caught + 1))
+    echo "$n $result  $path: $what"
+done <<< "$FAULTS"
+cmake --build "$BUILD" -j2 >/dev/null 2>&1
+echo "planted $n, caught $caught; missed: ${missed[*]:-none}"
