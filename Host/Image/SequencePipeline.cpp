@@ -83,9 +83,14 @@ PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
     const auto start = Clock::now();
     PipelineTimes times;
     std::mutex timesMutex;
-    auto add = [&](double& into, double seconds) {
+    // Runs a file stage and books its time, less the part spent converting pixels.
+    auto fileStage = [&](const std::function<void(FrameSlot&, double&)>& stage, FrameSlot& slot, double& into) {
+        const auto begin = Clock::now();
+        double convert = 0;
+        stage(slot, convert);
         std::lock_guard<std::mutex> lock(timesMutex);
-        into += seconds;
+        into += since(begin) - convert;
+        times.convert += convert;
     };
 
     // One slot decoding, one rendering and one for each encoder keep every thread fed.
@@ -104,11 +109,7 @@ PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
             slot->frame = frames[position];
             slot->position = position;
             try {
-                const auto begin = Clock::now();
-                double convert = 0;
-                mStages.read(*slot, convert);
-                add(times.decode, since(begin) - convert);
-                add(times.convert, convert);
+                fileStage(mStages.read, *slot, times.decode);
             } catch (...) {
                 failure.record(position, std::current_exception());
                 break;
@@ -127,11 +128,7 @@ PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
                 bool written = false;
                 if (!failure.before(position)) {
                     try {
-                        const auto begin = Clock::now();
-                        double convert = 0;
-                        mStages.encode(*slot, convert);
-                        add(times.encode, since(begin) - convert);
-                        add(times.convert, convert);
+                        fileStage(mStages.encode, *slot, times.encode);
                         written = true;
                     } catch (...) {
                         failure.record(position, std::current_exception());
