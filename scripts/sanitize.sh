@@ -50,7 +50,7 @@ if [ "$mode" = asan ]; then
   # ("Tracer caught signal 11"), though the same runs are clean when started from a shell;
   # the CLI and Farm suites (the farm's tasks run fxhost too) run with the leak check off,
   # everything else it checks stays on.
-  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm)$' "$@""
+  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm)$' "$@"
 else
   # Threads run in the helper queue, in the GL runtime (frames on two threads) and in the
   # effect's frame tests (a frame from another thread).
