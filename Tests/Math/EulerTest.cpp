@@ -27,27 +27,6 @@ static Mat4 composed(double x, double y, double z, int order) {
     return byOrder[order];
 }
 
-TEST(Euler, RoundTripThroughQuaternionInFirstThreeOrders) {
-    // (outer, middle, outer): the outer angles anywhere in (-pi, pi), the middle one clear
-    // of +-pi/2. The middle angle is y in XYZ, z in YZX and x in ZXY.
-    const double triples[][3] = {{0.3, -1.1, 2.0}, {-2.9, 1.4, -0.2}, {1.0, 0.0, -3.0}};
-    const int middleOf[4] = {0, 1, 2, 0};
-    for (int order = 1; order <= 3; ++order)
-        for (const auto& t : triples) {
-            double a[3];
-            const int m = middleOf[order];
-            a[m] = t[1];
-            a[(m + 1) % 3] = t[0];
-            a[(m + 2) % 3] = t[2];
-            Quaternion q;
-            q.setWithEuler(Euler(a[0], a[1], a[2], RotationOrder(order)));
-            Euler back;
-            back.setWithQuaternion(q, RotationOrder(order));
-            EXPECT_EQ(back.order, order);
-            expectAngles(back, a[0], a[1], a[2], 1e-6);
-        }
-}
-
 TEST(Euler, LaterOrdersReadBackWithTheLibrarySigns) {
     const double x = 0.3, y = -0.7, z = 1.2;
     const double expected[7][3] = {{0, 0, 0},  {x, y, z},    {x, y, z}, {x, y, z},
