@@ -217,24 +217,6 @@ TEST_F(TransferTest, HostFailuresAreThrownAndLeaveNothingBehind) {
     expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download",
                [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
     mFaults.clear();
-
-    mFaults.faults.push_back({Callback::NewHandle});
-    expectCode(4, "null handle", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.clear();
-
-    mFaults.missingSuites.insert("PF Handle Suite");
-    expectCode(13, "no handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.clear();
-
-    // Success with a null table is a missing suite, not a call through null.
-    mSuites.resetCalls();
-    mFaults.nullTableSuites = {"PF Handle Suite"};
-    expectCode(13, "null handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.nullTableSuites = {"PF iterateFloat Suite"};
-    expectCode(13, "null iterate suite, upload", [&] { upload(input); });
-    expectCode(13, "null iterate suite, download", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    EXPECT_EQ(mSuites.calls(Callback::Iterate), 0);
-    mFaults.clear();
     unbind();
     EXPECT_TRUE(output.guardsIntact());
 }
