@@ -25,31 +25,6 @@ std::pair<int, std::string> refusal(Call call) {
     return {thrown, testing::internal::GetCapturedStdout()};
 }
 
-TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays) {
-    const std::vector<float> texel = {0.25f, 0.5f, 0.75f, 1.0f};
-    const GLuint texture = makeTexture(1, 1, texel);
-    GLuint vertexArray = 0;
-    glGenVertexArrays(1, &vertexArray);
-    glBindVertexArray(vertexArray);
-
-    testing::internal::CaptureStdout();
-    AEOpenGLContext second(GLFixture::context());
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(glIsTexture(texture), GL_TRUE);
-    EXPECT_EQ(glIsVertexArray(vertexArray), GL_FALSE);
-    std::vector<float> read(4, 0.0f);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, read.data());
-    EXPECT_EQ(read, texel);
-
-    GLFixture::context()->makeContextCurrent();
-    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
-    EXPECT_EQ(glIsVertexArray(vertexArray), GL_TRUE);
-    glBindVertexArray(0);
-    glDeleteVertexArrays(1, &vertexArray);
-    glDeleteTextures(1, &texture);
-}
-
 // The host's context stands in as a plain EGL context of another share group.
 class SavedContextTest : public GLFixture {
 protected:

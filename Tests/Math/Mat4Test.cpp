@@ -83,19 +83,11 @@ TEST(Mat4, DecomposeKeepsAMirror) {
     EXPECT_TRUE(again == m);
 }
 
-TEST(Mat4, AEToGLConversionAndAffine) {
+TEST(Mat4, AEToGLConversion) {
     const Mat4 m = Mat4::getAEToGLConversionMatrix(1920.0, 1080.0);
     expectVec(m * Vec3(0.0, 0.0, 0.0), -960.0, 540.0, 0.0, 0.0);
     expectVec(m * Vec3(1920.0, 0.0, 0.0), 960.0, 540.0, 0.0, 0.0);
     expectVec(m * Vec3(960.0, 540.0, 0.0), 0.0, 0.0, 0.0, 0.0);
     expectVec(m * Vec3(1920.0, 1080.0, 10.0), 960.0, -540.0, -10.0, 0.0);
     EXPECT_EQ(m.determinant(), 1.0);
-
-    Affine a;
-    a.set(Vec2(5.0, 5.0), Vec2(50.0, 60.0), Vec2(2.0, 3.0), 30.0);
-    Mat4 fromAffine;
-    fromAffine.setWithAffine(a);
-    const Vec2 mapped = a.getTransform(Vec2(7.0, -4.0));
-    expectVec(fromAffine * Vec3(7.0, -4.0, 9.0), mapped.x, mapped.y, 9.0);
-    EXPECT_TRUE(fromAffine.getAffine() == a);
 }
