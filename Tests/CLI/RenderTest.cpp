@@ -126,31 +126,6 @@ TEST_F(FxhostRender, BadInputIsRefusedWithItsReasonAndLeavesNoFile) {
     EXPECT_NE(r.err.find("cannot write image"), std::string::npos) << r.err;
 }
 
-TEST_F(FxhostRender, SequenceOfThreeFramesUsesOneSetUp) {
-    for (int frame = 1; frame <= 3; ++frame) {
-        char name[64];
-        std::snprintf(name, sizeof name, "/in_%04d.png", frame);
-        ASSERT_EQ(std::system(("cp " + kSample + " " + dir + name).c_str()), 0);
-    }
-    const CommandResult r = runCommand(kFxhost + " -v render --frames 1-3 --set Saturation=0 " + dir +
-                                       "/in_####.png " + dir + "/out_%04d.png");
-    ASSERT_EQ(r.status, 0) << r.err;
-    for (const char* name : {"/out_0001.png", "/out_0002.png", "/out_0003.png"})
-        EXPECT_TRUE(exists(dir + name)) << name;
-    // Standard output is left to what a script asks for; the summary and, when verbose, the
-    // effect's own driver report go to standard error.
-    EXPECT_EQ(r.out, "");
-    EXPECT_NE(r.err.find("Rendered 3 frames in"), std::string::npos) << r.err;
-    // One global set-up makes the shared context and the first frame this thread's render
-    // context: two driver reports, however many frames follow.
-    size_t reports = 0;
-    for (size_t at = r.err.find("OpenGL Version:"); at != std::string::npos;
-         at = r.err.find("OpenGL Version:", at + 1)) {
-        ++reports;
-    }
-    EXPECT_EQ(reports, 2u);
-}
-
 // Frames are read ahead and written behind on other threads, yet a failure is the one a plain
 // loop meets first, and nothing after it is written: here writing frame 2 (its name is taken by
 // a directory) comes before reading frame 3, which is no image either.

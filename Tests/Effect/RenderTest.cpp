@@ -134,19 +134,6 @@ TEST_F(Render, HueAndSaturationOfPureRedMatchHandWorkedFigures) {
     }
 }
 
-TEST_F(Render, FramesOfChangingSizeAreEachRight) {
-    setParams(180.0, 1.0);
-    for (const auto& size :
-         {std::make_pair(8, 6), std::make_pair(8, 6), std::make_pair(5, 9), std::make_pair(8, 6)}) {
-        SCOPED_TRACE(testing::Message() << size.first << "x" << size.second);
-        HostWorld input(size.first, size.second, Depth::Eight), output(size.first, size.second, Depth::Eight);
-        fillRow(input, {{255, 255, 0, 0}});
-        ASSERT_EQ(host->renderFrame(input, output), PF_Err_NONE);
-        expectNear(at(output, size.first - 1, size.second - 1), ARGB{255, 0, 152.5f, 152.5f}, 1.5f);
-        expectNear(at(output, 0, 0), ARGB{255, 0, 152.5f, 152.5f}, 1.5f);
-    }
-}
-
 TEST_F(Render, RowsAreNotFlippedAndPaddingIsNotTouched) {
     HostWorld input(3, 4, Depth::Eight, 13), output(3, 4, Depth::Eight, 29);
     for (int y = 0; y < 4; ++y) {

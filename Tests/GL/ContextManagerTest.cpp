@@ -124,19 +124,6 @@ TEST_F(ContextManagerTest, ThreadsGetConsecutiveIdsAndKeepTheirOwnContextInTheSh
     glDeleteTextures(1, &shared);
 }
 
-TEST_F(ContextManagerTest, ASecondSetUpKeepsTheShareGroupAndCreatesNothing) {
-    AEOpenGLContext* root = AEOpenGLContextManager::getSharedDataContext();
-    ASSERT_NE(root, nullptr);
-    GLFixture::context()->makeContextCurrent();
-    const std::string before = testing::internal::GetCapturedStdout();
-    testing::internal::CaptureStdout();
-    AEOpenGLContextManager::setupContextManager();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(AEOpenGLContextManager::getSharedDataContext(), root);
-    EXPECT_EQ(EGLPlatform::currentContext(), root->context());
-}
-
 TEST_F(ContextManagerTest, AThreadWhoseContextWasReleasedGetsANewOne) {
     AEOpenGLContext* first = AEOpenGLContextManager::getCurrentRenderContext();
     const int id = AEOpenGLContextManager::currentThreadId();

@@ -25,54 +25,6 @@ std::pair<int, std::string> refusal(Call call) {
     return {thrown, testing::internal::GetCapturedStdout()};
 }
 
-TEST_F(ContextTest, ConstructionPrintsTheDriverReportAndLeavesTheContextCurrent) {
-    testing::internal::CaptureStdout();
-    AEOpenGLContext context(GLFixture::context());
-    const std::string report = testing::internal::GetCapturedStdout();
-
-    EXPECT_EQ(EGLPlatform::currentContext(), context.context());
-    // Six lines: empty, four labelled 17 characters wide, empty.
-    const std::string renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    GLint major = 0;
-    GLint minor = 0;
-    glGetIntegerv(GL_MAJOR_VERSION, &major);
-    glGetIntegerv(GL_MINOR_VERSION, &minor);
-    EXPECT_GE(major * 10 + minor, 33);
-    const std::string version = std::to_string(major) + "." + std::to_string(minor);
-    EXPECT_EQ(report.rfind("\nOpenGL Version:  " + version + "\n", 0), 0u) << report;
-    EXPECT_NE(report.find("\nOpenGL Vendor:   "), std::string::npos);
-    EXPECT_NE(report.find("\nOpenGL Renderer: " + renderer + "\n"), std::string::npos);
-    EXPECT_EQ(report.substr(report.size() - 11), " (gl.xml)\n\n");
-    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 6);
-    EXPECT_FALSE(context.extensions().empty());
-    GLFixture::context()->makeContextCurrent();
-}
-
-TEST_F(ContextTest, ContextsOfOneGroupShareTexturesButNotVertexArrays) {
-    const std::vector<float> texel = {0.25f, 0.5f, 0.75f, 1.0f};
-    const GLuint texture = makeTexture(1, 1, texel);
-    GLuint vertexArray = 0;
-    glGenVertexArrays(1, &vertexArray);
-    glBindVertexArray(vertexArray);
-
-    testing::internal::CaptureStdout();
-    AEOpenGLContext second(GLFixture::context());
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(glIsTexture(texture), GL_TRUE);
-    EXPECT_EQ(glIsVertexArray(vertexArray), GL_FALSE);
-    std::vector<float> read(4, 0.0f);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, read.data());
-    EXPECT_EQ(read, texel);
-
-    GLFixture::context()->makeContextCurrent();
-    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
-    EXPECT_EQ(glIsVertexArray(vertexArray), GL_TRUE);
-    glBindVertexArray(0);
-    glDeleteVertexArrays(1, &vertexArray);
-    glDeleteTextures(1, &texture);
-}
-
 // The host's context stands in as a plain EGL context of another share group.
 class SavedContextTest : public GLFixture {
 protected:

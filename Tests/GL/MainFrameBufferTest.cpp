@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <thread>
 
 #include "AEOpenglMainFrameBuffer.h"
 #include "BackgroundRender.h"
@@ -139,27 +138,6 @@ TEST_F(MainFrameBufferTest, PrepareRebuildsOnlyForANewSize) {
     expectFrame(renderFrame(4, 3, true, wide), wide);
     EXPECT_EQ(colourRenderbufferParameter(GL_RENDERBUFFER_WIDTH), 4);
     EXPECT_EQ(colourRenderbufferParameter(GL_RENDERBUFFER_HEIGHT), 3);
-}
-
-TEST_F(MainFrameBufferTest, FramesAlternatingBetweenThreadsWithTheirOwnContextsAreRight) {
-    mFrame->destory();
-    expectFrame(renderFrame(3, 2, true, hostFrame(0.1f)), hostFrame(0.1f));
-
-    std::vector<float> onThread;
-    std::thread thread([&] {
-        testing::internal::CaptureStdout();
-        AEOpenGLContext own(GLFixture::context());
-        testing::internal::GetCapturedStdout();
-        onThread = renderFrame(3, 2, true, hostFrame(0.5f));
-        EGLPlatform::makeCurrent(EGL_NO_CONTEXT);
-    });
-    thread.join();
-    expectFrame(onThread, hostFrame(0.5f));
-
-    GLFixture::context()->makeContextCurrent();
-    expectFrame(renderFrame(3, 2, true, hostFrame(0.9f)), hostFrame(0.9f));
-    // The thread's frame buffers ended with its context; forget them.
-    mFrame->destory();
 }
 
 }  // namespace

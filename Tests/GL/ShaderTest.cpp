@@ -80,20 +80,6 @@ TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBe
     EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
 }
 
-TEST_F(ShaderTest, ABrokenShaderLeavesTheFrameCleared) {
-    AEOpenglMainFrameBuffer* frame = AEOpenglMainFrameBuffer::mainFrameBuffer();
-    frame->prepare(4, 2, true);
-    frame->beginDrawing();
-    OpenglShader shader(kVertex, brokenFragment());
-    testing::internal::CaptureStdout();
-    shader.useProgram();
-    shader.setUniform4f("colour", 1.0f, 1.0f, 1.0f, 1.0f);
-    glDrawArrays(GL_TRIANGLES, 0, 6);
-    EXPECT_EQ(testing::internal::GetCapturedStdout().rfind("Shader frag error:\n", 0), 0u);
-    frame->endDrawing(1.0f);
-    for (float value : readPixels(4, 2)) EXPECT_EQ(value, 0.0f);
-}
-
 TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw) {
     OpenglShader shader(kVertex, kFragment);
     shader.addAttributeBinding("position", 3);

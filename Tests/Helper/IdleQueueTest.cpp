@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -13,29 +11,6 @@
 #include "Helper/WaitFor.h"
 
 using Ostrivane::GaussianBlur::IdleQueue;
-
-namespace {
-
-// A callable whose copies throw once the allowance is spent; moves never throw.
-struct ThrowsOnCopy {
-    explicit ThrowsOnCopy(int copiesAllowed) : copiesLeft(std::make_shared<int>(copiesAllowed)) {}
-    ThrowsOnCopy(const ThrowsOnCopy& other) : copiesLeft(other.copiesLeft) {
-        if ((*copiesLeft)-- <= 0) throw std::runtime_error("copy refused");
-    }
-    ThrowsOnCopy(ThrowsOnCopy&&) noexcept = default;
-    void operator()() const {}
-    std::shared_ptr<int> copiesLeft;
-};
-
-// After a failure the queue still takes and runs a new task.
-void expectStillUsable(IdleQueue& queue) {
-    bool ran = false;
-    queue.async([&] { ran = true; });
-    queue.updateQueue();
-    EXPECT_TRUE(ran);
-}
-
-}  // namespace
 
 TEST(IdleQueue, RunsOneTaskPerUpdateOldestFirst) {
     IdleQueue queue;
@@ -49,34 +24,6 @@ TEST(IdleQueue, RunsOneTaskPerUpdateOldestFirst) {
         queue.updateQueue();
         EXPECT_EQ(log, expected);
     }
-}
-
-TEST(IdleQueue, TaskMayUseItsOwnQueue) {
-    IdleQueue queue;
-    std::string log;
-    RunBounded(
-        [&] {
-            queue.async([&] {
-                log += 'a';
-                queue.async([&] { log += 'b'; });
-                log += queue.hasTask() ? '+' : '-';
-            });
-            queue.updateQueue();
-            EXPECT_EQ(log, "a+");  // the posted task waits for a later update
-            queue.updateQueue();
-            EXPECT_EQ(log, "a+b");
-
-            // A task draining the queue from inside runs the later task nested.
-            queue.async([&] {
-                queue.async([&] { log += 'd'; });
-                queue.updateQueue();
-                log += 'c';
-            });
-            queue.updateQueue();
-            EXPECT_EQ(log, "a+bdc");
-            EXPECT_FALSE(queue.hasTask());
-        },
-        "a task that uses its own queue");
 }
 
 TEST(IdleQueue, ThrowingTaskIsRemovedAndQueueStaysUsable) {
@@ -99,44 +46,6 @@ TEST(IdleQueue, ThrowingTaskIsRemovedAndQueueStaysUsable) {
         },
         "the queue after a throwing task");
     EXPECT_EQ(thrown, 1);
-}
-
-TEST(IdleQueue, FailedCopyInAsyncLeavesQueueUnchangedAndUnlocked) {
-    IdleQueue queue;
-    ThrowsOnCopy callable(0);
-    std::function<void()> task(std::move(callable));
-    RunBounded(
-        [&] {
-            EXPECT_THROW(queue.async(task), std::runtime_error);
-            EXPECT_FALSE(queue.hasTask());
-            expectStillUsable(queue);
-        },
-        "the queue after a failed copy");
-}
-
-TEST(IdleQueue, ClearAndDestructorDropTasksWithoutRunning) {
-    auto token = std::make_shared<int>(0);
-    int runs = 0;
-    {
-        IdleQueue queue;
-        queue.async([token, &runs] { ++runs; });
-        queue.async([token, &runs] { ++runs; });
-        EXPECT_EQ(token.use_count(), 3);
-        queue.clearAsyncQueue();
-        EXPECT_EQ(token.use_count(), 1);  // the dropped tasks are destroyed
-        EXPECT_FALSE(queue.hasTask());
-        queue.updateQueue();
-        EXPECT_EQ(runs, 0);
-
-        queue.async([&runs] { runs += 10; });
-        queue.updateQueue();
-        EXPECT_EQ(runs, 10);
-
-        queue.async([token, &runs] { ++runs; });
-        EXPECT_EQ(token.use_count(), 2);
-    }
-    EXPECT_EQ(token.use_count(), 1);
-    EXPECT_EQ(runs, 10);
 }
 
 TEST(IdleQueue, SeveralProducersOneConsumerLoseNothing) {

@@ -81,31 +81,3 @@ TEST(Semaphore, ReleasesLastArrivalFirst) {
     }
     EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
 }
-
-TEST(Semaphore, SignalOfThreeReleasesTheThreeLatestAndBanksTheRest) {
-    Semaphore semaphore(0);
-    {
-        Waiters waiters(semaphore);
-        for (int i = 0; i < 4; ++i) waiters.addBlocked();
-        semaphore.signal(3);
-        waiters.waitForReleased(3);
-        EXPECT_EQ(semaphore.waiters(), 1);
-        std::vector<int> released = waiters.released();
-        std::sort(released.begin(), released.end());
-        EXPECT_EQ(released, (std::vector<int>{1, 2, 3}));
-        semaphore.signal();
-        waiters.waitForReleased(4);
-        EXPECT_EQ(waiters.released().back(), 0);
-    }
-
-    // With nobody blocked the three units are kept: three waits pass, a fourth blocks.
-    semaphore.signal(3);
-    semaphore.wait();
-    semaphore.wait();
-    semaphore.wait();
-    Waiters waiters(semaphore);
-    waiters.addBlocked();
-    EXPECT_TRUE(waiters.released().empty());
-    semaphore.signal();
-    waiters.waitForReleased(1);
-}

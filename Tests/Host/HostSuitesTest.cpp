@@ -33,20 +33,6 @@ protected:
 
 }  // namespace
 
-TEST_F(HostSuitesTest, HandlesAreZeroedOfTheAskedSizeAndCounted) {
-    const auto* handles = acquire<PF_HandleSuite1>(kPFHandleSuite, kPFHandleSuiteVersion1);
-    ASSERT_NE(handles, nullptr);
-    PF_Handle handle = handles->host_new_handle(100);
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(suites.liveHandles(), 1);
-    EXPECT_EQ(handles->host_get_handle_size(handle), 100u);
-    const auto* bytes = static_cast<const unsigned char*>(handles->host_lock_handle(handle));
-    ASSERT_NE(bytes, nullptr);
-    EXPECT_EQ(std::count(bytes, bytes + 100, 0), 100);
-    handles->host_dispose_handle(handle);
-    EXPECT_EQ(suites.liveHandles(), 0);
-}
-
 TEST_F(HostSuitesTest, FaultOnSecondCallFailsThatCallOnly) {
     plan.faults.push_back(Fault{Callback::NewHandle, PF_Err_NONE, 2});
     const auto* handles = acquire<PF_HandleSuite1>(kPFHandleSuite, kPFHandleSuiteVersion1);

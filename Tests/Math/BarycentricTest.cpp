@@ -25,15 +25,3 @@ TEST(Barycentric, WeightsInsideOutsideAndOffThePlane) {
     EXPECT_TRUE(std::isnan(collinear.u));
     EXPECT_FALSE(collinear.isInside());
 }
-
-TEST(Barycentric, InsideHasNoToleranceAndColoursBlendAlpha) {
-    EXPECT_FALSE(Barycentric(1.0000001, 0.0, 0.0).isInside());
-    EXPECT_FALSE(Barycentric(-1e-16, 0.5, 0.5).isInside());
-    EXPECT_TRUE(Barycentric(0.5, 0.5, 2.0).isInside());
-
-    const Color red(1.0, 0.0, 0.0, 1.0), green(0.0, 1.0, 0.0, 0.5), clear(0.0, 0.0, 1.0, 0.0);
-    const Color mixed = Barycentric(0.5, 0.25, 0.25).interpolate(red, green, clear);
-    EXPECT_EQ(mixed.g(), 0.25);
-    EXPECT_EQ(mixed.a(), 0.625);
-    expectWeights(Barycentric(red, green, clear, mixed), 0.5, 0.25, 0.25);
-}

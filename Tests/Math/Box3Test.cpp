@@ -35,22 +35,3 @@ TEST(Box3, GrowsFromPointsAndStartsEmptyWithout) {
     box.setFromPoints(nullptr, 3);
     expectEmptyState(box);
 }
-
-TEST(Box3, EmptinessTestsAndIntersectionInPlace) {
-    EXPECT_TRUE(Box3(Vec3(), Vec3()).isEmpty());
-    EXPECT_FALSE(Box3(Vec3(1.0), Vec3(1.0)).isEmpty());
-    const Box3 unit(Vec3(), Vec3(1.0));
-    EXPECT_TRUE(unit.containsPoint(Vec3(1.0, 0.5, 0.0)));
-    EXPECT_TRUE(unit.intersectsBox(Box3(Vec3(1.0), Vec3(2.0))));
-
-    Box3 corner(unit);
-    corner.intersects(Box3(Vec3(1.0), Vec3(2.0)));
-    expectVec(corner.min, 1.0, 1.0, 1.0);
-    expectVec(corner.max, 1.0, 1.0, 1.0);
-    Box3 disjoint(unit);
-    disjoint.intersects(Box3(Vec3(5.0), Vec3(6.0)));
-    expectEmptyState(disjoint);
-    Box3 origin(Vec3(-1.0), Vec3());
-    origin.intersects(unit);
-    expectEmptyState(origin);
-}

@@ -27,32 +27,3 @@ TEST(Color, TextIsAlphaFirstAndMalformedTextIsWhiteOrWhatStoullRaises) {
     EXPECT_TRUE(Color(std::string("#80FF0000")) == Color(0x80FF0000u));
     expectColor(Color(0x00FF0000u), 1.0, 0.0, 0.0, 0.0);
 }
-
-TEST(Color, PrintingTruncatesAndDropsLeadingZeros) {
-    EXPECT_EQ(Color().toHexString(), "#FFFFFF");
-    EXPECT_EQ(Color(0.0, 0.0, 0.0, 0.5).toHexString(), "#7F000");
-    EXPECT_EQ(Color(1.0, 0.0, 0.5, 1.0).toHexString(), "#FF07F");
-    Color read(std::string("#0A0B0C"));
-    EXPECT_EQ(read.toHexString(), "#ABC");
-    EXPECT_NE(Color(std::string("#ABC")), read);
-    // Out of range and NaN are held to FF and 0; a nil colour prints as transparent black.
-    EXPECT_EQ(Color(2.0, -1.0, std::nan(""), 1.0).toHexString(), "#FF00");
-    Color nil;
-    nil.setNil();
-    EXPECT_EQ(nil.toHexString(), "#0000");
-}
-
-TEST(Color, NilColoursAreAllEqualAndLerpRoundsItsFirstWeight) {
-    Color nil;
-    nil.setNil();
-    EXPECT_TRUE(nil == Color(-2.0, 0.0, 0.0, 0.0));
-    EXPECT_FALSE(nil == Color(0.0, 0.0, 0.0, 0.0));
-    EXPECT_TRUE((Color(0.2, 0.0, 0.0, 1.0) - Color(0.5, 0.0, 0.0, 1.0)).isNil());
-
-    const Color white, black(0.0, 0.0, 0.0, 1.0);
-    expectColor(Color::lerp(white, black, -1.0), 1.0, 1.0, 1.0, 1.0);
-    expectColor(Color::lerp(white, black, 2.0), 0.0, 0.0, 0.0, 1.0);
-    const Color blend = Color::lerp(white, black, 0.3);
-    EXPECT_EQ(blend.r(), 0.699999988079071);
-    EXPECT_EQ(blend.a(), 0.699999988079071 + 0.3);
-}

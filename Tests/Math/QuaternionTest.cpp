@@ -53,28 +53,6 @@ TEST(Quaternion, WithEulerMatchesTheOrderTable) {
         q.setWithEuler(Euler(0.0, 0.0, 0.0, RotationOrder(order)));
         expectQuat(q, 0.0, 0.0, 0.0, 1.0);
     }
-    Quaternion q(1.0, 2.0, 3.0, 4.0);
-    q.setWithEuler(Euler(x, y, z, RotationOrder(7)));
-    expectQuat(q, 1.0, 2.0, 3.0, 4.0);
-    q.setWithEuler(Euler(x, y, z, Unspecified));
-    expectQuat(q, 0.0, 0.0, 0.0, 0.0);
-}
-
-TEST(Quaternion, ProductsComposeRightFactorFirst) {
-    const double h = std::sqrt(0.5);
-    const Quaternion aboutZ(0.0, 0.0, h, h), aboutX(h, 0.0, 0.0, h);
-    // y turned about x first lands on z, which z leaves alone; the other way it goes to -x.
-    Quaternion zx = aboutZ, xz = aboutZ;
-    zx.multiply(aboutX);
-    xz.premultiply(aboutX);
-    const Vec3 yAxis(0.0, 1.0, 0.0);
-    EXPECT_TRUE(Quaternion::quaternionMulVec3(zx, yAxis).equal(Vec3(0.0, 0.0, 1.0), 1e-15));
-    EXPECT_TRUE(Quaternion::quaternionMulVec3(xz, yAxis).equal(Vec3(-1.0, 0.0, 0.0), 1e-15));
-
-    Quaternion half = aboutZ;
-    half.multiplyQuaternions(half, half);  // aliasing both factors
-    expectQuat(half, 0.0, 0.0, 1.0, 0.0, 1e-15);
-    EXPECT_NEAR(aboutZ.getRotationAngle(), 90.0, 1e-12);
 }
 
 TEST(Quaternion, SlerpTakesTheShortWay) {

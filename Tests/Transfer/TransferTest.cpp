@@ -217,51 +217,8 @@ TEST_F(TransferTest, HostFailuresAreThrownAndLeaveNothingBehind) {
     expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download",
                [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
     mFaults.clear();
-
-    mFaults.faults.push_back({Callback::NewHandle});
-    expectCode(4, "null handle", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.clear();
-
-    mFaults.missingSuites.insert("PF Handle Suite");
-    expectCode(13, "no handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.clear();
-
-    // Success with a null table is a missing suite, not a call through null.
-    mSuites.resetCalls();
-    mFaults.nullTableSuites = {"PF Handle Suite"};
-    expectCode(13, "null handle suite", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    mFaults.nullTableSuites = {"PF iterateFloat Suite"};
-    expectCode(13, "null iterate suite, upload", [&] { upload(input); });
-    expectCode(13, "null iterate suite, download", [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
-    EXPECT_EQ(mSuites.calls(Callback::Iterate), 0);
-    mFaults.clear();
     unbind();
     EXPECT_TRUE(output.guardsIntact());
-}
-
-TEST_F(TransferTest, MalformedRequestsThrow516AndWriteNothing) {
-    HostWorld eight(3, 2, Depth::Eight);
-    HostWorld sixteen(3, 2, Depth::Sixteen);
-    uploadAndBind(eight);
-    expectCode(516, "unknown format, upload", [&] { upload(0x12345678, eight.def()); });
-    expectCode(516, "unknown format, download", [&] { download(3, 2, eight, 0x12345678); });
-    expectCode(516, "world gives no 16-bit pixels", [&] { upload(PF_PixelFormat_ARGB64, eight.def()); });
-    expectCode(516, "world gives no 8-bit pixels", [&] { download(3, 2, sixteen, PF_PixelFormat_ARGB32); });
-    expectCode(516, "pixel type of another depth", [&] {
-        AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB32, 4,
-                                           GL_FLOAT);
-    });
-    expectCode(516, "pixel size of another depth", [&] {
-        AEOpenGLUtilities::DownloadTexture(3, 2, nullptr, eight.def(), &mInData, PF_PixelFormat_ARGB64, 4,
-                                           GL_UNSIGNED_BYTE);
-    });
-    eight.def()->width = -1;
-    expectCode(516, "negative width", [&] { upload(eight); });
-    eight.def()->width = 3;
-    unbind();
-    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
-    EXPECT_TRUE(eight.guardsIntact());
-    EXPECT_TRUE(sixteen.guardsIntact());
 }
 
 // Rows one byte shorter than their pixels, at every depth, both ways: refused before anything is
@@ -280,22 +237,6 @@ TEST_F(TransferTest, RowsShorterThanTheirPixelsAreRefusedAtEveryDepth) {
         EXPECT_EQ(world.pixelBytes(), before);
         EXPECT_TRUE(world.guardsIntact());
     }
-}
-
-TEST_F(TransferTest, PixelCountsBeyond32BitsAreAnAllocationFailureBeforeAnyAllocation) {
-    std::vector<PF_PixelFloat> little(4);
-    PF_LayerDef huge{};
-    huge.width = huge.height = 70000;  // 4.9e9 pixels
-    huge.rowbytes = 70000 * 16;
-    huge.data = little.data();
-    EXPECT_THROW(upload(PF_PixelFormat_ARGB32, &huge), std::bad_alloc);
-    EXPECT_THROW(upload(PF_PixelFormat_ARGB128, &huge), std::bad_alloc);
-    EXPECT_THROW(AEOpenGLUtilities::DownloadTexture(70000, 70000, nullptr, &huge, &mInData,
-                                                    PF_PixelFormat_ARGB128, 16, GL_FLOAT),
-                 std::bad_alloc);
-    EXPECT_EQ(mSuites.calls(Callback::NewHandle), 0);
-    EXPECT_EQ(mSuites.acquired("PF iterateFloat Suite"), 0);
-    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
 }
 
 }  // namespace
