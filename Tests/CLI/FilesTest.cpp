@@ -217,7 +217,7 @@ TEST_F(FxhostFiles, SequencesGiveTheSingleFramePixelsWhateverThreadsAndLevel) {
         const std::string n = "_000" + std::to_string(f) + ".png";
         ASSERT_EQ(fxhost("render" + set + dir + "/in" + n + " " + dir + "/alone" + n).status, 0);
     }
-    for (const std::string& options :
+    for (const std::string options :
          {"--threads 1 --png-compression 0", "--threads 3 --png-compression 9"}) {
         SCOPED_TRACE(options);
         const std::string prefix = options.back() == '0' ? "/fast" : "/small";
