@@ -7,6 +7,8 @@ namespace fxhost {
 
 namespace {
 
+// The tail after the last row is one whole row and a little more, so a frame that writes one
+// row too many lands in guard bytes of the host's own, not in someone else's memory.
 constexpr size_t kTailBytes = 64;
 
 }  // namespace
@@ -34,7 +36,7 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     if (rowbytes > 0x7fffffff) {
         throw std::invalid_argument("world row is too large");
     }
-    mStorage.assign(rowbytes * static_cast<size_t>(height) + kTailBytes, kGuardByte);
+    mStorage.assign(rowbytes * (static_cast<size_t>(height) + 1) + kTailBytes, kGuardByte);
     mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the clearing
     mDef.rowbytes = mRowbytes;
     for (int y = 0; y < height; ++y) {
@@ -109,17 +111,29 @@ void HostWorld::fill(const float argb[4]) {
 }
 
 bool HostWorld::guardsIntact() const {
+    return guardDamage().empty();
+}
+
+std::string HostWorld::guardDamage() const {
     const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
     for (int y = 0; y < height(); ++y) {
         const uint8_t* r = row(y);
         for (size_t i = used; i < static_cast<size_t>(rowbytes()); ++i) {
-            if (r[i] != kGuardByte) return false;
+            if (r[i] != kGuardByte) {
+                return "row " + std::to_string(y) + " written " + std::to_string(i - used + 1) +
+                       " bytes past its " + std::to_string(used) + " bytes of pixels (rowbytes " +
+                       std::to_string(rowbytes()) + ")";
+            }
         }
     }
-    for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mStorage.size(); ++i) {
-        if (mStorage[i] != kGuardByte) return false;
+    const size_t end = static_cast<size_t>(rowbytes()) * height();
+    for (size_t i = end; i < mStorage.size(); ++i) {
+        if (mStorage[i] != kGuardByte) {
+            return "byte " + std::to_string(i - end) + " after the last row written (rows " +
+                   std::to_string(height()) + ", rowbytes " + std::to_string(rowbytes()) + ")";
+        }
     }
-    return true;
+    return "";
 }
 
 std::vector<uint8_t> HostWorld::pixelBytes() const {
