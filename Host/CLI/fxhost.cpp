@@ -15,6 +15,7 @@
 #include "EffectInfo.h"
 #include "FramePattern.h"
 #include "RenderJob.h"
+#include "ValidateCommand.h"
 
 int main(int argc, char** argv) {
     CLI::App app{"fxhost: loads an effect bundle and drives it as a compositing host would"};
@@ -42,9 +43,11 @@ int main(int argc, char** argv) {
     render->add_option("--frames", frames, "FIRST-LAST: the frames of a sequence");
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
 
+    CLI::App* validate = fxhost::addValidateCommand(app, plugin);
     CLI11_PARSE(app, argc, argv);
 
     try {
+        if (validate->parsed()) return fxhost::runValidate(plugin);
         if (info->parsed()) {
             fxhost::EffectHost host(plugin);
             const std::string report = fxhost::describeEffect(host);
