@@ -127,6 +127,32 @@ PF_Err preRender(EffectHost& host, HostWorld& input) {
     return host.smartPreRender(request, output, &input);
 }
 
+std::vector<Step> firstFrame(EffectHost& host, HostWorld& input, HostWorld& output) {
+    return {
+        {PF_Cmd_ABOUT, [&host] { return host.about(); }},
+        {PF_Cmd_GLOBAL_SETUP, [&host] { return host.globalSetup(); }},
+        {PF_Cmd_PARAMS_SETUP,
+         [&host] {
+             const PF_Err err = host.paramsSetup();
+             setDefaults(host);
+             return err;
+         }},
+        {PF_Cmd_SMART_PRE_RENDER, [&host, &input] { return preRender(host, input); }},
+        {PF_Cmd_SMART_RENDER, [&host, &input, &output] { return host.smartRender(&input, &output); }},
+    };
+}
+
+bool setUp(ValidationContext& c, EffectHost& host) {
+    c.step("PF_Cmd_GLOBAL_SETUP");
+    const PF_Err setup = host.globalSetup();
+    c.step("PF_Cmd_PARAMS_SETUP");
+    const PF_Err params = host.paramsSetup();
+    setDefaults(host);
+    return c.check(
+        setup == PF_Err_NONE && params == PF_Err_NONE,
+        "set-up failed: global set-up " + codeText(setup) + ", parameter set-up " + codeText(params));
+}
+
 std::vector<std::string> violations(const EffectHost& host, Rule rule) {
     // The host words its records itself; these are the phrases of each kind.
     static const char* const kPhrases[][2] = {{"suites not released", "host handles left"},

@@ -3,11 +3,13 @@
 // commands by name, and the rule breaks the stand-in host recorded, by kind.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "EffectHost.h"
 #include "HostWorld.h"
+#include "ValidationContext.h"
 
 namespace fxhost {
 namespace check {
@@ -38,6 +40,17 @@ std::string commandName(PF_Cmd cmd);
 void setDefaults(EffectHost& host);
 // A pre-render for the whole input; the request every test uses.
 PF_Err preRender(EffectHost& host, HostWorld& input);
+
+// One command in the host's order and how to send it.
+struct Step {
+    PF_Cmd cmd;
+    std::function<PF_Err()> send;
+};
+// The host's order up to a first frame: about, global set-up, parameter set-up (every slider then
+// at its default), pre-render, and render of `input` into `output`.
+std::vector<Step> firstFrame(EffectHost& host, HostWorld& input, HostWorld& output);
+// Global and parameter set-up, the sliders at their defaults; a failure is reported and gives false.
+bool setUp(ValidationContext& c, EffectHost& host);
 
 // The host's recorded rule breaks of one kind.
 enum class Rule { Suites, Guards, HostContext, Exception };

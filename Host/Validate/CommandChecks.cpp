@@ -67,25 +67,14 @@ void commandSequence(ValidationContext& c) {
     for (int round = 1; round <= 2; ++round) {
         const std::string when = round == 1 ? "" : " after a set-down, in the same load";
         HostWorld& target = round == 1 ? output : again;
-        const std::pair<PF_Cmd, std::function<PF_Err()>> steps[] = {
-            {PF_Cmd_ABOUT, [&] { return host.about(); }},
-            {PF_Cmd_GLOBAL_SETUP, [&] { return host.globalSetup(); }},
-            {PF_Cmd_PARAMS_SETUP,
-             [&] {
-                 const PF_Err err = host.paramsSetup();
-                 check::setDefaults(host);
-                 return err;
-             }},
-            {PF_Cmd_SMART_PRE_RENDER, [&] { return check::preRender(host, input); }},
-            {PF_Cmd_SMART_RENDER, [&] { return host.smartRender(&input, &target); }},
-            {PF_Cmd_GLOBAL_SETDOWN, [&] { return host.globalSetdown(); }},
-        };
+        std::vector<check::Step> steps = check::firstFrame(host, input, target);
+        steps.push_back({PF_Cmd_GLOBAL_SETDOWN, [&] { return host.globalSetdown(); }});
         check::fillMark(target);
         for (const auto& step : steps) {
-            c.step(commandName(step.first) + when);
-            const PF_Err err = step.second();
+            c.step(commandName(step.cmd) + when);
+            const PF_Err err = step.send();
             c.check(err == PF_Err_NONE,
-                    commandName(step.first) + when + " returned " + codeText(err) + ", expected PF_Err_NONE");
+                    commandName(step.cmd) + when + " returned " + codeText(err) + ", expected PF_Err_NONE");
         }
     }
     const std::string diff = check::difference(again, output);
@@ -95,10 +84,7 @@ void commandSequence(ValidationContext& c) {
 
 void unknownSelectors(ValidationContext& c) {
     EffectHost host(c.options().bundle);
-    c.step("PF_Cmd_GLOBAL_SETUP");
-    if (!c.check(host.globalSetup() == PF_Err_NONE, "PF_Cmd_GLOBAL_SETUP failed; unknown selectors not sent"))
-        return;
-    host.paramsSetup();
+    if (!check::setUp(c, host)) return;
     // Selectors past the last the host API defines, and ones no host can send.
     for (PF_Cmd selector : {PF_Cmd_SMART_RENDER + 1, PF_Cmd_SMART_RENDER + 7, 100, 65535, -1, 0x7fffffff}) {
         const std::string what = "unknown selector " + std::to_string(selector);
@@ -114,10 +100,7 @@ void unknownSelectors(ValidationContext& c) {
 
 void nullRecords(ValidationContext& c) {
     EffectHost host(c.options().bundle);
-    c.step("PF_Cmd_GLOBAL_SETUP");
-    if (!c.check(host.globalSetup() == PF_Err_NONE, "PF_Cmd_GLOBAL_SETUP failed; null records not sent"))
-        return;
-    host.paramsSetup();
+    if (!check::setUp(c, host)) return;
     const PF_Cmd commands[] = {PF_Cmd_ABOUT,        PF_Cmd_GLOBAL_SETUP,     PF_Cmd_PARAMS_SETUP,
                                PF_Cmd_SMART_RENDER, PF_Cmd_SMART_PRE_RENDER, PF_Cmd_GLOBAL_SETDOWN};
     for (PF_Cmd cmd : commands) {

@@ -29,27 +29,14 @@ struct Clean {
     std::map<Callback, int> calls;
 };
 
-// The host's order: about, global set-up, parameter set-up, pre-render, render. Returns each
-// command's code; `onFailure` is told of every command that failed.
+// The host's order up to a first frame; `onFailure` is told of every command that failed.
 template <typename F>
 void sequence(ValidationContext& c, EffectHost& host, HostWorld& input, HostWorld& output,
               const std::string& where, F onFailure) {
-    const std::pair<PF_Cmd, std::function<PF_Err()>> steps[] = {
-        {PF_Cmd_ABOUT, [&] { return host.about(); }},
-        {PF_Cmd_GLOBAL_SETUP, [&] { return host.globalSetup(); }},
-        {PF_Cmd_PARAMS_SETUP,
-         [&] {
-             const PF_Err err = host.paramsSetup();
-             check::setDefaults(host);
-             return err;
-         }},
-        {PF_Cmd_SMART_PRE_RENDER, [&] { return check::preRender(host, input); }},
-        {PF_Cmd_SMART_RENDER, [&] { return host.smartRender(&input, &output); }},
-    };
-    for (const auto& step : steps) {
-        c.step(where + ": " + commandName(step.first));
-        const PF_Err err = step.second();
-        if (err != PF_Err_NONE) onFailure(step.first, err);
+    for (const check::Step& step : check::firstFrame(host, input, output)) {
+        c.step(where + ": " + commandName(step.cmd));
+        const PF_Err err = step.send();
+        if (err != PF_Err_NONE) onFailure(step.cmd, err);
     }
 }
 

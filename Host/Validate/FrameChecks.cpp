@@ -35,17 +35,6 @@ std::string milliseconds(double seconds) {
     return text;
 }
 
-bool setUp(ValidationContext& c, EffectHost& host) {
-    c.step("PF_Cmd_GLOBAL_SETUP");
-    const PF_Err setup = host.globalSetup();
-    c.step("PF_Cmd_PARAMS_SETUP");
-    const PF_Err params = host.paramsSetup();
-    check::setDefaults(host);
-    return c.check(
-        setup == PF_Err_NONE && params == PF_Err_NONE,
-        "set-up failed: global set-up " + codeText(setup) + ", parameter set-up " + codeText(params));
-}
-
 }  // namespace
 
 void lifecycle(ValidationContext& c) {
@@ -63,7 +52,7 @@ void lifecycle(ValidationContext& c) {
     };
     for (int cycle = 1; cycle <= cycles; ++cycle) {
         const std::string where = "cycle " + std::to_string(cycle);
-        if (!setUp(c, host)) return;
+        if (!check::setUp(c, host)) return;
         errorsAfter(where + ": set-up");
         std::optional<GLInspector::Census> second;
         for (int frame = 1; frame <= frames; ++frame) {
@@ -192,7 +181,7 @@ void hostContext(ValidationContext& c) {
 void threads(ValidationContext& c) {
     const int threadCount = c.full() ? 4 : 2, rounds = c.full() ? 4 : 2;
     EffectHost host(c.options().bundle);
-    if (!setUp(c, host)) return;
+    if (!check::setUp(c, host)) return;
     HostWorld input(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
     check::fillPattern(input, c.options().seed);
     HostWorld reference(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
@@ -245,7 +234,7 @@ void threads(ValidationContext& c) {
 
 void parameterValues(ValidationContext& c) {
     EffectHost host(c.options().bundle);
-    if (!setUp(c, host)) return;
+    if (!check::setUp(c, host)) return;
     HostWorld input(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
     check::fillPattern(input, c.options().seed);
     HostWorld first(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
@@ -305,7 +294,7 @@ void timing(ValidationContext& c) {
     const int frames = c.full() ? 10 : 3;
     EffectHost host(c.options().bundle);
     const Clock::time_point setupStart = Clock::now();
-    if (!setUp(c, host)) return;
+    if (!check::setUp(c, host)) return;
     const double setup = since(setupStart);
     HostWorld input(1920, 1080, Depth::Eight), output(1920, 1080, Depth::Eight);
     check::fillPattern(input, c.options().seed);
