@@ -4,6 +4,7 @@
 //                         [--skip-existing | --no-clobber] [--progress FILE|-] INPUT OUTPUT
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
+//   fxhost validate [--plugin BUNDLE] [options]
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
@@ -24,6 +25,7 @@
 #include "Interruption.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
+#include "ValidateCommand.h"
 
 namespace {
 
@@ -101,15 +103,16 @@ int main(int argc, char** argv) {
                      "never wider than the input)")
         ->check(CLI::Range(16, 16384));
     fxhost::FarmCommand farm(app);
+    CLI::App* validate = fxhost::addValidateCommand(app, plugin);
 
     // The first word that is no option must name a command; CLI11 would only say one is missing.
     // The options before a command are flags, so no word there is an option's value.
     for (int i = 1; i < argc; ++i) {
         if (argv[i][0] == '-') continue;
         const std::string word = argv[i];
-        if (word != "info" && word != "render" && word != "sheet" && word != "farm") {
+        if (word != "info" && word != "render" && word != "sheet" && word != "farm" && word != "validate") {
             return usageError("unknown command \"" + word +
-                              "\"; the commands are info, render, sheet and farm");
+                              "\"; the commands are info, render, sheet, farm and validate");
         }
         break;
     }
@@ -145,6 +148,7 @@ int main(int argc, char** argv) {
             return 0;
         }
         if (farm.parsed()) return farm.run();
+        if (validate->parsed()) return fxhost::runValidate(plugin);
         fxhost::ParameterSettings settings;
         for (const std::string& set : sets) settings.add(set);
         if (render->parsed()) {

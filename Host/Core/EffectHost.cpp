@@ -29,6 +29,7 @@ struct HostCallbacks {
     static PF_Err checkoutParam(PF_ProgPtr ref, PF_ParamIndex index, A_long, A_long, A_u_long,
                                 PF_ParamDef* param) {
         EffectHost* host = EffectHost::fromRef(ref);
+        host->probe();
         if (const PF_Err err = host->mSuites->injected(Callback::CheckoutParam, index)) return err;
         if (!param || index < 0 || index >= static_cast<PF_ParamIndex>(host->mParams.size())) {
             return PF_Err_INVALID_INDEX;
@@ -38,11 +39,13 @@ struct HostCallbacks {
     }
 
     static PF_Err checkinParam(PF_ProgPtr ref, PF_ParamDef*) {
+        EffectHost::fromRef(ref)->probe();
         return EffectHost::fromRef(ref)->mSuites->injected(Callback::CheckinParam);
     }
 
     static PF_Err addParam(PF_ProgPtr ref, PF_ParamIndex, PF_ParamDefPtr def) {
         EffectHost* host = EffectHost::fromRef(ref);
+        host->probe();
         if (const PF_Err err = host->mSuites->injected(Callback::AddParam)) return err;
         if (!def) return PF_Err_BAD_CALLBACK_PARAM;
         host->mParams.push_back(*def);
@@ -77,6 +80,7 @@ struct HostCallbacks {
 
     static PF_Err checkoutLayerPixels(PF_ProgPtr ref, A_long, PF_EffectWorld** pixels) {
         EffectHost* host = EffectHost::fromRef(ref);
+        host->probe();
         if (const PF_Err err = host->mSuites->injected(Callback::CheckoutLayerPixels)) return err;
         *pixels = (host->mFaults.nullInputWorld || !host->mInput) ? nullptr : host->mInput->def();
         return PF_Err_NONE;
@@ -89,6 +93,7 @@ struct HostCallbacks {
 
     static PF_Err checkoutOutput(PF_ProgPtr ref, PF_EffectWorld** output) {
         EffectHost* host = EffectHost::fromRef(ref);
+        host->probe();
         if (const PF_Err err = host->mSuites->injected(Callback::CheckoutOutput)) return err;
         *output = host->mOutput ? host->mOutput->def() : nullptr;
         return PF_Err_NONE;
@@ -157,6 +162,10 @@ EffectHost::~EffectHost() {
     }
 }
 
+void EffectHost::probe() {
+    if (callbackProbe) callbackProbe();
+}
+
 EffectHost* EffectHost::fromRef(PF_ProgPtr effect_ref) {
     return reinterpret_cast<EffectHost*>(effect_ref);
 }
@@ -206,11 +215,17 @@ void EffectHost::checkAfter(PF_Cmd cmd, bool ownThread) {
     if (!unbalanced.empty()) mViolations.push_back(where + "suites not released: " + unbalanced);
     if (mSuites->liveHandles() != 0) mViolations.push_back(where + "host handles left allocated");
     for (HostWorld* world : {mInput, mOutput}) {
-        if (world && !world->guardsIntact())
-            mViolations.push_back(where + "bytes outside a world were written");
+        if (!world) continue;
+        const std::string damage = world->guardDamage();
+        if (!damage.empty())
+            mViolations.push_back(where + "bytes outside " + (world == mInput ? "the input" : "the output") +
+                                  " world were written: " + damage);
     }
-    if (mGL && ownThread && !mGL->isCurrent())
-        mViolations.push_back(where + "the host's GL context is not current afterwards");
+    if (mGL && ownThread) {
+        const std::string difference = mGL->stateDifference();
+        if (!difference.empty())
+            mViolations.push_back(where + "the host's GL context is not current afterwards: " + difference);
+    }
 }
 
 PF_Err EffectHost::about() {

@@ -7,6 +7,7 @@
 // bytes intact, its GL context current again) and records what was broken.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -77,12 +78,17 @@ public:
 
     void setTime(A_long currentTime) { mInData.current_time = currentTime; }
 
+    // Called at the start of the parameter, layer and output callbacks, on the effect's thread and
+    // with whatever GL context the effect has current: a place to look at the effect's GL state.
+    std::function<void()> callbackProbe;
+
 private:
     friend struct HostCallbacks;
     static EffectHost* fromRef(PF_ProgPtr effect_ref);
     void checkAfter(PF_Cmd cmd, bool ownThread);
     int routeBundleOutput();
     void restoreOutput(int saved);
+    void probe();
 
     Bundle mBundle;
     HostOptions mOptions;

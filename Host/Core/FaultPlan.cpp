@@ -20,6 +20,12 @@ const char* callbackName(Callback callback) {
             return "iterate";
         case Callback::NewHandle:
             return "host_new_handle";
+        case Callback::ResizeHandle:
+            return "host_resize_handle";
+        case Callback::NewMemHandle:
+            return "AEGP_NewMemHandle";
+        case Callback::AllocateBlock:
+            return "SPBasic AllocateBlock";
     }
     return "?";
 }

@@ -18,8 +18,18 @@ enum class Callback {
     CheckoutParam,
     CheckinParam,
     Iterate,
-    NewHandle,  // host_new_handle answers null; the code is unused
+    NewHandle,      // host_new_handle answers null; the code is unused
+    ResizeHandle,   // host_resize_handle answers PF_Err_OUT_OF_MEMORY, the handle as it was
+    NewMemHandle,   // the memory suite's AEGP_NewMemHandle answers PF_Err_OUT_OF_MEMORY, no handle
+    AllocateBlock,  // the basic suite's AllocateBlock and ReallocateBlock: the same, no block
 };
+
+// Every callback above, in order: the ones that hand out memory are the last four.
+constexpr Callback kAllCallbacks[] = {
+    Callback::AddParam,       Callback::CheckoutLayer, Callback::CheckoutLayerPixels,
+    Callback::CheckoutOutput, Callback::CheckoutParam, Callback::CheckinParam,
+    Callback::Iterate,        Callback::NewHandle,     Callback::ResizeHandle,
+    Callback::NewMemHandle,   Callback::AllocateBlock};
 
 const char* callbackName(Callback callback);
 

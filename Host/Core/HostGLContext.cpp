@@ -1,5 +1,6 @@
 #include "HostGLContext.h"
 
+#include <cstdio>
 #include <stdexcept>
 
 #include "EGLPlatform.h"
@@ -53,6 +54,37 @@ int HostGLContext::maxTextureSize() {
     int size = 0;
     getIntegerv(kMaxTextureSize, &size);
     return size;
+}
+
+std::string HostGLContext::stateDifference() const {
+    auto hex = [](const void* p) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%p", p);
+        return std::string(text);
+    };
+    std::string text;
+    auto add = [&text](const std::string& what) { text += (text.empty() ? "" : "; ") + what; };
+    const EGLenum api = eglQueryAPI();
+    if (api != EGL_OPENGL_API) {
+        char bound[64];
+        std::snprintf(bound, sizeof bound, "the bound API is 0x%x, not OpenGL", static_cast<unsigned>(api));
+        add(bound);
+    }
+    // The current context is a property of the bound API, so it is asked with OpenGL bound.
+    if (api != EGL_OPENGL_API) eglBindAPI(EGL_OPENGL_API);
+    const EGLContext context = eglGetCurrentContext();
+    const EGLDisplay display = eglGetCurrentDisplay();
+    const EGLSurface draw = eglGetCurrentSurface(EGL_DRAW), read = eglGetCurrentSurface(EGL_READ);
+    if (api != EGL_OPENGL_API) eglBindAPI(api);
+    if (context != mContext) {
+        add(context == EGL_NO_CONTEXT
+                ? "no context is current"
+                : "context " + hex(context) + " is current instead of the host's " + hex(mContext));
+    }
+    if (context != EGL_NO_CONTEXT && display != mDisplay) add("the current display is not the host's");
+    if (draw != EGL_NO_SURFACE) add("draw surface " + hex(draw) + " is current, the host had none");
+    if (read != EGL_NO_SURFACE) add("read surface " + hex(read) + " is current, the host had none");
+    return text;
 }
 
 void HostGLContext::releaseCurrent() {

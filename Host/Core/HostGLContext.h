@@ -6,6 +6,8 @@
 
 #include <EGL/egl.h>
 
+#include <string>
+
 namespace fxhost {
 
 class HostGLContext {
@@ -18,6 +20,9 @@ public:
 
     void makeCurrent();
     bool isCurrent() const;
+    // What differs on the calling thread from the state makeCurrent() sets (bound API, display,
+    // context, draw and read surfaces), in words; empty when it is all as the host left it.
+    std::string stateDifference() const;
     EGLDisplay display() const { return mDisplay; }
     EGLContext context() const { return mContext; }
 

@@ -59,6 +59,7 @@ struct SuiteFunctions {
         return handle ? reinterpret_cast<HandleBlock*>(handle)->size : 0;
     }
     static PF_Err resizeHandle(A_HandleSize size, PF_Handle* handle) {
+        if (sActive && sActive->injected(Callback::ResizeHandle) != 0) return PF_Err_OUT_OF_MEMORY;
         HandleBlock* block = reinterpret_cast<HandleBlock*>(*handle);
         void* data = std::realloc(block->data, size ? size : 1);
         if (!data) return PF_Err_OUT_OF_MEMORY;
@@ -118,6 +119,12 @@ struct SuiteFunctions {
     }
     static A_Err newMemHandle(AEGP_PluginID, const A_char*, AEGP_MemSize size, AEGP_MemFlag,
                               AEGP_MemHandle* memPH) {
+        if (sActive) {
+            if (const PF_Err err = sActive->injected(Callback::NewMemHandle)) {
+                *memPH = nullptr;
+                return err;
+            }
+        }
         *memPH = newMem(std::string(size, '\0'));
         return A_Err_NONE;
     }
@@ -225,6 +232,10 @@ HostSuites::HostSuites(const FaultPlan& faults) : mFaults(faults), mBasicSuite()
     mBasicSuite.ReleaseSuite = SuiteFunctions::release;
     mBasicSuite.IsEqual = [](const char* a, const char* b) -> SPBoolean { return std::strcmp(a, b) == 0; };
     mBasicSuite.AllocateBlock = [](size_t size, void** block) -> SPErr {
+        if (const PF_Err err = sActive ? sActive->injected(Callback::AllocateBlock) : PF_Err_NONE) {
+            *block = nullptr;
+            return err;
+        }
         *block = std::malloc(size);
         return *block ? SPErr(kSPNoError) : SPErr(PF_Err_OUT_OF_MEMORY);
     };
@@ -233,6 +244,10 @@ HostSuites::HostSuites(const FaultPlan& faults) : mFaults(faults), mBasicSuite()
         return kSPNoError;
     };
     mBasicSuite.ReallocateBlock = [](void* block, size_t size, void** newBlock) -> SPErr {
+        if (const PF_Err err = sActive ? sActive->injected(Callback::AllocateBlock) : PF_Err_NONE) {
+            *newBlock = nullptr;
+            return err;
+        }
         *newBlock = std::realloc(block, size);
         return *newBlock ? SPErr(kSPNoError) : SPErr(PF_Err_OUT_OF_MEMORY);
     };
@@ -246,6 +261,12 @@ HostSuites::~HostSuites() {
 
 const PF_ANSICallbacks& HostSuites::ansiTable() {
     return kANSISuite;
+}
+
+std::vector<std::string> HostSuites::servedSuiteNames() {
+    std::vector<std::string> names;
+    for (const ServedSuite& served : kServedSuites) names.push_back(served.name);
+    return names;
 }
 
 HostSuites* HostSuites::active() {
@@ -282,7 +303,10 @@ PF_Err HostSuites::injected(Callback callback, int paramIndex) {
         if (fault.callback != callback) continue;
         if (fault.onCall != 0 && fault.onCall != call) continue;
         if (fault.paramIndex >= 0 && fault.paramIndex != paramIndex) continue;
-        return callback == Callback::NewHandle ? PF_Err_OUT_OF_MEMORY : fault.code;
+        // Memory the host cannot give is always out of memory, whatever code the fault names.
+        const bool memory = callback == Callback::NewHandle || callback == Callback::ResizeHandle ||
+                            callback == Callback::NewMemHandle || callback == Callback::AllocateBlock;
+        return memory ? PF_Err_OUT_OF_MEMORY : fault.code;
     }
     return PF_Err_NONE;
 }

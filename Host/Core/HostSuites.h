@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "FaultPlan.h"
 #include "SPBasic.h"
@@ -44,6 +45,8 @@ public:
     static HostSuites* active();
     // The C library functions of "PF ANSI Suite", which PF_UtilCallbacks::ansi holds too.
     static const PF_ANSICallbacks& ansiTable();
+    // The names of the suites served, in the order they are looked up.
+    static std::vector<std::string> servedSuiteNames();
 
 private:
     friend struct SuiteFunctions;

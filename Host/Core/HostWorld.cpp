@@ -9,6 +9,8 @@ namespace fxhost {
 
 namespace {
 
+// The tail after the last row is one whole row and a little more, so a frame that writes one
+// row too many lands in guard bytes of the host's own, not in someone else's memory.
 constexpr size_t kTailBytes = 64;
 std::atomic<size_t> gLiveBytes{0};
 std::atomic<size_t> gPeakBytes{0};
@@ -40,7 +42,7 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     }
     // calloc hands large blocks out as fresh zero pages: only the guards are written, so a
     // world of any size costs one touch of its padding rather than two passes over it.
-    mSize = rowbytes * static_cast<size_t>(height) + kTailBytes;
+    mSize = rowbytes * (static_cast<size_t>(height) + 1) + kTailBytes;
     mStorage.reset(static_cast<uint8_t*>(std::calloc(mSize, 1)));
     if (!mStorage) throw std::bad_alloc();
     const size_t live = gLiveBytes += mSize;
@@ -52,7 +54,7 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     for (int y = 0; y < height; ++y) {
         std::memset(row(y) + used, kGuardByte, pad);
     }
-    std::memset(mStorage.get() + rowbytes * static_cast<size_t>(height), kGuardByte, kTailBytes);
+    std::memset(mStorage.get() + rowbytes * static_cast<size_t>(height), kGuardByte, rowbytes + kTailBytes);
     mDef.reserved0 = this;  // lets the host's callbacks find the world again
     mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
     mDef.data = mStorage.get();
@@ -134,17 +136,29 @@ void HostWorld::fill(const float argb[4]) {
 }
 
 bool HostWorld::guardsIntact() const {
+    return guardDamage().empty();
+}
+
+std::string HostWorld::guardDamage() const {
     const size_t used = static_cast<size_t>(width()) * pixelSize(mDepth);
     for (int y = 0; y < height(); ++y) {
         const uint8_t* r = row(y);
         for (size_t i = used; i < static_cast<size_t>(rowbytes()); ++i) {
-            if (r[i] != kGuardByte) return false;
+            if (r[i] != kGuardByte) {
+                return "row " + std::to_string(y) + " written " + std::to_string(i - used + 1) +
+                       " bytes past its " + std::to_string(used) + " bytes of pixels (rowbytes " +
+                       std::to_string(rowbytes()) + ")";
+            }
         }
     }
-    for (size_t i = static_cast<size_t>(rowbytes()) * height(); i < mSize; ++i) {
-        if (mStorage[i] != kGuardByte) return false;
+    const size_t end = static_cast<size_t>(rowbytes()) * height();
+    for (size_t i = end; i < mSize; ++i) {
+        if (mStorage[i] != kGuardByte) {
+            return "byte " + std::to_string(i - end) + " after the last row written (rows " +
+                   std::to_string(height()) + ", rowbytes " + std::to_string(rowbytes()) + ")";
+        }
     }
-    return true;
+    return "";
 }
 
 std::vector<uint8_t> HostWorld::pixelBytes() const {

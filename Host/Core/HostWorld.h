@@ -1,6 +1,6 @@
 // A host-owned image in the host's layout: channels A, R, G, B at 8 bits,
 // 16 bits (white at 32768) or 32-bit float, rows `rowbytes` apart. Every row is
-// followed by padding, and the buffer by a tail, filled with a guard pattern
+// followed by padding, and the buffer by a tail of a row and more, filled with a guard pattern
 // that guardsIntact() checks, so a write past a row's end is caught. The world
 // keeps its true geometry apart from the definition it lends out, so a test may
 // make the definition lie (rowbytes, sizes) while the guards are still checked
@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "PFTypes.h"
@@ -46,6 +47,8 @@ public:
     void fill(const float argb[4]);
 
     bool guardsIntact() const;
+    // Where the first written guard byte is, in words; empty when all are intact.
+    std::string guardDamage() const;
     // Bytes of the pixels only, row by row, without padding: for "untouched" comparisons.
     std::vector<uint8_t> pixelBytes() const;
 

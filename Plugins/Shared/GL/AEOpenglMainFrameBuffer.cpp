@@ -180,10 +180,12 @@ void AEOpenglMainFrameBuffer::destory() {
 }
 
 void AEOpenglMainFrameBuffer::beginDrawing() {
-    glDrawBuffer(GL_COLOR_ATTACHMENT0);
     glDisable(GL_BLEND);
     if (mMultisampled) glEnable(GL_MULTISAMPLE);
     pushRenderContext(false, false);
+    // The draw buffer is state of the bound frame buffer, so it is chosen once the frame's own is
+    // bound: a new context still has its default one bound, which refuses it (GL_INVALID_OPERATION).
+    glDrawBuffer(GL_COLOR_ATTACHMENT0);
     glViewport(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight));
 }
 

@@ -1,6 +1,7 @@
 // The host's basic suite: every other suite is fetched from it by name and version.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 typedef int32_t SPErr;

@@ -1,0 +1,24 @@
+// A deliberately broken bundle for the validator's tests: the shipped effect, whose entry point
+// is compiled here as GoodEntryPointFunc, with one fault added around it by the file that
+// includes this. Built for the tests only; never shipped, never installed.
+#pragma once
+
+#include "PFSmartRender.h"
+#include "PFTypes.h"
+
+extern "C" PF_Err GoodEntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data,
+                                     PF_ParamDef** params, PF_LayerDef* output, void* extra);
+
+#define SHIM_ENTRY_POINT                                                                                 \
+    extern "C" __attribute__((visibility("default"))) PF_Err EntryPointFunc(                             \
+        PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, PF_LayerDef* output, \
+        void* extra)
+
+// The output world of a smart frame, as the effect checks it out; null if it cannot be had.
+inline PF_LayerDef* shimOutput(PF_InData* in_data, void* extra) {
+    auto* smart = static_cast<PF_SmartRenderExtra*>(extra);
+    PF_LayerDef* output = nullptr;
+    if (!in_data || !smart || !smart->cb || smart->cb->checkout_output(in_data->effect_ref, &output))
+        return nullptr;
+    return output;
+}
