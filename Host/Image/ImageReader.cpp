@@ -36,10 +36,10 @@ ImageReader::ImageReader(const std::string& path) : mPath(path) {
     // associated whatever is asked, and that is divided out below.
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);
-    mInput = OIIO::ImageInput::open(path, &config);
+    mInput = OIIO::ImageInput::create(path, false, &config);
     if (!mInput) throw readError(path, OIIO::geterror());
-    mSpec = mInput->spec();
-    if (mSpec.width <= 0 || mSpec.height <= 0 || mSpec.nchannels < 1 || mSpec.depth > 1) {
+    if (!mInput->open(path, mHeader, config)) throw readError(path, mInput->geterror());
+    if (mHeader.width <= 0 || mHeader.height <= 0 || mHeader.nchannels < 1 || mHeader.depth > 1) {
         throw readError(path, "not a 2-D image with channels");
     }
 }
@@ -55,11 +55,11 @@ DepthLoss ImageReader::read(HostWorld& world, std::vector<float>& extra) {
     if (world.width() != width() || world.height() != height() || world.depth() != Depth::Eight) {
         throw std::logic_error("ImageReader::read: the world is not the image's size");
     }
-    const int n = mSpec.nchannels, colour = std::min(n, 4), w = width();
+    const int n = mHeader.nchannels, colour = std::min(n, 4), w = width();
     const bool grey = n <= 2, hasAlpha = n == 2 || n >= 4;
     // The library leaves alpha as the file stores it (asked to above) and says which it is.
-    const bool associated = hasAlpha && mSpec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
-    const bool bytes = mSpec.format == OIIO::TypeDesc::UINT8 && mSpec.channelformats.empty();
+    const bool associated = hasAlpha && mHeader.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
+    const bool bytes = mHeader.format == OIIO::TypeDesc::UINT8 && mHeader.channelformats.empty();
     DepthLoss loss;
     loss.deeper = !bytes;
 
@@ -69,7 +69,7 @@ DepthLoss ImageReader::read(HostWorld& world, std::vector<float>& extra) {
     PF_LayerDef* def = world.def();
     for (int y0 = 0; y0 < height(); y0 += kStripRows) {
         const int y1 = std::min(height(), y0 + kStripRows);
-        const int fileY0 = mSpec.y + y0, fileY1 = mSpec.y + y1;
+        const int fileY0 = mHeader.y + y0, fileY1 = mHeader.y + y1;
         void* strip = bytes ? static_cast<void*>(byteStrip.data()) : floatStrip.data();
         // 8-bit files are read as stored: the converting read stages a buffer far larger than the strip.
         const bool read =

@@ -29,9 +29,9 @@ public:
     explicit ImageReader(const std::string& path);
     ~ImageReader();
 
-    const OIIO::ImageSpec& spec() const { return mSpec; }
-    int width() const { return mSpec.width; }
-    int height() const { return mSpec.height; }
+    const OIIO::ImageSpec& header() const { return mHeader; }
+    int width() const { return mHeader.width; }
+    int height() const { return mHeader.height; }
     // The format's name as OpenImageIO calls it ("png", "openexr", ...).
     std::string formatName() const;
 
@@ -44,7 +44,7 @@ public:
 private:
     std::string mPath;
     std::unique_ptr<OIIO::ImageInput> mInput;
-    OIIO::ImageSpec mSpec;
+    OIIO::ImageSpec mHeader;
     double mConvertSeconds = 0.0;
 };
 

@@ -75,35 +75,35 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
                          double* convertSeconds) {
     auto out = OIIO::ImageOutput::create(path);
     if (!out) throw writeError(path, OIIO::geterror());
-    OIIO::ImageSpec spec = like;
-    if (spec.width != world.width() || spec.height != world.height()) {
-        spec.width = spec.full_width = world.width();
-        spec.height = spec.full_height = world.height();
-        spec.full_x = spec.x;
-        spec.full_y = spec.y;
+    OIIO::ImageSpec header = like;
+    if (header.width != world.width() || header.height != world.height()) {
+        header.width = header.full_width = world.width();
+        header.height = header.full_height = world.height();
+        header.full_x = header.x;
+        header.full_y = header.y;
     }
-    int n = spec.nchannels;
+    int n = header.nchannels;
     const size_t extrasInWorld = static_cast<size_t>(world.width()) * world.height() * std::max(0, n - 4);
     if (n > 4 && (!out->supports("nchannels") || extra.size() != extrasInWorld)) {
         Console::warnOnce(std::string(out->format_name()) +
                           " holds no channels beyond RGBA: " + std::to_string(n - 4) +
                           " channel(s) of the input are not written to '" + path + "'");
         n = 4;
-        spec.nchannels = 4;
-        spec.channelnames.resize(4);
-        if (!spec.channelformats.empty()) spec.channelformats.resize(4);
+        header.nchannels = 4;
+        header.channelnames.resize(4);
+        if (!header.channelformats.empty()) header.channelformats.resize(4);
     }
-    if (n == 2 || n >= 4) spec.alpha_channel = n == 2 ? 1 : 3;
+    if (n == 2 || n >= 4) header.alpha_channel = n == 2 ? 1 : 3;
     // Alpha goes out as the input held it where the format can say either (TIFF), associated
     // where the format knows no other (OpenEXR), straight elsewhere (PNG, JPEG).
     const std::string format = out->format_name();
     const bool premultiply =
         format == "openexr" || (format == "tiff" && like.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0);
-    spec.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
-    spec.attribute("png:compressionLevel", std::clamp(options.pngCompression, 0, 9));
-    spec.attribute("png:filter", kPngNoFilter);
+    header.attribute("oiio:UnassociatedAlpha", premultiply ? 0 : 1);
+    header.attribute("png:compressionLevel", std::clamp(options.pngCompression, 0, 9));
+    header.attribute("png:filter", kPngNoFilter);
     const bool bytes =
-        spec.format == OIIO::TypeDesc::UINT8 && spec.channelformats.empty() && (n == 3 || n == 4);
+        header.format == OIIO::TypeDesc::UINT8 && header.channelformats.empty() && (n == 3 || n == 4);
 
     // Until commit or discard, an interruption removes the file.
     const std::string partial = PartialFile::nameFor(path);
@@ -119,7 +119,7 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
     ::close(fd);
 
     std::vector<uint8_t> strip(static_cast<size_t>(world.width()) * kStripRows * n * (bytes ? 1 : 4));
-    bool ok = out->open(partial, spec);
+    bool ok = out->open(partial, header);
     for (int y0 = 0; ok && y0 < world.height(); y0 += kStripRows) {
         const int y1 = std::min(world.height(), y0 + kStripRows);
         const auto start = std::chrono::steady_clock::now();
@@ -128,7 +128,7 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
             *convertSeconds +=
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         }
-        ok = out->write_scanlines(spec.y + y0, spec.y + y1, 0,
+        ok = out->write_scanlines(header.y + y0, header.y + y1, 0,
                                   bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT, strip.data());
     }
     ok = out->close() && ok;

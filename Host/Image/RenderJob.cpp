@@ -60,18 +60,18 @@ OIIO::ImageBuf wrap(HostWorld& world, int x, int y, int width, int height) {
     return OIIO::ImageBuf(OIIO::ImageSpec(width, height, 4, OIIO::TypeDesc::UINT8), origin, 4, def->rowbytes);
 }
 
-std::string depthName(const OIIO::ImageSpec& spec) {
-    return spec.format == OIIO::TypeDesc::UINT16  ? "16-bit"
-           : spec.format == OIIO::TypeDesc::HALF  ? "half-float"
-           : spec.format == OIIO::TypeDesc::FLOAT ? "float"
-                                                  : std::string(spec.format.c_str());
+std::string depthName(const OIIO::ImageSpec& header) {
+    return header.format == OIIO::TypeDesc::UINT16  ? "16-bit"
+           : header.format == OIIO::TypeDesc::HALF  ? "half-float"
+           : header.format == OIIO::TypeDesc::FLOAT ? "float"
+                                                    : std::string(header.format.c_str());
 }
 
 // --strict-depth: an input deeper than the 8-bit worlds is an image error, not a warning.
-void refuseDeep(const std::string& path, const OIIO::ImageSpec& spec) {
-    if (spec.format != OIIO::TypeDesc::UINT8) {
+void refuseDeep(const std::string& path, const OIIO::ImageSpec& header) {
+    if (header.format != OIIO::TypeDesc::UINT8) {
         throw JobError(JobError::kImage,
-                       "'" + path + "' is " + depthName(spec) +
+                       "'" + path + "' is " + depthName(header) +
                            "; the effect renders in 8 bits, and --strict-depth refuses to lose the rest");
     }
 }
@@ -123,9 +123,9 @@ void RenderJob::readFrame(const std::string& path, FrameSlot& slot, double& conv
                                " pixels a side (a GPU whose GL takes "
                                "larger textures can render it)");
         }
-        if (mOptions.strictDepth) refuseDeep(path, reader.spec());
+        if (mOptions.strictDepth) refuseDeep(path, reader.header());
         ensureWorld(slot.input, reader.width(), reader.height());
-        slot.spec = reader.spec();
+        slot.header = reader.header();
         slot.loss = reader.read(*slot.input, slot.extra);
         convertSeconds += reader.convertSeconds();
         if (slot.loss.outOfRange && mOptions.strictDepth) {
@@ -136,7 +136,7 @@ void RenderJob::readFrame(const std::string& path, FrameSlot& slot, double& conv
         }
     });
     if (slot.loss.deeper) {
-        Console::warnOnce("the input is " + depthName(slot.spec) +
+        Console::warnOnce("the input is " + depthName(slot.header) +
                           ", but the effect renders in 8 bits: the output keeps the file's depth and "
                           "holds 8-bit steps (--strict-depth refuses such inputs)");
     }
@@ -173,7 +173,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     stages.render = [&](FrameSlot& slot) { render(*slot.input, slot.output, slot.frame); };
     stages.encode = [&](FrameSlot& slot, double& convert) {
         imageStep([&] {
-            ImageWriter::encode(out.name(slot.frame), slot.spec, *slot.output, slot.extra, mOptions.write,
+            ImageWriter::encode(out.name(slot.frame), slot.header, *slot.output, slot.extra, mOptions.write,
                                 &convert);
         });
     };
@@ -184,8 +184,8 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
         log.frameDone(slot.frame);
         if (progress) showProgress(done, total);
         Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
-                        in.name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.spec.width,
-                        slot.spec.height, slot.spec.nchannels, slot.spec.format.c_str());
+                        in.name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.header.width,
+                        slot.header.height, slot.header.nchannels, slot.header.format.c_str());
     };
     const int threads = mOptions.threads > 0
                             ? mOptions.threads
@@ -193,7 +193,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     if (mOptions.strictDepth) {
         // Every header first, so that a deep frame late in the list is refused before any is written.
         for (int frame : frames) {
-            imageStep([&] { refuseDeep(in.name(frame), ImageReader(in.name(frame)).spec()); });
+            imageStep([&] { refuseDeep(in.name(frame), ImageReader(in.name(frame)).header()); });
         }
     }
     log.begin(total);
@@ -276,7 +276,7 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
         }
         Console::note("tile %d (row %d, column %d): %s\n", i + 1, i / columns + 1, i % columns + 1, label);
     }
-    imageStep([&] { ImageWriter::write(output, source.spec, sheet, {}, mOptions.write); });
+    imageStep([&] { ImageWriter::write(output, source.header, sheet, {}, mOptions.write); });
 }
 
 }  // namespace fxhost

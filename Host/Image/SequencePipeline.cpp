@@ -84,7 +84,8 @@ PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
     PipelineTimes times;
     std::mutex timesMutex;
     // Runs a file stage and books its time, less the part spent converting pixels.
-    auto fileStage = [&](const std::function<void(FrameSlot&, double&)>& stage, FrameSlot& slot, double& into) {
+    auto fileStage = [&](const std::function<void(FrameSlot&, double&)>& stage, FrameSlot& slot,
+                         double& into) {
         const auto begin = Clock::now();
         double convert = 0;
         stage(slot, convert);

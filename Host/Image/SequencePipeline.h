@@ -25,7 +25,7 @@ struct FrameSlot {
     int position = 0;  // index in the list of frames
     std::unique_ptr<HostWorld> input;
     std::unique_ptr<HostWorld> output;
-    OIIO::ImageSpec spec;      // the input file's header
+    OIIO::ImageSpec header;    // the input file's header
     std::vector<float> extra;  // its channels after the fourth
     DepthLoss loss;
 };
@@ -43,7 +43,7 @@ struct PipelineTimes {
 class SequencePipeline {
 public:
     struct Stages {
-        // Fills slot.input (the world may be replaced when the size differs), spec, extra, loss.
+        // Fills slot.input (the world may be replaced when the size differs), header, extra, loss.
         std::function<void(FrameSlot&, double& convertSeconds)> read;
         // Renders slot.input into slot.output on the calling thread.
         std::function<void(FrameSlot&)> render;

@@ -31,11 +31,11 @@ protected:
     int filesInDir() { return std::stoi("0" + runCommand("ls -A " + dir + " | wc -l").out); }
 
     // A gradient image with the given channels and type, written with OpenImageIO.
-    std::string make(const std::string& name, OIIO::ImageSpec spec, float scale = 1.0f) {
-        OIIO::ImageBuf image(spec);
-        std::vector<float> corner(spec.nchannels);
-        for (int c = 0; c < spec.nchannels; ++c) corner[c] = scale * (c + 1) / (spec.nchannels + 1);
-        OIIO::ImageBufAlgo::fill(image, corner, std::vector<float>(spec.nchannels, 0.25f));
+    std::string make(const std::string& name, OIIO::ImageSpec header, float scale = 1.0f) {
+        OIIO::ImageBuf image(header);
+        std::vector<float> corner(header.nchannels);
+        for (int c = 0; c < header.nchannels; ++c) corner[c] = scale * (c + 1) / (header.nchannels + 1);
+        OIIO::ImageBufAlgo::fill(image, corner, std::vector<float>(header.nchannels, 0.25f));
         const std::string path = dir + "/" + name;
         EXPECT_TRUE(image.write(path)) << image.geterror();
         return path;
@@ -45,7 +45,7 @@ protected:
 };
 
 std::vector<float> channel(const OIIO::ImageBuf& image, int c) {
-    std::vector<float> values(static_cast<size_t>(image.spec().width) * image.spec().height);
+    std::vector<float> values(static_cast<size_t>(image.nativespec().width) * image.nativespec().height);
     image.get_pixels(OIIO::ROI(image.xbegin(), image.xend(), image.ybegin(), image.yend(), 0, 1, c, c + 1),
                      OIIO::TypeDesc::FLOAT, values.data());
     return values;
@@ -57,20 +57,20 @@ std::vector<float> channel(const OIIO::ImageBuf& image, int c) {
 // channel the effect does not render unchanged and every header field kept; the host says,
 // once, that the effect renders in 8 bits, and --strict-depth refuses before writing.
 TEST_F(FxhostFiles, DeepFilesKeepTheirChannelsAndHeaderAndTheLossIsSaid) {
-    OIIO::ImageSpec spec(40, 24, 5, OIIO::TypeDesc::HALF);
-    spec.channelnames = {"R", "G", "B", "A", "Z"};
-    spec.alpha_channel = 3;
-    spec.z_channel = 4;
-    spec.x = 7;
-    spec.y = 5;
-    spec.full_x = 0;
-    spec.full_y = 0;
-    spec.full_width = 64;
-    spec.full_height = 48;
-    spec.attribute("compression", "piz");
-    spec.attribute("PixelAspectRatio", 2.0f);
-    spec.attribute("studio:shot", "sq010_sh020");
-    const std::string in = make("in.exr", spec, 4.0f), out = dir + "/out.exr";
+    OIIO::ImageSpec header(40, 24, 5, OIIO::TypeDesc::HALF);
+    header.channelnames = {"R", "G", "B", "A", "Z"};
+    header.alpha_channel = 3;
+    header.z_channel = 4;
+    header.x = 7;
+    header.y = 5;
+    header.full_x = 0;
+    header.full_y = 0;
+    header.full_width = 64;
+    header.full_height = 48;
+    header.attribute("compression", "piz");
+    header.attribute("PixelAspectRatio", 2.0f);
+    header.attribute("studio:shot", "sq010_sh020");
+    const std::string in = make("in.exr", header, 4.0f), out = dir + "/out.exr";
 
     CommandResult r = fxhost("render --strict-depth" + kNeutral + in + " " + out);
     EXPECT_EQ(r.status, 3);
@@ -88,7 +88,7 @@ TEST_F(FxhostFiles, DeepFilesKeepTheirChannelsAndHeaderAndTheLossIsSaid) {
     OIIO::ImageBuf source(in), result(out);
     ASSERT_TRUE(result.read()) << result.geterror();
     ASSERT_TRUE(source.read());
-    const OIIO::ImageSpec& got = result.spec();
+    const OIIO::ImageSpec& got = result.nativespec();
     EXPECT_EQ(got.nchannels, 5);
     EXPECT_EQ(got.channelnames[4], "Z");
     EXPECT_EQ(got.format, OIIO::TypeDesc::HALF);
@@ -113,18 +113,18 @@ TEST_F(FxhostFiles, DeepFilesKeepTheirChannelsAndHeaderAndTheLossIsSaid) {
 }
 
 TEST_F(FxhostFiles, SixteenBitTiffKeepsItsExtraChannelAndIsWarnedAbout) {
-    OIIO::ImageSpec spec(32, 16, 5, OIIO::TypeDesc::UINT16);
-    spec.channelnames = {"R", "G", "B", "A", "matte"};
-    spec.alpha_channel = 3;
-    const std::string in = make("in.tif", spec), out = dir + "/out.tif";
+    OIIO::ImageSpec header(32, 16, 5, OIIO::TypeDesc::UINT16);
+    header.channelnames = {"R", "G", "B", "A", "matte"};
+    header.alpha_channel = 3;
+    const std::string in = make("in.tif", header), out = dir + "/out.tif";
     const CommandResult r = fxhost("render" + kNeutral + in + " " + out);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.err.find("the input is 16-bit"), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find("outside 0 to 1"), std::string::npos) << r.err;
     OIIO::ImageBuf source(in), result(out);
     ASSERT_TRUE(result.read());
-    EXPECT_EQ(result.spec().format, OIIO::TypeDesc::UINT16);
-    EXPECT_EQ(result.spec().nchannels, 5);
+    EXPECT_EQ(result.nativespec().format, OIIO::TypeDesc::UINT16);
+    EXPECT_EQ(result.nativespec().nchannels, 5);
     EXPECT_EQ(channel(result, 4), channel(source, 4));
 }
 
@@ -217,8 +217,7 @@ TEST_F(FxhostFiles, SequencesGiveTheSingleFramePixelsWhateverThreadsAndLevel) {
         const std::string n = "_000" + std::to_string(f) + ".png";
         ASSERT_EQ(fxhost("render" + set + dir + "/in" + n + " " + dir + "/alone" + n).status, 0);
     }
-    for (const std::string options :
-         {"--threads 1 --png-compression 0", "--threads 3 --png-compression 9"}) {
+    for (const std::string options : {"--threads 1 --png-compression 0", "--threads 3 --png-compression 9"}) {
         SCOPED_TRACE(options);
         const std::string prefix = options.back() == '0' ? "/fast" : "/small";
         const CommandResult r = fxhost("render --frames 1-3 " + options + set + dir + "/in_%04d.png " + dir +
@@ -228,7 +227,7 @@ TEST_F(FxhostFiles, SequencesGiveTheSingleFramePixelsWhateverThreadsAndLevel) {
             const std::string n = "_000" + std::to_string(f) + ".png";
             OIIO::ImageBuf alone(dir + "/alone" + n), seq(dir + prefix + n);
             EXPECT_TRUE(OIIO::ImageBufAlgo::compare(alone, seq, 0.0f, 0.0f).nfail == 0 &&
-                        alone.spec().width == seq.spec().width)
+                        alone.nativespec().width == seq.nativespec().width)
                 << n;
         }
     }
@@ -244,8 +243,8 @@ TEST_F(FxhostFiles, SheetTilesCarryTheirLabelAndNothingElse) {
     ASSERT_EQ(r.status, 0) << r.err;
     OIIO::ImageBuf plain(dir + "/plain.png"), sheet(dir + "/sheet.png");
     ASSERT_TRUE(sheet.read());
-    const int w = plain.spec().width, h = plain.spec().height;
-    ASSERT_EQ(sheet.spec().width, w + 8);
+    const int w = plain.nativespec().width, h = plain.nativespec().height;
+    ASSERT_EQ(sheet.nativespec().width, w + 8);
     int changed = 0;
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {
