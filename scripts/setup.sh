@@ -9,5 +9,7 @@ $SUDO apt-get update -qq
 $SUDO apt-get install -y -qq --no-install-recommends \
   g++ cmake ninja-build pkg-config \
   libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev \
-  libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core >/dev/null
+  libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
+  libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
+  libcpp-httplib-dev nlohmann-json3-dev >/dev/null
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null

@@ -175,4 +175,11 @@ HostWorld* HostWorld::fromDef(const PF_LayerDef* def) {
     return def ? static_cast<HostWorld*>(def->reserved0) : nullptr;
 }
 
+void HostWorld::ensure(std::unique_ptr<HostWorld>& world, int width, int height) {
+    if (!world || world->width() != width || world->height() != height) {
+        world.reset();
+        world.reset(new HostWorld(width, height, Depth::Eight));
+    }
+}
+
 }  // namespace fxhost

@@ -56,6 +56,10 @@ public:
     static size_t liveBytes();
     static size_t peakBytes();
 
+    // An 8-bit world of the size in `world`, kept when it already has that size, so that
+    // buffers live from frame to frame; the old buffer goes before a new one comes.
+    static void ensure(std::unique_ptr<HostWorld>& world, int width, int height);
+
     // The world behind a definition the host handed out, or null for a foreign one.
     static HostWorld* fromDef(const PF_LayerDef* def);
 

@@ -35,45 +35,11 @@ void require(PF_Err err, EffectHost& host, const char* command) {
     }
 }
 
-// Runs an image step, giving its failure the exit status for image files.
-template <typename Step>
-auto imageStep(Step step) -> decltype(step()) {
-    try {
-        return step();
-    } catch (const std::runtime_error& e) {
-        throw JobError(JobError::kImage, e.what());
-    }
-}
-
-// Keeps `world` when it already has the size, so buffers live from frame to frame.
-void ensureWorld(std::unique_ptr<HostWorld>& world, int width, int height) {
-    if (!world || world->width() != width || world->height() != height) {
-        world.reset();  // the old buffer goes before the new one comes
-        world.reset(new HostWorld(width, height, Depth::Eight));
-    }
-}
-
 // An ImageBuf over a rectangle of a world's own memory: 8-bit A, R, G, B, rows rowbytes apart.
 OIIO::ImageBuf wrap(HostWorld& world, int x, int y, int width, int height) {
     PF_LayerDef* def = world.def();
     uint8_t* origin = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes + 4 * x;
     return OIIO::ImageBuf(OIIO::ImageSpec(width, height, 4, OIIO::TypeDesc::UINT8), origin, 4, def->rowbytes);
-}
-
-std::string depthName(const OIIO::ImageSpec& header) {
-    return header.format == OIIO::TypeDesc::UINT16  ? "16-bit"
-           : header.format == OIIO::TypeDesc::HALF  ? "half-float"
-           : header.format == OIIO::TypeDesc::FLOAT ? "float"
-                                                    : std::string(header.format.c_str());
-}
-
-// --strict-depth: an input deeper than the 8-bit worlds is an image error, not a warning.
-void refuseDeep(const std::string& path, const OIIO::ImageSpec& header) {
-    if (header.format != OIIO::TypeDesc::UINT8) {
-        throw JobError(JobError::kImage,
-                       "'" + path + "' is " + depthName(header) +
-                           "; the effect renders in 8 bits, and --strict-depth refuses to lose the rest");
-    }
 }
 
 // The bundle's own standard output (its driver report) is kept off the host's.
@@ -111,39 +77,11 @@ RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& setting
     throw JobError(JobError::kUsage, e.what());
 }
 
-void RenderJob::readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds) {
-    imageStep([&] {
-        ImageReader reader(path);
-        if (mMaxTextureSize > 0 && std::max(reader.width(), reader.height()) > mMaxTextureSize) {
-            throw JobError(JobError::kImage,
-                           "'" + path + "' is " + std::to_string(reader.width()) + "x" +
-                               std::to_string(reader.height()) +
-                               ", too large for this GL implementation: its largest texture is " +
-                               std::to_string(mMaxTextureSize) +
-                               " pixels a side (a GPU whose GL takes "
-                               "larger textures can render it)");
-        }
-        if (mOptions.strictDepth) refuseDeep(path, reader.header());
-        ensureWorld(slot.input, reader.width(), reader.height());
-        slot.header = reader.header();
-        slot.loss = reader.read(*slot.input, slot.extra);
-        convertSeconds += reader.convertSeconds();
-        if (slot.loss.outOfRange && mOptions.strictDepth) {
-            throw JobError(JobError::kImage,
-                           "'" + path +
-                               "' holds values outside 0 to 1; the effect renders in 8 bits, "
-                               "and --strict-depth refuses to clip them");
-        }
-    });
-    if (slot.loss.deeper) {
-        Console::warnOnce("the input is " + depthName(slot.header) +
-                          ", but the effect renders in 8 bits: the output keeps the file's depth and "
-                          "holds 8-bit steps (--strict-depth refuses such inputs)");
-    }
-    if (slot.loss.outOfRange) {
-        Console::warnOnce("the input holds values outside 0 to 1 (first seen in '" + path +
-                          "'); the effect renders in 8 bits, so they come back clipped to 0 to 1");
-    }
+SourceOptions RenderJob::sourceOptions() const {
+    SourceOptions options;
+    options.strictDepth = mOptions.strictDepth;
+    options.maxTextureSize = mMaxTextureSize;
+    return options;
 }
 
 void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame) {
@@ -158,18 +96,19 @@ void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int
     if (width <= 0 || height <= 0) {
         throw JobError(JobError::kEffect, "the effect asked for an empty output");
     }
-    ensureWorld(output, width, height);
+    HostWorld::ensure(output, width, height);
     require(mHost.smartRender(&input, output.get()), mHost, "PF_Cmd_SMART_RENDER");
 }
 
 void RenderJob::renderSequence(const std::string& input, const std::string& output,
                                const std::vector<int>& frames, ProgressLog& log) {
-    const FramePattern in(input), out(output);
+    const std::unique_ptr<FrameSource> source = FrameSource::open(input, sourceOptions());
+    const FramePattern out(output);
     const bool progress = isatty(STDERR_FILENO) && Console::level() == Console::Level::Normal;
     const int total = static_cast<int>(frames.size());
     int done = 0;
     SequencePipeline::Stages stages;
-    stages.read = [&](FrameSlot& slot, double& convert) { readFrame(in.name(slot.frame), slot, convert); };
+    stages.read = [&](FrameSlot& slot, double& convert) { source->read(slot.frame, slot, convert); };
     stages.render = [&](FrameSlot& slot) { render(*slot.input, slot.output, slot.frame); };
     stages.encode = [&](FrameSlot& slot, double& convert) {
         imageStep([&] {
@@ -184,18 +123,13 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
         log.frameDone(slot.frame);
         if (progress) showProgress(done, total);
         Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
-                        in.name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.header.width,
+                        source->name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.header.width,
                         slot.header.height, slot.header.nchannels, slot.header.format.c_str());
     };
     const int threads = mOptions.threads > 0
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-    if (mOptions.strictDepth) {
-        // Every header first, so that a deep frame late in the list is refused before any is written.
-        for (int frame : frames) {
-            imageStep([&] { refuseDeep(in.name(frame), ImageReader(in.name(frame)).header()); });
-        }
-    }
+    source->check(frames);
     log.begin(total);
     const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
     log.end();
@@ -238,7 +172,7 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
 
     FrameSlot source;
     double convert = 0;
-    readFrame(input, source, convert);
+    FrameSource::open(input, sourceOptions())->read(0, source, convert);
     constexpr int kGap = 4, kSheetWidth = 1920;
     const float kGapArgb[4] = {1.0f, 31 / 255.0f, 31 / 255.0f, 31 / 255.0f};  // opaque dark grey
     const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));

@@ -6,28 +6,18 @@
 
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "EffectHost.h"
+#include "FrameSource.h"
 #include "ImageWriter.h"
+#include "JobError.h"
 #include "ParameterSettings.h"
 #include "ProgressLog.h"
 #include "SequencePipeline.h"
 
 namespace fxhost {
-
-class JobError : public std::runtime_error {
-public:
-    // Exit statuses of the program.
-    enum { kUsage = 2, kImage = 3, kEffect = 4, kHostFault = 5 };
-    JobError(int status, const std::string& message) : std::runtime_error(message), mStatus(status) {}
-    int status() const { return mStatus; }
-
-private:
-    int mStatus;
-};
 
 // How files are written and how many threads encode them.
 struct OutputOptions {
@@ -61,9 +51,7 @@ public:
                      int tileWidth = 0);
 
 private:
-    // The file's frame read into the slot's input world, refused or warned about as the
-    // options say when it is deeper than 8 bits or too large for the GL implementation.
-    void readFrame(const std::string& path, FrameSlot& slot, double& convertSeconds);
+    SourceOptions sourceOptions() const;
 
     EffectHost mHost;
     OutputOptions mOptions;
