@@ -320,6 +320,27 @@ TEST_F(MovieWriterTest, ImagesBecomeTheContainersUsualCodecTaggedBt709) {
     const std::string frames = decoded(output, "scale=in_color_matrix=bt709:in_range=tv");
     EXPECT_GT(psnr(frames, 11, *pattern(320, 240, 11, false)), 40.0);
 
+    // Each container's usual codec, with alpha where it has some: from images, and from a source
+    // whose codec the container cannot hold (ProRes into mp4), which gets the usual format too.
+    const std::string prores = path("prores.mov");
+    ASSERT_EQ(makeClip(prores, "-f lavfi -i testsrc2=size=256x128:rate=25:duration=0.2 -c:v prores_ks"), "");
+    const struct {
+        std::string name, source;
+        bool alpha;
+        std::string encoder;
+    } usual[] = {{"a.webm", "", true, "libvpx-vp9 yuva420p"},
+                 {"b.mkv", "", false, "ffv1 bgr0"},
+                 {"c.mxf", "", false, "dnxhd yuv422p"},
+                 {"d.mp4", prores, false, "libx264 yuv420p"}};
+    for (const auto& u : usual) {
+        MovieWriter writer(path(u.name), 256, 128, u.alpha, u.source, -1, {});
+        EXPECT_EQ(writer.encoderDescription(), u.encoder) << u.name;
+        writer.write(*pattern(256, 128, 0, u.alpha), 0);
+        writer.finish();
+        EXPECT_EQ(field(path(u.name), "stream=nb_read_frames", "v:0 -count_frames"), "1") << u.name;
+    }
+    EXPECT_EQ(field(path("c.mxf"), "stream=profile", "v"), "DNXHR HQ");
+
     // ProRes 4444 where there is alpha, and it keeps the alpha.
     const std::string mov = path("images.mov");
     MovieWriter writer(mov, 64, 48, true, "", -1, {});
