@@ -13,6 +13,10 @@
 
 #include <malloc.h>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -131,6 +135,8 @@ int main(int argc, char** argv) {
     fxhost::Console::setLevel(quiet     ? fxhost::Console::Level::Quiet
                               : verbose ? fxhost::Console::Level::Verbose
                                         : fxhost::Console::Level::Normal);
+    // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
+    av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
     // fxhost keeps frames on its own threads; the library's pool would only compete with them.
     OIIO::attribute("threads", 1);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
