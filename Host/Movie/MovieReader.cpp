@@ -80,10 +80,6 @@ MovieReader::MovieReader(const std::string& path)
     if (error != AVERROR_EOF) {
         mBrokenAt = found;
         mBrokenWhy = av::errorText(error);
-    } else if (stream->nb_frames > found) {
-        mBrokenAt = found;
-        mLength = static_cast<int>(stream->nb_frames);
-        mBrokenWhy = "the file ends after frame " + std::to_string(found) + " (cut short?)";
     }
     const AVFormatContext& format = *mFormat;
     if (mBrokenAt < 0 && format.duration > 0 && end != AV_NOPTS_VALUE && videoTimed > 0 &&
