@@ -45,7 +45,7 @@ MovieReader::MovieReader(const std::string& path)
     }
     if (error < 0) unreadable(path, std::string("cannot open its ") + decoder->name + " decoder: " + av::errorText(error));
     if (mCodec->width <= 0 || mCodec->height <= 0) unreadable(path, "its video has no size");
-    mAlpha = vp9Alpha || FrameConverter::hasAlpha(mCodec->pix_fmt);
+    mAlpha = vp9Alpha || DecodeConverter::hasAlpha(mCodec->pix_fmt);
 
     // The index: every frame's timestamp, from the packets alone (no decoding), sorted into
     // presentation order. Packets an edit list cuts away are not frames of the movie.

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "FrameConverter.h"
+#include "DecodeConverter.h"
 #include "HostWorld.h"
 #include "LibAv.h"
 
@@ -55,7 +55,7 @@ private:
     av::CodecContext mCodec;
     av::Packet mPacket;
     av::Frame mDecoded;
-    FrameConverter mConverter;
+    DecodeConverter mConverter;
     int mStream = -1;
     bool mAlpha = false;
     std::vector<int64_t> mPts;  // every frame's timestamp, ascending
