@@ -13,6 +13,10 @@
 
 #include <malloc.h>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -23,6 +27,7 @@
 #include "EffectInfo.h"
 #include "FarmCommand.h"
 #include "Interruption.h"
+#include "MovieOptions.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "ValidateCommand.h"
@@ -59,8 +64,8 @@ int main(int argc, char** argv) {
 
     CLI::App* info =
         app.add_subcommand("info", "Print the effect's about text, version, flags and parameters");
-    CLI::App* render =
-        app.add_subcommand("render", "Render an image, or a sequence of images, through the effect");
+    CLI::App* render = app.add_subcommand(
+        "render", "Render an image, a sequence of images or a movie through the effect, into any of them");
     CLI::App* sheet = app.add_subcommand(
         "sheet", "Render one image with one parameter stepped, tiled into one labelled sheet");
     for (CLI::App* command : {info, render, sheet}) {
@@ -76,15 +81,19 @@ int main(int argc, char** argv) {
                           "Refuse (exit 3) inputs deeper than 8 bits or with values outside 0-1, rather than "
                           "warn that the effect renders them in 8 bits");
     }
-    render->add_option("INPUT", input, "Input image; %04d, %d or #### stands for the frame number")
+    render
+        ->add_option("INPUT", input,
+                     "Input image or movie (mov, mp4, mkv, webm...); %04d, %d or #### stands for the frame number")
         ->required();
     render
         ->add_option("OUTPUT", output,
-                     "Output image, of the input's size, channels, depth and header; a frame number as INPUT")
+                     "Output image, of the input's size, channels, depth and header; a frame number as INPUT; "
+                     "or a movie")
         ->required();
-    render->add_option(
-        "--frames", frames,
-        "The frames of a sequence: 1001-1100, 1-100x5, 1-10,20,30-40 (default: those on disk)");
+    render->add_option("--frames", frames,
+                       "The frames of a sequence or movie (a movie's from 1): 1001-1100, 1-100x5, 1-10,20,30-40 "
+                       "(default: those on disk, or all of the movie)");
+    fxhost::addMovieOptions(render, outputOptions.movie);
     render->add_flag("--skip-existing", skipExisting, "Leave out frames whose output exists");
     render->add_flag("--no-clobber", noClobber, "Refuse to overwrite, naming the frames whose output exists")
         ->excludes(render->get_option("--skip-existing"));
@@ -131,6 +140,8 @@ int main(int argc, char** argv) {
     fxhost::Console::setLevel(quiet     ? fxhost::Console::Level::Quiet
                               : verbose ? fxhost::Console::Level::Verbose
                                         : fxhost::Console::Level::Normal);
+    // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
+    av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
     // fxhost keeps frames on its own threads; the library's pool would only compete with them.
     OIIO::attribute("threads", 1);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
