@@ -236,6 +236,9 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
         context->field_order = source->field_order;
         if (source->field_order != AV_FIELD_PROGRESSIVE)
             context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+        // x264 starts top field first and takes the frames' order only after its first frames.
+        if (named(codec, "libx264") && (source->field_order == AV_FIELD_BB || source->field_order == AV_FIELD_BT))
+            av_opt_set(context->priv_data, "x264-params", "bff=1", 0);
     }
     if (codec->id == AV_CODEC_ID_PRORES && !(source && source->codec_id == codec->id))
         av_opt_set_int(context->priv_data, "profile", hasAlpha(format) || format == AV_PIX_FMT_YUV444P10 ? 4 : 3, 0);
