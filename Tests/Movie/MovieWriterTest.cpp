@@ -264,16 +264,18 @@ TEST_F(MovieWriterTest, VariableFrameRateStaysVariable) {
     EXPECT_EQ(field(output, "stream=codec_name", "v"), "h264");
 }
 
-TEST_F(MovieWriterTest, InterlacedStaysInterlacedInItsFieldOrder) {
+// Interlaced anamorphic video, as from a PAL camera.
+TEST_F(MovieWriterTest, InterlacedVideoKeepsItsFieldOrderAndPixelAspect) {
     for (const std::string order : {"tff", "bff"}) {
         const std::string source = path(order + ".mov");
-        ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=320x240:rate=25:duration=0.4 -vf setfield=" + order +
-                                       " -flags +ildct+ilme -c:v libx264 -pix_fmt yuv420p" +
+        ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=320x240:rate=25:duration=0.4 -vf setsar=64/45,setfield=" +
+                                       order + " -flags +ildct+ilme -c:v libx264 -pix_fmt yuv420p" +
                                        (order == "bff" ? " -x264opts bff=1" : "")),
                   "");
         const std::string output = path(order + "-out.mov");
         rewrite(source, output, 320, 240, false);
         EXPECT_EQ(field(output, "stream=field_order", "v"), order == "tff" ? "tt" : "bb");
+        EXPECT_EQ(field(output, "stream=sample_aspect_ratio", "v"), "64:45");
     }
 }
 
