@@ -7,9 +7,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include <unistd.h>
-
 #include <nlohmann/json.hpp>
+
+#include "PartialFile.h"
 
 namespace fxhost {
 
@@ -114,20 +114,16 @@ std::string Look::json() const {
 }
 
 void Look::write(const std::string& path) const {
-    const std::string temporary = path + ".fxhost-partial";
+    const PartialFile partial(path);
     const std::string text = json();
     {
-        std::ofstream file(temporary, std::ios::trunc);
+        std::ofstream file(partial.path(), std::ios::trunc);
         if (!(file << text) || !file.flush()) {
-            const std::string reason = std::strerror(errno);
-            std::remove(temporary.c_str());
-            throw std::runtime_error("cannot write look " + path + ": " + reason);
+            throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
         }
     }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        const std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
-        throw std::runtime_error("cannot write look " + path + ": " + reason);
+    if (std::rename(partial.path().c_str(), path.c_str()) != 0) {
+        throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
     }
 }
 

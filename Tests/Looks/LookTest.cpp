@@ -66,6 +66,13 @@ TEST_F(Looks, AWrittenLookRendersWhatItsSetArgumentsRender) {
     for (int frame = 1; frame <= 6; ++frame) {
         EXPECT_EQ(samePixels(frameName(dir + "/out/l_%04d.png", frame), frameName(dir + "/out/s_%04d.png", frame)), "");
     }
+    // A look that cannot be written says which and why, and leaves the one there as it was.
+    try {
+        fxhost::ParameterSettings::look(*host, {}).write(dir + "/none/look.json");
+        ADD_FAILURE() << "a look was written into a folder that is not there";
+    } catch (const std::runtime_error& e) {
+        EXPECT_EQ(std::string(e.what()), "cannot write look " + dir + "/none/look.json: No such file or directory");
+    }
     // The effect's default stands in the look for a parameter nobody set.
     fxhost::ParameterSettings none;
     const fxhost::Look defaults = fxhost::ParameterSettings::look(*host, none.resolve(*host));
