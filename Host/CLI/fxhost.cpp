@@ -72,7 +72,8 @@ int main(int argc, char** argv) {
         command->add_option("--set", sets,
                             "NAME=VALUE, or keys NAME=V@F,V@F,...: a parameter by name (any case) or index; "
                             "overrides the look's value of that parameter");
-        command->add_option("--look", look, "A look file: the effect's name and each parameter's value or keys");
+        command->add_option("--look", look,
+                            "A look file: the effect's name and each parameter's value or keys");
         command
             ->add_option("--png-compression", outputOptions.write.pngCompression,
                          "zlib level of PNG output, 0 (fastest) to 9 (smallest); default 6, no row filter")
@@ -102,7 +103,9 @@ int main(int argc, char** argv) {
     sheet->add_option("OUTPUT", output, "The sheet: tiles of --tile-width in a grid, of the input's type")
         ->required();
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
-    sheet->add_option("--frame", sheetFrame, "The frame whose keyed values the other parameters take (default 0)")
+    sheet
+        ->add_option("--frame", sheetFrame,
+                     "The frame whose keyed values the other parameters take (default 0)")
         ->check(CLI::NonNegativeNumber);
     sheet
         ->add_option("--tile-width", tileWidth,
@@ -171,7 +174,8 @@ int main(int argc, char** argv) {
                                             skipExisting ? Existing::Skip
                                             : noClobber  ? Existing::Refuse
                                                          : Existing::Overwrite);
-            fxhost::RenderJob job(plugin, settings, outputOptions);  // settings refused before any file is touched
+            // The settings are checked against the effect before any file is touched.
+            fxhost::RenderJob job(plugin, settings, outputOptions);
             plan.removeLeftovers();
             fxhost::ProgressLog log(progress);
             job.renderSequence(input, output, plan.frames(), log);

@@ -37,7 +37,8 @@ struct HostCallbacks {
         }
         *param = host->mParams[index];
         const auto curve = host->mCurves.find(index);
-        if (curve != host->mCurves.end()) param->u.fs_d.value = curve->second.at(host->frameAt(what_time, time_scale));
+        if (curve != host->mCurves.end())
+            param->u.fs_d.value = curve->second.at(host->frameAt(what_time, time_scale));
         return PF_Err_NONE;
     }
 
@@ -328,7 +329,8 @@ std::string EffectHost::effectName() {
     if (name.empty()) {
         std::string about(mOutData.return_msg, strnlen(mOutData.return_msg, sizeof mOutData.return_msg));
         while (!about.empty() && (about.back() == '\r' || about.back() == '\n')) about.pop_back();
-        name = about.substr(about.find_last_of("\r\n") == std::string::npos ? 0 : about.find_last_of("\r\n") + 1);
+        const size_t lastBreak = about.find_last_of("\r\n");
+        name = lastBreak == std::string::npos ? about : about.substr(lastBreak + 1);
     }
     if (name.empty()) throw std::runtime_error("the effect gives no name (its about text is empty)");
     return mEffectName = name;

@@ -29,7 +29,8 @@ ParameterCurve curveOf(const Json& value) {
         }
         const Json& frame = key["frame"];
         if (!frame.is_number_integer() || frame.get<long long>() < 0 || frame.get<long long>() > 999999999) {
-            throw std::invalid_argument("key " + key.dump() + ": the frame is not a frame number (0 or more)");
+            throw std::invalid_argument("key " + key.dump() +
+                                        ": the frame is not a frame number (0 or more)");
         }
         if (!key["value"].is_number()) {
             throw std::invalid_argument("key " + key.dump() + ": the value is not a number");
@@ -57,14 +58,15 @@ Look Look::parse(const std::string& text, const std::string& origin) {
         throw std::invalid_argument(where + "\"version\" is not a version number");
     }
     if (version.get<int>() > kVersion) {
-        throw std::invalid_argument(where + "version " + version.dump() + " is newer than this fxhost reads (" +
-                                    std::to_string(kVersion) + ")");
+        throw std::invalid_argument(where + "version " + version.dump() +
+                                    " is newer than this fxhost reads (" + std::to_string(kVersion) + ")");
     }
     if (!json.contains("effect") || !json["effect"].is_string()) {
         throw std::invalid_argument(where + "\"effect\" is missing or not a name");
     }
     if (!json.contains("parameters") || !json["parameters"].is_object()) {
-        throw std::invalid_argument(where + "\"parameters\" is missing or not an object of NAME: value or keys");
+        throw std::invalid_argument(where +
+                                    "\"parameters\" is missing or not an object of NAME: value or keys");
     }
     for (auto& [name, value] : json.items()) {
         if (name != "format" && name != "version" && name != "effect" && name != "parameters") {

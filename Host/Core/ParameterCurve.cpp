@@ -30,7 +30,8 @@ ParameterCurve::ParameterCurve(double constant) : mKeys{{0, constant}} {}
 
 ParameterCurve::ParameterCurve(std::vector<Key> keys) : mKeys(std::move(keys)), mKeyed(true) {
     if (mKeys.empty()) throw std::invalid_argument("no keys");
-    std::stable_sort(mKeys.begin(), mKeys.end(), [](const Key& a, const Key& b) { return a.frame < b.frame; });
+    std::stable_sort(mKeys.begin(), mKeys.end(),
+                     [](const Key& a, const Key& b) { return a.frame < b.frame; });
     for (size_t i = 1; i < mKeys.size(); ++i) {
         if (mKeys[i].frame == mKeys[i - 1].frame) {
             throw std::invalid_argument("frame " + std::to_string(mKeys[i].frame) + " is keyed twice");
@@ -45,7 +46,8 @@ ParameterCurve ParameterCurve::parse(const std::string& text,
     size_t start = 0;
     for (;;) {
         const size_t comma = text.find(',', start);
-        const std::string key = trimmed(text.substr(start, comma == std::string::npos ? comma : comma - start));
+        const std::string key =
+            trimmed(text.substr(start, comma == std::string::npos ? comma : comma - start));
         try {
             const size_t at = key.find('@');
             if (at == std::string::npos || key.find('@', at + 1) != std::string::npos) {

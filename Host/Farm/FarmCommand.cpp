@@ -57,8 +57,9 @@ FarmCommand::FarmCommand(CLI::App& app) : mPlugin(Bundle::besideExecutable()) {
         "submit", "Submit the chunks with a missing frame; prints the array job's id alone on stdout");
     mSubmit->add_option("--plugin", mPlugin, "The effect bundle (default: the one built beside fxhost)");
     mSubmit->add_option("--set", mSets, "As render's: NAME=VALUE or keys NAME=V@F,V@F,...");
-    mSubmit->add_option("--look", mLook,
-                        "As render's: a look file; copied into the state folder, and every chunk renders with the copy");
+    mSubmit->add_option(
+        "--look", mLook,
+        "As render's: a look file; copied into the state folder, and every chunk renders with the copy");
     mSubmit->add_option("--frames", mFrames,
                         "The frames: 1001-1100, 1-100x5, 1-10,20 (default: all on disk)");
     mSubmit->add_option("--png-compression", mPngCompression, "As render's: zlib level of PNG output, 0 to 9")

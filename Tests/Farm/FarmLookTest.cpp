@@ -25,7 +25,8 @@ protected:
     void SetUp() override {
         dir = "/tmp/fxhost-farmlook-" + std::to_string(getpid()) + "-" +
               ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/bin " + dir + "/clean").c_str()), 0);
+        ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/bin " + dir + "/clean").c_str()),
+                  0);
         std::ofstream(dir + "/bin/sbatch") << "#!/bin/sh\necho \"$@\" >> " + dir + "/sbatch.log\necho 4242\n";
         std::filesystem::permissions(dir + "/bin/sbatch", std::filesystem::perms::owner_all);
         in = dir + "/in_%04d.png";
@@ -36,8 +37,8 @@ protected:
         if (!HasFailure()) std::filesystem::remove_all(dir);
     }
     CommandResult submit(const std::string& args) {
-        return runCommand("PATH=" + dir + "/bin:$PATH " + kFxhost + " farm submit --chunk 3 " + args + " " + in +
-                          " " + out);
+        return runCommand("PATH=" + dir + "/bin:$PATH " + kFxhost + " farm submit --chunk 3 " + args + " " +
+                          in + " " + out);
     }
 
     std::string dir, in, out, state;
@@ -49,8 +50,8 @@ TEST_F(FarmLook, ChunksRenderWithTheKeysAndTheLookAsSubmitted) {
     makeFrames(in, 1, 6);
     std::ofstream(dir + "/look.json") << kLook;
     const std::string keys = "--set \"Hue Value=0@1,300@6\"";
-    CommandResult r = runCommand(kFxhost + " render --look " + dir + "/look.json " + keys + " " + in + " " + dir +
-                                 "/clean/c_%04d.png");
+    CommandResult r = runCommand(kFxhost + " render --look " + dir + "/look.json " + keys + " " + in + " " +
+                                 dir + "/clean/c_%04d.png");
     ASSERT_EQ(r.status, 0) << r.err;
 
     r = submit("--look " + dir + "/look.json " + keys);
@@ -63,13 +64,15 @@ TEST_F(FarmLook, ChunksRenderWithTheKeysAndTheLookAsSubmitted) {
         ASSERT_EQ(r.status, 0) << r.err;
     }
     for (int frame = 1; frame <= 6; ++frame) {
-        EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/clean/c_%04d.png", frame)), "") << frame;
+        EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/clean/c_%04d.png", frame)), "")
+            << frame;
     }
 }
 
 TEST_F(FarmLook, BadKeysOrLookAreRefusedBeforeAnythingIsSubmitted) {
     makeFrames(in, 1, 3);
-    std::ofstream(dir + "/look.json") << R"({"format": "fxhost look", "version": 1, "effect": "Ostrivane Hue And Saturation",
+    std::ofstream(dir + "/look.json")
+        << R"({"format": "fxhost look", "version": 1, "effect": "Ostrivane Hue And Saturation",
         "parameters": {"Saturation": 3}})";
     CommandResult r = submit("--look " + dir + "/look.json");
     EXPECT_EQ(r.status, 2);
