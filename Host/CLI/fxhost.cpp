@@ -1,8 +1,9 @@
 // fxhost: the stand-in host on the command line.
 //   fxhost [-q|-v] info   [--plugin BUNDLE]
-//   fxhost [-q|-v] render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames LIST]
+//   fxhost [-q|-v] render [--plugin BUNDLE] [--look FILE] [--set NAME=VALUE|NAME=V@F,...]... [--frames LIST]
 //                         [--skip-existing | --no-clobber] [--progress FILE|-] INPUT OUTPUT
-//   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
+//   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--look FILE] [--set ...]... --vary NAME=FROM:TO:COUNT
+//                         [--frame N] INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
@@ -28,6 +29,7 @@ extern "C" {
 #include "FarmCommand.h"
 #include "Interruption.h"
 #include "MovieOptions.h"
+#include "Look.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "ValidateCommand.h"
@@ -57,10 +59,10 @@ int main(int argc, char** argv) {
     app.add_flag("-v,--verbose", verbose, "Print the effect's GL driver report and a line per frame too");
     std::string plugin = fxhost::Bundle::besideExecutable();
     std::vector<std::string> sets;
-    std::string frames, input, output, vary, progress;
+    std::string frames, input, output, vary, progress, look;
     bool skipExisting = false, noClobber = false;
     fxhost::OutputOptions outputOptions;
-    int tileWidth = 0;
+    int tileWidth = 0, sheetFrame = 0;
 
     CLI::App* info =
         app.add_subcommand("info", "Print the effect's about text, version, flags and parameters");
@@ -72,7 +74,11 @@ int main(int argc, char** argv) {
         command->add_option("--plugin", plugin, "The effect bundle (default: the one built beside fxhost)");
     }
     for (CLI::App* command : {render, sheet}) {
-        command->add_option("--set", sets, "NAME=VALUE: a parameter by name (any case) or index");
+        command->add_option("--set", sets,
+                            "NAME=VALUE, or keys NAME=V@F,V@F,...: a parameter by name (any case) or index; "
+                            "overrides the look's value of that parameter");
+        command->add_option("--look", look,
+                            "A look file: the effect's name and each parameter's value or keys");
         command
             ->add_option("--png-compression", outputOptions.write.pngCompression,
                          "zlib level of PNG output, 0 (fastest) to 9 (smallest); default 6, no row filter")
@@ -106,6 +112,10 @@ int main(int argc, char** argv) {
     sheet->add_option("OUTPUT", output, "The sheet: tiles of --tile-width in a grid, of the input's type")
         ->required();
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
+    sheet
+        ->add_option("--frame", sheetFrame,
+                     "The frame whose keyed values the other parameters take (default 0)")
+        ->check(CLI::NonNegativeNumber);
     sheet
         ->add_option("--tile-width", tileWidth,
                      "Width of a tile in pixels (default: such that the sheet is about 1920 wide, "
@@ -161,6 +171,13 @@ int main(int argc, char** argv) {
         if (farm.parsed()) return farm.run();
         if (validate->parsed()) return fxhost::runValidate(plugin);
         fxhost::ParameterSettings settings;
+        if (!look.empty()) {
+            try {
+                settings.setLook(fxhost::Look::read(look));
+            } catch (const std::invalid_argument& e) {
+                throw fxhost::JobError(kUsage, e.what());
+            }
+        }
         for (const std::string& set : sets) settings.add(set);
         if (render->parsed()) {
             using Existing = fxhost::SequencePlan::Existing;
@@ -168,13 +185,14 @@ int main(int argc, char** argv) {
                                             skipExisting ? Existing::Skip
                                             : noClobber  ? Existing::Refuse
                                                          : Existing::Overwrite);
+            // The settings are checked against the effect before any file is touched.
+            fxhost::RenderJob job(plugin, settings, outputOptions);
             plan.removeLeftovers();
             fxhost::ProgressLog log(progress);
-            fxhost::RenderJob job(plugin, settings, outputOptions);
             job.renderSequence(input, output, plan.frames(), log);
         } else {
             fxhost::RenderJob job(plugin, settings, outputOptions);
-            job.renderSheet(input, output, vary, tileWidth);
+            job.renderSheet(input, output, vary, tileWidth, sheetFrame);
         }
         return 0;
     } catch (const fxhost::JobError& e) {

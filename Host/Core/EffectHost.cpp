@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 
 #include <unistd.h>
 
@@ -26,8 +27,8 @@ PF_LRect intersect(const PF_LRect& a, const PF_LRect& b) {
 
 // The host's callbacks: plain functions that find their host through effect_ref.
 struct HostCallbacks {
-    static PF_Err checkoutParam(PF_ProgPtr ref, PF_ParamIndex index, A_long, A_long, A_u_long,
-                                PF_ParamDef* param) {
+    static PF_Err checkoutParam(PF_ProgPtr ref, PF_ParamIndex index, A_long what_time, A_long,
+                                A_u_long time_scale, PF_ParamDef* param) {
         EffectHost* host = EffectHost::fromRef(ref);
         host->probe();
         if (const PF_Err err = host->mSuites->injected(Callback::CheckoutParam, index)) return err;
@@ -35,6 +36,9 @@ struct HostCallbacks {
             return PF_Err_INVALID_INDEX;
         }
         *param = host->mParams[index];
+        const auto curve = host->mCurves.find(index);
+        if (curve != host->mCurves.end())
+            param->u.fs_d.value = curve->second.at(host->frameAt(what_time, time_scale));
         return PF_Err_NONE;
     }
 
@@ -239,6 +243,7 @@ PF_Err EffectHost::globalSetup() {
 
 PF_Err EffectHost::paramsSetup() {
     mParams.resize(1);
+    mCurves.clear();
     return send(PF_Cmd_PARAMS_SETUP);
 }
 
@@ -284,8 +289,51 @@ PF_Err EffectHost::renderFrame(HostWorld& input, HostWorld& output) {
 
 void EffectHost::setParamValue(int index, double value) {
     if (index > 0 && index < static_cast<int>(mParams.size())) {
+        mCurves.erase(index);
         mParams[index].u.fs_d.value = value;
     }
+}
+
+void EffectHost::setParamCurve(int index, const ParameterCurve& curve) {
+    if (index > 0 && index < static_cast<int>(mParams.size())) {
+        mCurves.erase(index);
+        mCurves.emplace(index, curve);
+        mParams[index].u.fs_d.value = curve.at(frameAt(mInData.current_time, mInData.time_scale));
+    }
+}
+
+double EffectHost::paramValueAt(int index, double frame) const {
+    const auto curve = mCurves.find(index);
+    return curve != mCurves.end() ? curve->second.at(frame) : mParams.at(index).u.fs_d.value;
+}
+
+void EffectHost::setTime(A_long currentTime) {
+    mInData.current_time = currentTime;
+    for (const auto& curve : mCurves) {
+        mParams[curve.first].u.fs_d.value = curve.second.at(frameAt(currentTime, mInData.time_scale));
+    }
+}
+
+// A time in `scale` units a second is a frame of the host's own rate (time_scale / time_step
+// frames a second); an effect may ask in a scale of its own.
+double EffectHost::frameAt(A_long time, A_u_long scale) const {
+    const double step = mInData.time_step > 0 ? mInData.time_step : 1;
+    if (scale == 0 || scale == static_cast<A_u_long>(mInData.time_scale)) return time / step;
+    return static_cast<double>(time) * mInData.time_scale / scale / step;
+}
+
+std::string EffectHost::effectName() {
+    if (!mEffectName.empty()) return mEffectName;
+    if (const PF_Err err = about()) throw std::runtime_error("PF_Cmd_ABOUT failed with " + errorName(err));
+    std::string name(mOutData.name, strnlen(mOutData.name, sizeof mOutData.name));
+    if (name.empty()) {
+        std::string about(mOutData.return_msg, strnlen(mOutData.return_msg, sizeof mOutData.return_msg));
+        while (!about.empty() && (about.back() == '\r' || about.back() == '\n')) about.pop_back();
+        const size_t lastBreak = about.find_last_of("\r\n");
+        name = lastBreak == std::string::npos ? about : about.substr(lastBreak + 1);
+    }
+    if (name.empty()) throw std::runtime_error("the effect gives no name (its about text is empty)");
+    return mEffectName = name;
 }
 
 int EffectHost::paramIndex(const std::string& name) const {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -19,6 +20,7 @@
 #include "HostGLContext.h"
 #include "HostSuites.h"
 #include "HostWorld.h"
+#include "ParameterCurve.h"
 #include "PFSmartRender.h"
 #include "PFTypes.h"
 
@@ -55,7 +57,12 @@ public:
 
     // Parameters: index 0 is the input layer; 1.. are those the effect registered.
     const std::vector<PF_ParamDef>& params() const { return mParams; }
+    // A constant value, or a curve over frames: checkout_param answers the value at the time
+    // the effect asks for (time / time_step is the frame, in the host's time scale).
     void setParamValue(int index, double value);
+    void setParamCurve(int index, const ParameterCurve& curve);
+    // What checkout_param answers for a slider at a frame.
+    double paramValueAt(int index, double frame) const;
     // The index of a registered parameter by name, case-insensitive, or -1.
     int paramIndex(const std::string& name) const;
 
@@ -65,6 +72,9 @@ public:
     HostSuites& suites() { return *mSuites; }
     HostGLContext* glContext() { return mGL.get(); }
     const Bundle& bundle() const { return mBundle; }
+    // The effect's name: the name it sets in PF_OutData on about, or else the last line of its
+    // about text. Sends PF_Cmd_ABOUT the first time; throws std::runtime_error if that fails.
+    std::string effectName();
 
     // What the checkout in pre-render answers; by default the input layer's bounds clipped to the request.
     std::optional<PF_CheckoutResult> checkoutResult;
@@ -76,7 +86,8 @@ public:
     const std::vector<std::string>& violations() const { return mViolations; }
     void clearViolations() { mViolations.clear(); }
 
-    void setTime(A_long currentTime) { mInData.current_time = currentTime; }
+    // The time of the frame to come; the parameters' values in the table follow it.
+    void setTime(A_long currentTime);
 
     // Called at the start of the parameter, layer and output callbacks, on the effect's thread and
     // with whatever GL context the effect has current: a place to look at the effect's GL state.
@@ -89,6 +100,7 @@ private:
     int routeBundleOutput();
     void restoreOutput(int saved);
     void probe();
+    double frameAt(A_long time, A_u_long scale) const;
 
     Bundle mBundle;
     HostOptions mOptions;
@@ -101,6 +113,8 @@ private:
     PF_OutData mOutData;
     std::vector<PF_ParamDef> mParams;
     std::vector<PF_ParamDef*> mParamPointers;
+    std::map<int, ParameterCurve> mCurves;  // by parameter index; the rest hold their value
+    std::string mEffectName;
     HostWorld* mInput = nullptr;
     HostWorld* mOutput = nullptr;
     PF_RenderRequest mLastRequest;

@@ -24,6 +24,13 @@ std::string knownParameters(const EffectHost& host) {
     return text;
 }
 
+// Single-quoted for the shell.
+std::string quoted(const std::string& text) {
+    std::string out = "'";
+    for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
+}
+
 }  // namespace
 
 std::string ParameterSettings::describe(const PF_ParamDef& param) {
@@ -48,33 +55,106 @@ int ParameterSettings::resolve(const EffectHost& host, const std::string& name) 
     return index;
 }
 
-double ParameterSettings::parseValue(const EffectHost& host, int index, const std::string& text) {
+double ParameterSettings::checkValue(const EffectHost& host, int index, double value) {
     const PF_ParamDef& param = host.params()[index];
-    errno = 0;
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value)) {
-        throw std::invalid_argument("\"" + text + "\" is not a number; parameter " + describe(param) +
-                                    " takes a value in that range");
-    }
-    if (value < param.u.fs_d.valid_min || value > param.u.fs_d.valid_max) {
+    if (!(value >= param.u.fs_d.valid_min && value <= param.u.fs_d.valid_max)) {
         throw std::invalid_argument(number(value) + " is out of range for parameter " + describe(param));
     }
     return value;
 }
 
-void ParameterSettings::apply(EffectHost& host) const {
-    std::vector<std::pair<int, double>> values;
+double ParameterSettings::parseValue(const EffectHost& host, int index, const std::string& text) {
+    errno = 0;
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value)) {
+        throw std::invalid_argument("\"" + text + "\" is not a number; parameter " +
+                                    describe(host.params()[index]) + " takes a value in that range");
+    }
+    return checkValue(host, index, value);
+}
+
+ParameterSettings::Curves ParameterSettings::resolve(EffectHost& host) const {
+    Curves curves;
+    if (mLook) {
+        const std::string where = "look " + mLook->origin + ": ";
+        const std::string effect = host.effectName();
+        if (mLook->effect != effect) {
+            throw std::invalid_argument(where + "it is a look for \"" + mLook->effect + "\", not for \"" +
+                                        effect + "\"");
+        }
+        for (const Look::Parameter& parameter : mLook->parameters) {
+            try {
+                const int index = resolve(host, parameter.name);
+                for (const ParameterCurve::Key& key : parameter.curve.keys()) {
+                    try {
+                        checkValue(host, index, key.value);
+                    } catch (const std::invalid_argument& e) {
+                        if (!parameter.curve.keyed()) throw;
+                        throw std::invalid_argument("key at frame " + std::to_string(key.frame) + ": " +
+                                                    e.what());
+                    }
+                }
+                curves.erase(index);
+                curves.emplace(index, parameter.curve);
+            } catch (const std::invalid_argument& e) {
+                throw std::invalid_argument(where + "parameter \"" + parameter.name + "\": " + e.what());
+            }
+        }
+    }
     for (const std::string& assignment : mAssignments) {
         const size_t equals = assignment.find('=');
         if (equals == std::string::npos) {
-            throw std::invalid_argument("\"" + assignment + "\" is not NAME=VALUE; the effect has " +
+            throw std::invalid_argument("--set \"" + assignment +
+                                        "\" is not NAME=VALUE or NAME=V@F,V@F,...; "
+                                        "the effect has " +
                                         knownParameters(host));
         }
-        const int index = resolve(host, assignment.substr(0, equals));
-        values.emplace_back(index, parseValue(host, index, assignment.substr(equals + 1)));
+        try {
+            const int index = resolve(host, assignment.substr(0, equals));
+            ParameterCurve curve =
+                ParameterCurve::parse(assignment.substr(equals + 1),
+                                      [&](const std::string& text) { return parseValue(host, index, text); });
+            curves.erase(index);
+            curves.emplace(index, std::move(curve));
+        } catch (const std::invalid_argument& e) {
+            throw std::invalid_argument("--set \"" + assignment + "\": " + e.what());
+        }
     }
-    for (const auto& value : values) host.setParamValue(value.first, value.second);
+    return curves;
+}
+
+void ParameterSettings::apply(EffectHost& host) const {
+    for (const auto& curve : resolve(host)) host.setParamCurve(curve.first, curve.second);
+}
+
+std::vector<std::string> ParameterSettings::assignments(const EffectHost& host, const Curves& curves) {
+    std::vector<std::string> texts;
+    for (const auto& curve : curves) {
+        texts.push_back(std::string(host.params().at(curve.first).name) + "=" + curve.second.text());
+    }
+    return texts;
+}
+
+std::string ParameterSettings::commandLine(const EffectHost& host, const Curves& curves) {
+    std::string line;
+    for (const std::string& assignment : assignments(host, curves)) {
+        line += (line.empty() ? "--set " : " --set ") + quoted(assignment);
+    }
+    return line;
+}
+
+Look ParameterSettings::look(EffectHost& host, const Curves& curves) {
+    Look look;
+    look.effect = host.effectName();
+    for (size_t i = 1; i < host.params().size(); ++i) {
+        const PF_ParamDef& param = host.params()[i];
+        if (param.param_type != PF_Param_FLOAT_SLIDER) continue;
+        const auto found = curves.find(static_cast<int>(i));
+        look.parameters.push_back(
+            {param.name, found != curves.end() ? found->second : ParameterCurve(param.u.fs_d.dephault)});
+    }
+    return look;
 }
 
 }  // namespace fxhost

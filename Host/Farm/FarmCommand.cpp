@@ -11,6 +11,7 @@
 #include "FarmSequence.h"
 #include "FramePattern.h"
 #include "ImageFile.h"
+#include "Look.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "Slurm.h"
@@ -55,7 +56,10 @@ FarmCommand::FarmCommand(CLI::App& app) : mPlugin(Bundle::besideExecutable()) {
     mSubmit = mFarm->add_subcommand(
         "submit", "Submit the chunks with a missing frame; prints the array job's id alone on stdout");
     mSubmit->add_option("--plugin", mPlugin, "The effect bundle (default: the one built beside fxhost)");
-    mSubmit->add_option("--set", mSets, "NAME=VALUE: a parameter by name (any case) or index");
+    mSubmit->add_option("--set", mSets, "As render's: NAME=VALUE or keys NAME=V@F,V@F,...");
+    mSubmit->add_option(
+        "--look", mLook,
+        "As render's: a look file; copied into the state folder, and every chunk renders with the copy");
     mSubmit->add_option("--frames", mFrames,
                         "The frames: 1001-1100, 1-100x5, 1-10,20 (default: all on disk)");
     mSubmit->add_option("--png-compression", mPngCompression, "As render's: zlib level of PNG output, 0 to 9")
@@ -116,8 +120,25 @@ int FarmCommand::submit() {
     }
     if (!std::filesystem::is_regular_file(mPlugin))
         throw JobError(1, "no effect bundle at '" + mPlugin + "'");
+    // The look and keys are checked against the effect here, so that no chunk is sent to fail on them.
+    ParameterSettings settings;
+    if (!mLook.empty()) {
+        try {
+            settings.setLook(Look::read(mLook));
+        } catch (const std::invalid_argument& e) {
+            throw JobError(JobError::kUsage, e.what());
+        }
+    }
+    for (const std::string& set : mSets) settings.add(set);
+    { const RenderJob checked(absolute(mPlugin), settings); }
+    // Chunks read a copy taken now: one queued, requeued or resumed later renders with the look
+    // as it was submitted, however the original is edited meanwhile.
+    const std::string lookCopy = sequence.stateDir() + "/look.json";
     std::vector<std::string> renderOptions;
-    if (mPngCompression >= 0) renderOptions = {"--png-compression", std::to_string(mPngCompression)};
+    if (!mLook.empty()) renderOptions = {"--look", lookCopy};
+    if (mPngCompression >= 0) {
+        renderOptions.insert(renderOptions.end(), {"--png-compression", std::to_string(mPngCompression)});
+    }
     if (mStrictDepth) renderOptions.push_back("--strict-depth");
     const BatchScript script(sequence, {thisProgram(), absolute(mPlugin), input, mSets, renderOptions,
                                         mPartition, mTime, mMemory, mSbatchArgs});
@@ -135,6 +156,9 @@ int FarmCommand::submit() {
     }
 
     std::filesystem::create_directories(sequence.stateDir());
+    if (!mLook.empty()) {
+        std::filesystem::copy_file(mLook, lookCopy, std::filesystem::copy_options::overwrite_existing);
+    }
     std::ofstream(script.path(), std::ios::trunc) << script.text();
     std::filesystem::permissions(script.path(), std::filesystem::perms::owner_exec,
                                  std::filesystem::perm_options::add);

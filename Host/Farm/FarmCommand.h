@@ -30,7 +30,7 @@ private:
     CLI::App* mSubmit;
     CLI::App* mStatus;
     CLI::App* mCheck;
-    std::string mPlugin, mFrames, mInput, mOutput, mJob, mPartition, mTime, mMemory;
+    std::string mPlugin, mFrames, mInput, mOutput, mJob, mPartition, mTime, mMemory, mLook;
     std::vector<std::string> mSets, mSbatchArgs;
     int mChunk = 0;
     int mPngCompression = -1;

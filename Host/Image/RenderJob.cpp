@@ -167,7 +167,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
 }
 
 void RenderJob::renderSheet(const std::string& input, const std::string& output, const std::string& vary,
-                            int tileWidth) {
+                            int tileWidth, int frame) {
     std::smatch match;
     static const std::regex kVary("(.+)=([^:]+):([^:]+):([0-9]+)");
     if (!std::regex_match(vary, match, kVary)) {
@@ -208,7 +208,7 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
     for (int i = 0; i < count; ++i) {
         const double value = count == 1 ? from : from + (to - from) * i / (count - 1);
         mHost.setParamValue(index, value);
-        render(*source.input, tile, 0);
+        render(*source.input, tile, frame);
         const int ox = kGap + (i % columns) * (tileW + kGap), oy = kGap + (i / columns) * (tileH + kGap);
         OIIO::ImageBuf to = wrap(sheet, ox, oy, tileW, tileH);
         const OIIO::ImageBuf from = wrap(*tile, 0, 0, tile->width(), tile->height());

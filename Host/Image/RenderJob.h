@@ -49,9 +49,10 @@ public:
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
     // Each tile is scaled to `tileWidth` (0: such that the sheet is about 1920 pixels wide, never
-    // wider than the input) and labelled with the parameter's name and value.
+    // wider than the input) and labelled with the parameter's name and value. The other parameters
+    // take their values at `frame`; the stepped one replaces whatever was set for it.
     void renderSheet(const std::string& input, const std::string& output, const std::string& vary,
-                     int tileWidth = 0);
+                     int tileWidth = 0, int frame = 0);
 
 private:
     SourceOptions sourceOptions() const;

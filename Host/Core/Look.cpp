@@ -1,0 +1,132 @@
+#include "Look.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "PartialFile.h"
+
+namespace fxhost {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+ParameterCurve curveOf(const Json& value) {
+    if (value.is_number()) return ParameterCurve(value.get<double>());
+    if (!value.is_array() || value.empty()) {
+        throw std::invalid_argument("neither a number nor a list of keys ({\"frame\": F, \"value\": V})");
+    }
+    std::vector<ParameterCurve::Key> keys;
+    for (const Json& key : value) {
+        if (!key.is_object() || key.size() != 2 || !key.contains("frame") || !key.contains("value")) {
+            throw std::invalid_argument("key " + key.dump() + " is not {\"frame\": F, \"value\": V}");
+        }
+        const Json& frame = key["frame"];
+        if (!frame.is_number_integer() || frame.get<long long>() < 0 || frame.get<long long>() > 999999999) {
+            throw std::invalid_argument("key " + key.dump() +
+                                        ": the frame is not a frame number (0 or more)");
+        }
+        if (!key["value"].is_number()) {
+            throw std::invalid_argument("key " + key.dump() + ": the value is not a number");
+        }
+        keys.push_back({frame.get<int>(), key["value"].get<double>()});
+    }
+    return ParameterCurve(std::move(keys));
+}
+
+}  // namespace
+
+Look Look::parse(const std::string& text, const std::string& origin) {
+    const std::string where = "look " + origin + ": ";
+    Json json;
+    try {
+        json = Json::parse(text);
+    } catch (const Json::parse_error& e) {
+        throw std::invalid_argument(where + "not JSON (" + e.what() + ")");
+    }
+    if (!json.is_object() || json.value("format", Json()) != "fxhost look") {
+        throw std::invalid_argument(where + "not a look (it has no \"format\": \"fxhost look\")");
+    }
+    const Json version = json.value("version", Json());
+    if (!version.is_number_integer() || version.get<int>() < 1) {
+        throw std::invalid_argument(where + "\"version\" is not a version number");
+    }
+    if (version.get<int>() > kVersion) {
+        throw std::invalid_argument(where + "version " + version.dump() +
+                                    " is newer than this fxhost reads (" + std::to_string(kVersion) + ")");
+    }
+    if (!json.contains("effect") || !json["effect"].is_string()) {
+        throw std::invalid_argument(where + "\"effect\" is missing or not a name");
+    }
+    if (!json.contains("parameters") || !json["parameters"].is_object()) {
+        throw std::invalid_argument(where +
+                                    "\"parameters\" is missing or not an object of NAME: value or keys");
+    }
+    for (auto& [name, value] : json.items()) {
+        if (name != "format" && name != "version" && name != "effect" && name != "parameters") {
+            throw std::invalid_argument(where + "unknown field \"" + name + "\"");
+        }
+    }
+    Look look;
+    look.origin = origin;
+    look.effect = json["effect"].get<std::string>();
+    for (auto& [name, value] : json["parameters"].items()) {
+        try {
+            look.parameters.push_back({name, curveOf(value)});
+        } catch (const std::invalid_argument& e) {
+            throw std::invalid_argument(where + "parameter \"" + name + "\": " + e.what());
+        }
+    }
+    return look;
+}
+
+Look Look::read(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) throw std::invalid_argument("cannot read look " + path + ": " + std::strerror(errno));
+    std::stringstream text;
+    text << file.rdbuf();
+    return parse(text.str(), path);
+}
+
+std::string Look::json() const {
+    Json json;
+    json["format"] = "fxhost look";
+    json["version"] = kVersion;
+    json["effect"] = effect;
+    json["parameters"] = Json::object();
+    for (const Parameter& parameter : parameters) {
+        Json value;
+        if (!parameter.curve.keyed()) {
+            value = parameter.curve.at(0);
+        } else {
+            value = Json::array();
+            for (const ParameterCurve::Key& key : parameter.curve.keys()) {
+                value.push_back(Json{{"frame", key.frame}, {"value", key.value}});
+            }
+        }
+        json["parameters"][parameter.name] = value;
+    }
+    return json.dump(2) + "\n";
+}
+
+void Look::write(const std::string& path) const {
+    const PartialFile partial(path);
+    const std::string text = json();
+    {
+        std::ofstream file(partial.path(), std::ios::trunc);
+        if (!(file << text) || !file.flush()) {
+            throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
+        }
+    }
+    if (std::rename(partial.path().c_str(), path.c_str()) != 0) {
+        throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
+    }
+}
+
+}  // namespace fxhost
