@@ -116,9 +116,11 @@ AVPixelFormat choosePixelFormat(const EncoderRequest& request, const MovieOption
             refuse(request, "--pix-fmt " + options.pixFmt + ": " + codec->name + " takes " + formatList(codec));
         return format;
     }
-    const AVPixelFormat sourceFormat =
-        request.source ? static_cast<AVPixelFormat>(request.source->codecpar->format) : AV_PIX_FMT_NONE;
-    if (sourceFormat != AV_PIX_FMT_NONE && takes(codec, sourceFormat)) return sourceFormat;
+    // The source's format goes with its codec; another codec gets its own usual format.
+    const AVCodecParameters* source = request.source ? request.source->codecpar : nullptr;
+    const AVPixelFormat sourceFormat = source ? static_cast<AVPixelFormat>(source->format) : AV_PIX_FMT_NONE;
+    if (source && source->codec_id == codec->id && sourceFormat != AV_PIX_FMT_NONE && takes(codec, sourceFormat))
+        return sourceFormat;
     // The players' formats, not FFmpeg's closest match to RGB (which for x264 is an unplayable 4:4:4).
     if (named(codec, "libx264") || named(codec, "libx265")) return AV_PIX_FMT_YUV420P;
     if (named(codec, "libvpx-vp9") || named(codec, "libvpx"))
@@ -210,6 +212,10 @@ const char* formatForSize(const AVCodec* codec, AVPixelFormat format, int width,
 av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOptions& options) {
     const AVCodec* codec = chooseEncoder(request, options);
     const AVPixelFormat format = choosePixelFormat(request, options, codec);
+    if (request.alpha && !hasAlpha(format))
+        Console::warnOnce(request.output + ": the frames' alpha is left out: " + codec->name + " " +
+                          av_get_pix_fmt_name(format) + " has none (ProRes 4444 in .mov, FFV1 in .mkv or " +
+                          "VP9 in .webm keep it)");
 
     // The codec's own defaults (x264: CRF 23, preset medium), not the generic context's.
     av::CodecContext context(avcodec_alloc_context3(codec));
@@ -230,6 +236,9 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
         context->field_order = source->field_order;
         if (source->field_order != AV_FIELD_PROGRESSIVE)
             context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+        // x264 starts top field first and takes the frames' order only after its first frames.
+        if (named(codec, "libx264") && (source->field_order == AV_FIELD_BB || source->field_order == AV_FIELD_BT))
+            av_opt_set(context->priv_data, "x264-params", "bff=1", 0);
     }
     if (codec->id == AV_CODEC_ID_PRORES && !(source && source->codec_id == codec->id))
         av_opt_set_int(context->priv_data, "profile", hasAlpha(format) || format == AV_PIX_FMT_YUV444P10 ? 4 : 3, 0);
