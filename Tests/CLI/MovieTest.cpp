@@ -139,21 +139,18 @@ TEST_F(FxhostMovie, MovieIntoAMovie) {
     EXPECT_EQ(filesIn(dir + "/out").size(), 1u);
 }
 
-// Damaged inputs stop with exit 3 naming the file (and for a cut one, the frame), writing nothing.
-TEST_F(FxhostMovie, DamagedInputsExitThreeNamingWhere) {
+// A movie cut short stops with exit 3 naming the file and the frame, before anything is written.
+TEST_F(FxhostMovie, ACutInputExitsThreeNamingWhere) {
     ASSERT_EQ(makeClip(dir + "/whole.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=2,noise=alls=30:allf=t "
                                            "-c:v libx264 -pix_fmt yuv420p"),
               "");
-    ASSERT_EQ(std::system(("head -c $(( $(stat -c %s " + dir + "/whole.mkv) / 2 )) " + dir + "/whole.mkv > " + dir +
-                           "/cut.mkv && head -c 30000 /dev/urandom > " + dir + "/garbage.mov")
-                              .c_str()),
-              0);
+    ASSERT_EQ(
+        std::system(("head -c $(( $(stat -c %s " + dir + "/whole.mkv) / 2 )) " + dir + "/whole.mkv > " + dir + "/cut.mkv")
+                        .c_str()),
+        0);
     const CommandResult cut = render(dir + "/cut.mkv " + dir + "/out/cut.mp4");
     EXPECT_EQ(cut.status, 3);
     EXPECT_NE(cut.err.find("'" + dir + "/cut.mkv' cannot be decoded at frame "), std::string::npos) << cut.err;
-    const CommandResult garbage = render(dir + "/garbage.mov " + dir + "/out/g_%04d.png");
-    EXPECT_EQ(garbage.status, 3);
-    EXPECT_NE(garbage.err.find("'" + dir + "/garbage.mov'"), std::string::npos) << garbage.err;
     EXPECT_TRUE(filesIn(dir + "/out").empty());
 }
 
@@ -194,8 +191,4 @@ TEST_F(FxhostMovie, FarmRefusesAMovieOutputSayingWhatToDo) {
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("render to images on the farm"), std::string::npos) << r.err;
     EXPECT_NE(r.err.find("fxhost render"), std::string::npos) << r.err;
-    const CommandResult images =
-        runCommand(kFxhost + " farm submit --dry-run --chunk 10 " + clip + " " + dir + "/out/f_%04d.png");
-    EXPECT_EQ(images.status, 0) << images.err;
-    EXPECT_NE(images.out.find("chunks 1-3 of 3 (25 of 25 frames"), std::string::npos) << images.out;
 }
