@@ -7,6 +7,10 @@
 
 #include "JobError.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 namespace fxhost {
 
 namespace {
@@ -124,6 +128,15 @@ void MovieReader::openInput() {
     for (unsigned i = 0; i < format->nb_streams; ++i) {
         if (static_cast<int>(i) != mStream) format->streams[i]->discard = AVDISCARD_ALL;
     }
+}
+
+int MovieReader::bitDepth() const {
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(mCodec->pix_fmt);
+    int depth = 8;
+    for (int i = 0; description && i < description->nb_components; ++i) {
+        depth = std::max(depth, description->comp[i].depth);
+    }
+    return depth;
 }
 
 AVRational MovieReader::timeBase() const { return mFormat->streams[mStream]->time_base; }

@@ -154,6 +154,19 @@ TEST_F(FxhostMovie, ACutInputExitsThreeNamingWhere) {
     EXPECT_TRUE(filesIn(dir + "/out").empty());
 }
 
+// A 10-bit movie is named as deeper than the effect renders: a warning, or under --strict-depth a refusal.
+TEST_F(FxhostMovie, TenBitMovieWarnsOrIsRefusedUnderStrictDepth) {
+    const std::string deep = dir + "/deep.mkv";
+    ASSERT_EQ(makeClip(deep, "-f lavfi -i testsrc2=size=64x36:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p10le"), "");
+    const CommandResult warned = render(deep + " " + dir + "/out/w_%04d.png");
+    EXPECT_EQ(warned.status, 0) << warned.err;
+    EXPECT_NE(warned.err.find("10-bit"), std::string::npos) << warned.err;
+    const CommandResult refused = render("--strict-depth " + deep + " " + dir + "/out/r_%04d.png");
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_NE(refused.err.find("'" + deep + "' is 10-bit"), std::string::npos) << refused.err;
+    EXPECT_EQ(filesIn(dir + "/out").size(), 5u);
+}
+
 // SIGINT while a movie is being written leaves neither the movie nor its temporary file.
 TEST_F(FxhostMovie, InterruptedMovieLeavesNothing) {
     const std::string longClip = dir + "/long.mp4";
