@@ -157,8 +157,9 @@ int MovieReader::indexOf(int64_t timestamp) const {
 void MovieReader::seekBefore(int index) {
     for (int back = 0;; back = back ? 2 * back : 1) {
         const int from = std::max(0, index - back);
-        if (av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) < 0) {
-            // A demuxer that cannot seek is read again from its start.
+        // The first frame is reached by reading the file again from its start: some demuxers (MPEG-TS)
+        // land past it, and one that cannot seek at all gets there too.
+        if (from == 0 || av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) < 0) {
             openInput();
         }
         avcodec_flush_buffers(mCodec.get());
