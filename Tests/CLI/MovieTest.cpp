@@ -127,7 +127,7 @@ TEST_F(FxhostMovie, ImagesIntoAMovieAndBackBitExact) {
     }
 }
 
-// A movie into a movie: every frame, the sound kept.
+// A movie into a movie: every frame, at its time, the sound kept.
 TEST_F(FxhostMovie, MovieIntoAMovie) {
     const CommandResult r = render(clip + " " + dir + "/out/graded.mp4");
     ASSERT_EQ(r.status, 0) << r.err;
@@ -137,6 +137,15 @@ TEST_F(FxhostMovie, MovieIntoAMovie) {
     EXPECT_EQ(probe(dir + "/out/graded.mp4", "-show_entries stream=codec_name -select_streams a -of csv=p=0"),
               "aac\n");
     EXPECT_EQ(filesIn(dir + "/out").size(), 1u);
+
+    // A variable frame rate: each frame keeps its own time.
+    const std::string vfr = dir + "/vfr.mkv", times = "-show_entries frame=best_effort_timestamp_time -of csv=p=0";
+    ASSERT_EQ(makeClip(vfr, "-f lavfi -i testsrc2=size=64x36:rate=25:duration=1 -vf \"select='not(eq(mod(n,4),1))'\" "
+                            "-fps_mode vfr -c:v ffv1"),
+              "");
+    const CommandResult v = render(vfr + " " + dir + "/out/vfr.mkv");
+    ASSERT_EQ(v.status, 0) << v.err;
+    EXPECT_EQ(probe(dir + "/out/vfr.mkv", times), probe(vfr, times));
 }
 
 // A movie cut short stops with exit 3 naming the file and the frame, before anything is written.
