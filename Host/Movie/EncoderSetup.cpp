@@ -8,6 +8,7 @@ extern "C" {
 }
 
 #include "Console.h"
+#include "ContainerCodecs.h"
 #include "JobError.h"
 
 namespace fxhost {
@@ -20,10 +21,7 @@ namespace {
 
 bool named(const AVCodec* codec, const char* name) { return std::strcmp(codec->name, name) == 0; }
 
-bool holds(const AVOutputFormat* container, AVCodecID id) {
-    // A muxer without a codec table answers "unknown" (< 0): it is tried, as ffmpeg does.
-    return id != AV_CODEC_ID_NONE && avformat_query_codec(container, id, FF_COMPLIANCE_NORMAL) != 0;
-}
+bool holds(const AVOutputFormat* container, AVCodecID id) { return containerHolds(container, id); }
 
 const AVCodec* videoEncoder(const char* name) {
     const AVCodec* codec = avcodec_find_encoder_by_name(name);

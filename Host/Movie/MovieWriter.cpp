@@ -137,7 +137,8 @@ MovieWriter::MovieWriter(const std::string& output, int width, int height, bool 
         s.timeBase = av_inv_q(options.fps);
         s.frameRate = options.fps;
     }
-    request.timeBase = s.timeBase;
+    // MXF holds constant frame rates only, timed in frames; everything else keeps the source's clock.
+    request.timeBase = std::strcmp(container->name, "mxf") == 0 ? av_inv_q(s.frameRate) : s.timeBase;
     request.frameRate = s.frameRate;
     s.encoder = EncoderSetup::open(request, options);
     s.converter = std::make_unique<FrameConverter>(width, height, s.encoder->pix_fmt, s.encoder->colorspace,
@@ -213,8 +214,8 @@ void MovieWriter::State::start(int64_t firstPts) {
 
 void MovieWriter::State::send(AVFrame* frame, int64_t duration) {
     if (frame) {
-        frame->pkt_duration = duration;
-        durations[frame->pts] = duration;
+        frame->pkt_duration = av_rescale_q(duration, timeBase, encoder->time_base);
+        durations[frame->pts] = frame->pkt_duration;
     }
     const int sent = avcodec_send_frame(encoder.get(), frame);
     if (sent < 0) throw JobError(JobError::kImage, output + ": the encoder failed: " + av::errorText(sent));
@@ -251,7 +252,7 @@ void MovieWriter::write(const HostWorld& world, int64_t pts) {
     if (s.copier) s.copier->copyUntil(pts);
 
     av::Frame frame = s.converter->convert(world);
-    frame->pts = pts - s.shift;
+    frame->pts = av_rescale_q(pts - s.shift, s.timeBase, s.encoder->time_base);
     frame->color_primaries = s.encoder->color_primaries;
     frame->color_trc = s.encoder->color_trc;
     frame->colorspace = s.encoder->colorspace;

@@ -15,14 +15,16 @@
 // variable. The output starts where the first frame written starts: when that frame is the source's
 // first, every stream keeps its place against the file's start (all shifted by the source's start
 // time); when it is a later one, all streams are shifted by that frame's pts, the other streams are
-// copied for the span from it to the end of the last frame written (packets that overlap the span),
-// chapters are cut to the span, and the timecode is advanced by the frames left out.
+// copied for the span from it to the end of the last frame written (packets that start within it),
+// chapters ending before it are left out (the one it falls in starts with it), and the timecode is
+// advanced by the frames left out. MXF, which holds constant rates only, is timed in frames.
 //
 // Failures: every argument fault (unknown container or encoder, a pixel format or option the encoder
-// does not take, a size the encoder refuses) throws JobError(kUsage) from the constructor, before any
-// file exists; write faults throw JobError(kImage) naming the output and the system's reason. The
-// movie is written as DIR/.NAME.fxhost-partial (registered for removal on SIGINT/SIGTERM) and renamed
-// by finish(); a writer destroyed unfinished removes it.
+// does not take, a size the encoder refuses, the output being the source) throws JobError(kUsage) from
+// the constructor, before any file exists; a source that cannot be read and write faults throw
+// JobError(kImage) naming the file and the system's reason. The movie is written as
+// DIR/.NAME.fxhost-partial (registered for removal on SIGINT/SIGTERM) and renamed by finish(); a
+// writer destroyed unfinished removes it.
 #pragma once
 
 #include <cstdint>

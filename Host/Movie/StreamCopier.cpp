@@ -1,6 +1,7 @@
 #include "StreamCopier.h"
 
 #include "Console.h"
+#include "ContainerCodecs.h"
 #include "JobError.h"
 
 namespace fxhost {
@@ -50,8 +51,7 @@ void StreamCopier::addStreams(AVFormatContext* output, const std::string& output
         if (stream->discard == AVDISCARD_ALL) continue;
         // A timecode track: the timecode goes out as the video's tag, from which the muxer makes one.
         if (par->codec_tag == MKTAG('t', 'm', 'c', 'd')) continue;
-        if (par->codec_id == AV_CODEC_ID_NONE ||
-            avformat_query_codec(output->oformat, par->codec_id, FF_COMPLIANCE_NORMAL) == 0) {
+        if (!containerHolds(output->oformat, par->codec_id)) {
             const char* type = av_get_media_type_string(par->codec_type);
             const AVDictionaryEntry* language = av_dict_get(stream->metadata, "language", nullptr, 0);
             Console::warnOnce(outputName + ": stream #" + std::to_string(i) + " of " + mSource + " (" +

@@ -464,6 +464,17 @@ TEST_F(MovieWriterTest, AStreamTheContainerCannotHoldIsNamedAndLeftOut) {
         << warnings;
     EXPECT_EQ(field(output, "stream=codec_type"), "video\naudio");
     EXPECT_EQ(audioHash(output), audioHash(source));
+
+    // MXF holds neither H.264 from a camera nor AAC: the video becomes its usual DNxHR, at its
+    // frame rate, and the sound is named and left out.
+    const std::string camera = cameraClip(dir);
+    ASSERT_TRUE(exists(camera)) << camera;
+    testing::internal::CaptureStderr();
+    rewrite(camera, path("camera.mxf"), 320, 240, false);
+    const std::string mxfWarnings = testing::internal::GetCapturedStderr();
+    EXPECT_NE(mxfWarnings.find("(audio aac, eng) is left out: a mxf file cannot hold it"), std::string::npos)
+        << mxfWarnings;
+    EXPECT_EQ(field(path("camera.mxf"), "stream=codec_name,nb_read_frames", "v:0 -count_frames"), "dnxhd\n50");
 }
 
 }  // namespace
