@@ -1,7 +1,9 @@
 // fxhost: the stand-in host on the command line.
 //   fxhost [-q|-v] info   [--plugin BUNDLE]
 //   fxhost [-q|-v] render [--plugin BUNDLE] [--look FILE] [--set NAME=VALUE|NAME=V@F,...]... [--frames LIST]
-//                         [--skip-existing | --no-clobber] [--progress FILE|-] INPUT OUTPUT
+//                         [--skip-existing | --no-clobber] [--progress FILE|-]
+//                         [--codec NAME] [--crf N] [--preset NAME] [--pix-fmt NAME] [--codec-opt K=V]... [--fps RATE]
+//                         INPUT OUTPUT    (images, sequences or movies)
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--look FILE] [--set ...]... --vary NAME=FROM:TO:COUNT
 //                         [--frame N] INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...

@@ -1,7 +1,8 @@
 // Frames from a movie through MovieReader: frames 1 to N, the movie's own, with their timestamps
 // (FrameSlot::pts, in the video stream's time base). A frame's header is the movie's size with
 // 3 channels, or 4 where the stream has alpha, at 8 bits. A movie larger than the GL
-// implementation's largest texture is refused (exit 3) with that limit named.
+// implementation's largest texture is refused (exit 3) with that limit named. A stream deeper than
+// 8 bits is refused under --strict-depth (exit 3), and otherwise named once in a warning.
 #pragma once
 
 #include <memory>
@@ -26,6 +27,7 @@ public:
 private:
     std::unique_ptr<MovieReader> mReader;
     OIIO::ImageSpec mHeader;
+    SourceOptions mOptions;
 };
 
 }  // namespace fxhost

