@@ -5,6 +5,7 @@
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
+//   fxhost [-q|-v] preview [--plugin BUNDLE] [--set NAME=VALUE]... [--port N] [--bind ADDR] INPUT
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
@@ -23,6 +24,7 @@
 #include "EffectInfo.h"
 #include "FarmCommand.h"
 #include "Interruption.h"
+#include "PreviewCommand.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "ValidateCommand.h"
@@ -102,6 +104,15 @@ int main(int argc, char** argv) {
                      "Width of a tile in pixels (default: such that the sheet is about 1920 wide, "
                      "never wider than the input)")
         ->check(CLI::Range(16, 16384));
+    CLI::App* preview = app.add_subcommand(
+        "preview", "Serve a page for tuning the effect by eye in a browser; prints its address");
+    fxhost::PreviewOptions previewOptions;
+    preview->add_option("--plugin", plugin, "The effect bundle (default: the one built beside fxhost)");
+    preview->add_option("--set", sets, "NAME=VALUE: the value the page starts with");
+    preview->add_option("--port", previewOptions.port, "Port to listen on (default 0: a free one)")
+        ->check(CLI::Range(0, 65535));
+    preview->add_option("--bind", previewOptions.address, "Address to listen on (default 127.0.0.1)");
+    preview->add_option("INPUT", previewOptions.input, "Image, image sequence (%04d, ####) or movie")->required();
     fxhost::FarmCommand farm(app);
     CLI::App* validate = fxhost::addValidateCommand(app, plugin);
 
@@ -110,9 +121,10 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         if (argv[i][0] == '-') continue;
         const std::string word = argv[i];
-        if (word != "info" && word != "render" && word != "sheet" && word != "farm" && word != "validate") {
+        if (word != "info" && word != "render" && word != "sheet" && word != "farm" && word != "validate" &&
+            word != "preview") {
             return usageError("unknown command \"" + word +
-                              "\"; the commands are info, render, sheet, farm and validate");
+                              "\"; the commands are info, render, sheet, preview, farm and validate");
         }
         break;
     }
@@ -151,6 +163,11 @@ int main(int argc, char** argv) {
         if (validate->parsed()) return fxhost::runValidate(plugin);
         fxhost::ParameterSettings settings;
         for (const std::string& set : sets) settings.add(set);
+        if (preview->parsed()) {
+            previewOptions.plugin = plugin;
+            previewOptions.settings = settings;
+            return fxhost::runPreview(previewOptions);
+        }
         if (render->parsed()) {
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,

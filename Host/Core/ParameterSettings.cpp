@@ -63,17 +63,19 @@ double ParameterSettings::parseValue(const EffectHost& host, int index, const st
     return value;
 }
 
+std::pair<int, double> ParameterSettings::parseAssignment(const EffectHost& host, const std::string& assignment) {
+    const size_t equals = assignment.find('=');
+    if (equals == std::string::npos) {
+        throw std::invalid_argument("\"" + assignment + "\" is not NAME=VALUE; the effect has " +
+                                    knownParameters(host));
+    }
+    const int index = resolve(host, assignment.substr(0, equals));
+    return {index, parseValue(host, index, assignment.substr(equals + 1))};
+}
+
 void ParameterSettings::apply(EffectHost& host) const {
     std::vector<std::pair<int, double>> values;
-    for (const std::string& assignment : mAssignments) {
-        const size_t equals = assignment.find('=');
-        if (equals == std::string::npos) {
-            throw std::invalid_argument("\"" + assignment + "\" is not NAME=VALUE; the effect has " +
-                                        knownParameters(host));
-        }
-        const int index = resolve(host, assignment.substr(0, equals));
-        values.emplace_back(index, parseValue(host, index, assignment.substr(equals + 1)));
-    }
+    for (const std::string& assignment : mAssignments) values.push_back(parseAssignment(host, assignment));
     for (const auto& value : values) host.setParamValue(value.first, value.second);
 }
 

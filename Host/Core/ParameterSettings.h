@@ -25,6 +25,8 @@ public:
     static std::string describe(const PF_ParamDef& param);
     // Parses a value for the parameter at index and checks its range; throws like apply().
     static double parseValue(const EffectHost& host, int index, const std::string& text);
+    // One NAME=VALUE resolved and checked, as --set takes it: {index, value}; throws like apply().
+    static std::pair<int, double> parseAssignment(const EffectHost& host, const std::string& assignment);
 
 private:
     std::vector<std::string> mAssignments;
