@@ -130,7 +130,7 @@ void PreviewServer::route() {
     mServer.Get("/", [this](const httplib::Request& request, httplib::Response& response) {
         page("index.html", request, response);
     });
-    mServer.Get(R"(/([a-z]+\.(js|css)))", [this](const httplib::Request& request, httplib::Response& response) {
+    mServer.Get(R"(/([a-z]+\.(js|css|svg)))", [this](const httplib::Request& request, httplib::Response& response) {
         page(request.matches[1], request, response);
     });
     mServer.Get("/api/effect", [this](const httplib::Request&, httplib::Response& response) { effect(response); });
