@@ -1,5 +1,7 @@
 #include "PreviewServer.h"
 
+#include <sys/socket.h>
+
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
@@ -43,6 +45,12 @@ PreviewServer::PreviewServer(PreviewRenderer& renderer, const RenderCommand& com
     mServer.set_read_timeout(5, 0);
     mServer.set_write_timeout(5, 0);
     mServer.set_payload_max_length(0);
+    // httplib's default is SO_REUSEPORT, which would let a second server share the port. Reusing
+    // the address only lets a new server bind while closed connections of an old one linger.
+    mServer.set_socket_options([](socket_t socket) {
+        const int yes = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     mServer.set_default_headers({{"Content-Security-Policy", kContentSecurityPolicy},
                                  {"X-Content-Type-Options", "nosniff"},
                                  {"X-Frame-Options", "DENY"},

@@ -59,9 +59,15 @@ protected:
         return path(name);
     }
 
+    static std::string quote(const std::string& word) {
+        std::string quoted = "'";
+        for (char c : word) quoted += c == '\'' ? std::string("'\"'\"'") : std::string(1, c);
+        return quoted + "'";
+    }
+
     // `fxhost render` of the input with these settings into OUTPUT; its stderr on failure.
     static std::string render(const std::string& options, const std::string& input, const std::string& output) {
-        const CommandResult result = runCommand(kFxhost + " -q render " + options + " '" + input + "' '" + output + "'");
+        const CommandResult result = runCommand(kFxhost + " -q render " + options + " " + quote(input) + " " + quote(output));
         return result.status == 0 ? "" : result.err;
     }
 
@@ -118,8 +124,8 @@ TEST_F(PreviewTest, OnlyThisServersPagesWithTheTokenGetIn) {
     EXPECT_EQ(client.Get("/", {{"Cookie", "fxhost-preview-1=" + token}})->status, 401);
     EXPECT_EQ(client.Get("/", {{"Cookie", "fxhost-preview-" + port + "=x"}})->status, 403);
 
-    for (const std::string& target : {"/", "/api/effect", "/nowhere"}) {
-        const httplib::Result answer = client.Get(target.c_str(), {{"Cookie", "fxhost-preview-" + port + "=" + token}});
+    for (const char* target : {"/", "/api/effect", "/nowhere"}) {
+        const httplib::Result answer = client.Get(target, {{"Cookie", "fxhost-preview-" + port + "=" + token}});
         EXPECT_NE(answer->get_header_value("Content-Security-Policy").find("frame-ancestors 'none'"), std::string::npos)
             << target;
         EXPECT_EQ(answer->get_header_value("X-Content-Type-Options"), "nosniff") << target;
@@ -136,7 +142,7 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
         const std::string err = render("--set '" + set + "'", kSample, path("unused.png"));
         return err.substr(err.find(": ") + 2, err.find('\n') - err.find(": ") - 2);
     };
-    for (const std::string& set : {"Hue Value=361", "Hue Value=-1", "Hue Value=nan", "Hue Value=ten", "Hue=10",
+    for (const char* set : {"Hue Value=361", "Hue Value=-1", "Hue Value=nan", "Hue Value=ten", "Hue=10",
                                    "Hue Value"}) {
         const httplib::Result answer = get(preview, "/api/frame?set=" + escape(set));
         EXPECT_EQ(answer->status, 400) << set;
@@ -146,11 +152,11 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
     const httplib::Result frame = get(preview, "/api/frame?frame=7");
     EXPECT_EQ(frame->status, 400);
     EXPECT_NE(frame->body.find("no input for frame 7"), std::string::npos) << frame->body;
-    for (const std::string& query : {"frame=x", "scale=0", "scale=2", "scale=x", "format=gif", "view=side",
-                                     "sett=Hue%20Value%3D1", "frame=0&frame=0"}) {
-        EXPECT_EQ(get(preview, "/api/frame?" + query)->status, 400) << query;
+    for (const char* query : {"frame=x", "scale=0", "scale=2", "scale=x", "format=gif", "view=side",
+                                     "sett=Hue%20Value%3D1", "scale=1&scale=0.5"}) {
+        EXPECT_EQ(get(preview, std::string("/api/frame?") + query)->status, 400) << query;
     }
-    for (const std::string& target : {"/api/frames", "/../../etc/passwd", "/app.js/", "/index.html", "/api"}) {
+    for (const char* target : {"/api/frames", "/../../etc/passwd", "/app.js/", "/index.html", "/api"}) {
         EXPECT_EQ(get(preview, target)->status, 404) << target;
     }
 
@@ -282,6 +288,11 @@ TEST_F(PreviewTest, ABurstRendersTheFirstAndTheNewestOnly) {
 TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
     PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=1500"});
     ASSERT_GT(preview.port(), 0);
+    // The port is this server's alone while it runs.
+    const CommandResult second = runCommand(kFxhost + " preview --port " + std::to_string(preview.port()) + " " + kSample);
+    EXPECT_EQ(second.status, 2);
+    EXPECT_NE(second.err.find("cannot listen on 127.0.0.1:" + std::to_string(preview.port())), std::string::npos)
+        << second.err;
     auto inFlight = std::async(std::launch::async, [&] { return get(preview, "/api/frame?client=a"); });
     auto waiting = std::async(std::launch::async, [&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -292,12 +303,12 @@ TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
     EXPECT_EQ(preview.stop(SIGINT), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
     EXPECT_EQ(preview.restOfOutput(), "");  // one line on standard output, and nothing after it
-    const httplib::Result first = inFlight.get(), second = waiting.get();
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->status, 200);  // the frame being rendered is finished
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->status, 503);  // the one waiting is told the preview stops
-    EXPECT_TRUE(portIsFree(preview.port()));
+    const httplib::Result rendering = inFlight.get(), queued = waiting.get();
+    ASSERT_TRUE(rendering);
+    EXPECT_EQ(rendering->status, 200);  // the frame being rendered is finished
+    ASSERT_TRUE(queued);
+    EXPECT_EQ(queued->status, 503);  // the one waiting is told the preview stops
+    EXPECT_TRUE(portIsFree(preview.port())) << runCommand("ss -tanp | grep :" + std::to_string(preview.port())).out;
 }
 
 TEST_F(PreviewTest, ABadStartIsTheCommandLinesError) {

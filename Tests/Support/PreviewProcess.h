@@ -93,9 +93,12 @@ private:
     std::string mUrl, mToken;
 };
 
-// True when a socket can listen on 127.0.0.1:port again.
+// True when a server can listen on 127.0.0.1:port again. Closed connections may linger in
+// TIME_WAIT; servers (fxhost's too) bind with SO_REUSEADDR, which only a listener still there stops.
 inline bool portIsFree(int port) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    const int yes = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));

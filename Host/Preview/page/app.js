@@ -156,6 +156,7 @@ function receive(name, bitmap, request, renderMs, totalMs) {
     showStatus(`${kind} · render ${renderMs.toFixed(0)} ms · shown after ${totalMs.toFixed(0)} ms`);
     $('viewer').dataset.shown = request.proxy ? 'proxy' : 'exact';
     $('viewer').dataset.query = request.query;
+    $('viewer').dataset.frame = String(request.frame);
   }
   draw();
   updateProbe();
@@ -329,6 +330,9 @@ function draw() {
   } else {
     paint(state.images[mode], 0, canvas.width);
   }
+  // Where the image is drawn, in canvas pixels: x, y and image pixels per canvas pixel.
+  viewer.dataset.origin = `${x},${y},${state.zoom * ratio}`;
+  viewer.dataset.mode = mode;
   $('divider').hidden = mode !== 'split';
   $('divider').style.left = `${state.split * 100}%`;
   document.querySelector('.corner.left').hidden = mode === 'after';
