@@ -424,8 +424,9 @@ function updateProbe() {
     $('probe-after').textContent = '–';
     return;
   }
-  const x = Math.floor((Math.round(pointer.x * ratio) - Math.round(state.panX * ratio)) / (state.zoom * ratio));
-  const y = Math.floor((Math.round(pointer.y * ratio) - Math.round(state.panY * ratio)) / (state.zoom * ratio));
+  // The image pixel under the pointer, as draw() placed the image (its origin on whole canvas pixels).
+  const x = Math.floor((pointer.x * ratio - Math.round(state.panX * ratio)) / (state.zoom * ratio));
+  const y = Math.floor((pointer.y * ratio - Math.round(state.panY * ratio)) / (state.zoom * ratio));
   if (x < 0 || y < 0 || x >= state.effect.width || y >= state.effect.height) {
     $('probe-xy').textContent = 'outside the frame';
     $('probe-before').textContent = '–';
