@@ -194,6 +194,7 @@ try {
     await page.getByRole('button', { name: 'Fit' }).click();
     await page.mouse.move(900, 420);
     await settled();
+    await page.waitForFunction(() => !document.getElementById('status').textContent.startsWith('rendering'));
     await page.screenshot({ path: screenshot });
   }
 
