@@ -42,9 +42,6 @@ av::CodecContext openEncoder(AVCodecID id, const Pixels& pixels, AVPixelFormat f
     context->time_base = AVRational{1, 25};
     context->flags |= flags;
     context->color_range = range;
-    // Left unspecified on purpose: the PNG encoder writes gAMA, cHRM or sRGB only for a stated colour.
-    context->color_primaries = AVCOL_PRI_UNSPECIFIED;
-    context->color_trc = AVCOL_TRC_UNSPECIFIED;
     check(avcodec_open2(context.get(), codec, options.address()), "open");
     return context;
 }
@@ -64,6 +61,9 @@ std::string ImageEncoder::png(const Pixels& pixels) {
     frame->height = pixels.height;
     frame->data[0] = const_cast<uint8_t*>(pixels.bytes.data());
     frame->linesize[0] = pixels.width * pixels.channels;
+    // Left unspecified on purpose: the PNG encoder writes gAMA, cHRM or sRGB for a frame's stated colour.
+    frame->color_primaries = AVCOL_PRI_UNSPECIFIED;
+    frame->color_trc = AVCOL_TRC_UNSPECIFIED;
     return encode(context.get(), frame.get());
 }
 

@@ -260,15 +260,16 @@ TEST_F(PreviewTest, ASequencesFrameIsWhatRenderWrites) {
 }
 
 TEST_F(PreviewTest, ABurstRendersTheFirstAndTheNewestOnly) {
-    // Each render takes 400 ms more, so that the burst arrives while the first is in flight.
-    PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=400"});
+    // Each render takes a second more: the burst arrives while the first request is in flight,
+    // with room to spare on a busy machine.
+    PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=1000"});
     ASSERT_GT(preview.port(), 0);
     std::vector<std::future<httplib::Result>> answers;
     for (int hue = 10; hue <= 60; hue += 10) {
         answers.push_back(std::async(std::launch::async, [&, hue] {
             return get(preview, "/api/frame?client=tab&set=Hue%20Value%3D" + std::to_string(hue));
         }));
-        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+        std::this_thread::sleep_for(std::chrono::milliseconds(hue == 10 ? 300 : 20));
     }
     // Another view is not replaced by this one's newer requests.
     const httplib::Result other = get(preview, "/api/frame?client=other&set=Hue%20Value%3D5");
@@ -286,7 +287,7 @@ TEST_F(PreviewTest, ABurstRendersTheFirstAndTheNewestOnly) {
 }
 
 TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
-    PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=1500"});
+    PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=2000"});
     ASSERT_GT(preview.port(), 0);
     // The port is this server's alone while it runs.
     const CommandResult second = runCommand(kFxhost + " preview --port " + std::to_string(preview.port()) + " " + kSample);
@@ -295,10 +296,10 @@ TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
         << second.err;
     auto inFlight = std::async(std::launch::async, [&] { return get(preview, "/api/frame?client=a"); });
     auto waiting = std::async(std::launch::async, [&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
         return get(preview, "/api/frame?client=b");
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(preview.stop(SIGINT), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
