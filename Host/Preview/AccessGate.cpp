@@ -19,7 +19,8 @@ std::string randomToken() {
     while (got < sizeof bytes) {
         const ssize_t n = getrandom(bytes + got, sizeof bytes - got, 0);
         if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) throw std::runtime_error(std::string("no random bytes for the token: ") + std::strerror(errno));
+        if (n <= 0)
+            throw std::runtime_error(std::string("no random bytes for the token: ") + std::strerror(errno));
         got += static_cast<size_t>(n);
     }
     static const char kHex[] = "0123456789abcdef";
@@ -70,7 +71,8 @@ std::string AccessGate::cookieToken(const std::string& cookieHeader) const {
         std::string pair = cookieHeader.substr(at, end - at);
         pair.erase(0, pair.find_first_not_of(' '));
         const size_t equals = pair.find('=');
-        if (equals != std::string::npos && pair.compare(0, equals, mCookieName) == 0 && equals == mCookieName.size()) {
+        if (equals != std::string::npos && pair.compare(0, equals, mCookieName) == 0 &&
+            equals == mCookieName.size()) {
             return pair.substr(equals + 1);
         }
         at = end + 1;

@@ -42,10 +42,11 @@ FrameRequest FrameRequest::parse(const std::multimap<std::string, std::string>& 
         }
         const std::vector<int>& all = frames.frames();
         if (!std::binary_search(all.begin(), all.end(), static_cast<int>(number))) {
-            throw std::invalid_argument("frame " + frame + ": no input for frame " + frame + " (the input has " +
-                                        (frames.size() == 1 && frames.first() == 0 ? std::string("one image")
-                                                                                   : "frames " + frames.text()) +
-                                        ")");
+            throw std::invalid_argument(
+                "frame " + frame + ": no input for frame " + frame + " (the input has " +
+                (frames.size() == 1 && frames.first() == 0 ? std::string("one image")
+                                                           : "frames " + frames.text()) +
+                ")");
         }
         request.frame = static_cast<int>(number);
     }

@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 
-
 #include "LibAv.h"
 
 namespace fxhost {
@@ -10,7 +9,9 @@ namespace fxhost {
 namespace {
 
 void check(int code, const char* what) {
-    if (code < 0) throw std::runtime_error(std::string("cannot encode the preview (") + what + "): " + av::errorText(code));
+    if (code < 0)
+        throw std::runtime_error(std::string("cannot encode the preview (") + what +
+                                 "): " + av::errorText(code));
 }
 
 // One picture through one encoder; `frame` holds the picture in the encoder's pixel format.
@@ -30,8 +31,9 @@ std::string encode(AVCodecContext* context, AVFrame* frame) {
     return file;
 }
 
-av::CodecContext openEncoder(AVCodecID id, const Pixels& pixels, AVPixelFormat format, av::Dictionary& options,
-                             int flags = 0, AVColorRange range = AVCOL_RANGE_UNSPECIFIED) {
+av::CodecContext openEncoder(AVCodecID id, const Pixels& pixels, AVPixelFormat format,
+                             av::Dictionary& options, int flags = 0,
+                             AVColorRange range = AVCOL_RANGE_UNSPECIFIED) {
     const AVCodec* codec = avcodec_find_encoder(id);
     if (!codec) throw std::runtime_error("cannot encode the preview: libavcodec has no encoder for it");
     av::CodecContext context(avcodec_alloc_context3(codec));
@@ -78,10 +80,9 @@ std::string ImageEncoder::jpeg(const Pixels& pixels) {
     frame->width = pixels.width;
     frame->height = pixels.height;
     check(av_frame_get_buffer(frame.get(), 0), "buffer");
-    const av::ScaleContext convert(sws_getContext(pixels.width, pixels.height,
-                                                  pixels.channels == 4 ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24,
-                                                  pixels.width, pixels.height, format, SWS_BICUBIC, nullptr,
-                                                  nullptr, nullptr));
+    const av::ScaleContext convert(
+        sws_getContext(pixels.width, pixels.height, pixels.channels == 4 ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24,
+                       pixels.width, pixels.height, format, SWS_BICUBIC, nullptr, nullptr, nullptr));
     if (!convert) throw std::runtime_error("cannot encode the preview: no conversion to JPEG's colours");
     // JPEG's YCbCr is full range, as the RGB it comes from.
     const int* coefficients = sws_getCoefficients(SWS_CS_DEFAULT);

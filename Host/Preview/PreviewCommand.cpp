@@ -26,9 +26,10 @@ int runPreview(const PreviewOptions& options) {
         throw JobError(JobError::kUsage, "--port must be from 0 to 65535");
     }
     if (!isLoopback(options.address)) {
-        Console::warnOnce("--bind " + options.address +
-                          ": the preview can be reached from other machines; the token is all that guards it, "
-                          "and it travels unencrypted");
+        Console::warnOnce(
+            "--bind " + options.address +
+            ": the preview can be reached from other machines; the token is all that guards it, "
+            "and it travels unencrypted");
     }
     PreviewRenderer renderer(options.plugin, options.settings, options.input);
     const RenderCommand command(options.plugin, options.input, renderer.summary());

@@ -32,8 +32,9 @@ std::unique_ptr<HostWorld> scaledWorld(const HostWorld& world, double scale) {
     const int width = std::max(1, static_cast<int>(std::lround(world.width() * scale)));
     const int height = std::max(1, static_cast<int>(std::lround(world.height() * scale)));
     auto scaled = std::make_unique<HostWorld>(width, height, Depth::Eight);
-    const av::ScaleContext context(sws_getContext(world.width(), world.height(), AV_PIX_FMT_ARGB, width, height,
-                                                  AV_PIX_FMT_ARGB, SWS_AREA, nullptr, nullptr, nullptr));
+    const av::ScaleContext context(sws_getContext(world.width(), world.height(), AV_PIX_FMT_ARGB, width,
+                                                  height, AV_PIX_FMT_ARGB, SWS_AREA, nullptr, nullptr,
+                                                  nullptr));
     if (!context) throw JobError(JobError::kImage, "cannot scale the frame for a proxy");
     const uint8_t* source[4] = {static_cast<const uint8_t*>(world.def()->data)};
     const int sourceStride[4] = {world.rowbytes()};
@@ -52,7 +53,8 @@ Pixels pixelsOf(const HostWorld& world, int channels) {
     pixels.bytes.resize(static_cast<size_t>(world.width()) * world.height() * channels);
     uint8_t* to = pixels.bytes.data();
     for (int y = 0; y < world.height(); ++y) {
-        const uint8_t* from = static_cast<const uint8_t*>(world.def()->data) + static_cast<size_t>(y) * world.rowbytes();
+        const uint8_t* from =
+            static_cast<const uint8_t*>(world.def()->data) + static_cast<size_t>(y) * world.rowbytes();
         for (int x = 0; x < world.width(); ++x, from += 4) {
             *to++ = from[1];
             *to++ = from[2];
@@ -135,7 +137,7 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
     std::unique_ptr<RenderJob> job;
     std::unique_ptr<FrameSource> source;
     FrameSlot frame;
-    bool loaded = false;  // frame.frame is read whole
+    bool loaded = false;                                   // frame.frame is read whole
     std::map<double, std::unique_ptr<HostWorld>> proxies;  // the read frame's scaled inputs
     std::unique_ptr<HostWorld> output;
     int channels = 4;
@@ -162,8 +164,8 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
                 const PF_ParamDef& param = host.params()[i];
                 if (param.param_type != PF_Param_FLOAT_SLIDER) continue;
                 const PF_FloatSliderDef& slider = param.u.fs_d;
-                mSummary.parameters.push_back(
-                    {static_cast<int>(i), param.name, slider.valid_min, slider.valid_max, slider.dephault, slider.value});
+                mSummary.parameters.push_back({static_cast<int>(i), param.name, slider.valid_min,
+                                               slider.valid_max, slider.dephault, slider.value});
                 mSummary.start[i] = slider.value;
             }
             mHost = &host;

@@ -35,8 +35,8 @@ std::string urlHost(const std::string& address) {
 
 }  // namespace
 
-PreviewServer::PreviewServer(PreviewRenderer& renderer, const RenderCommand& command, const std::string& address,
-                             int port)
+PreviewServer::PreviewServer(PreviewRenderer& renderer, const RenderCommand& command,
+                             const std::string& address, int port)
     : mRenderer(renderer), mCommand(command), mAddress(address) {
     // Idle keep-alive connections hold a worker each: enough workers for a few tabs and scripts,
     // and idle ones let go soon.
@@ -69,8 +69,8 @@ PreviewServer::PreviewServer(PreviewRenderer& renderer, const RenderCommand& com
 
 std::string PreviewServer::url() const {
     const bool wildcard = mAddress == "0.0.0.0" || mAddress == "::";
-    return "http://" + (wildcard ? std::string("127.0.0.1") : urlHost(mAddress)) + ":" + std::to_string(mPort) +
-           "/?token=" + mGate->token();
+    return "http://" + (wildcard ? std::string("127.0.0.1") : urlHost(mAddress)) + ":" +
+           std::to_string(mPort) + "/?token=" + mGate->token();
 }
 
 bool PreviewServer::run() {
@@ -92,8 +92,9 @@ HandlerResponse PreviewServer::gate(const httplib::Request& request, httplib::Re
     // A page on another site may reach a loopback server through a name it controls (DNS
     // rebinding); the Host header it sends is then that name.
     if (!mGate->hostAllowed(request.get_header_value("Host"))) {
-        answer(response, 403, "forbidden: the Host header must be 127.0.0.1:" + std::to_string(mPort) +
-                                  ", localhost:" + std::to_string(mPort) + " or [::1]:" + std::to_string(mPort));
+        answer(response, 403,
+               "forbidden: the Host header must be 127.0.0.1:" + std::to_string(mPort) +
+                   ", localhost:" + std::to_string(mPort) + " or [::1]:" + std::to_string(mPort));
         return HandlerResponse::Handled;
     }
     // The server takes no bodies; refused before any is read.
@@ -133,15 +134,18 @@ HandlerResponse PreviewServer::gate(const httplib::Request& request, httplib::Re
 }
 
 void PreviewServer::route() {
-    mServer.set_pre_routing_handler(
-        [this](const httplib::Request& request, httplib::Response& response) { return gate(request, response); });
+    mServer.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        return gate(request, response);
+    });
     mServer.Get("/", [this](const httplib::Request& request, httplib::Response& response) {
         page("index.html", request, response);
     });
-    mServer.Get(R"(/([a-z]+\.(js|css|svg)))", [this](const httplib::Request& request, httplib::Response& response) {
-        page(request.matches[1], request, response);
-    });
-    mServer.Get("/api/effect", [this](const httplib::Request&, httplib::Response& response) { effect(response); });
+    mServer.Get(R"(/([a-z]+\.(js|css|svg)))",
+                [this](const httplib::Request& request, httplib::Response& response) {
+                    page(request.matches[1], request, response);
+                });
+    mServer.Get("/api/effect",
+                [this](const httplib::Request&, httplib::Response& response) { effect(response); });
     mServer.Get("/api/frame", [this](const httplib::Request& request, httplib::Response& response) {
         frame(request, response);
     });
@@ -149,11 +153,13 @@ void PreviewServer::route() {
         command(request, response);
     });
     mServer.set_error_handler([](const httplib::Request& request, httplib::Response& response) {
-        if (response.status == 404 && response.body.empty()) answer(response, 404, "no such page: " + request.path);
+        if (response.status == 404 && response.body.empty())
+            answer(response, 404, "no such page: " + request.path);
     });
 }
 
-void PreviewServer::page(const std::string& name, const httplib::Request& request, httplib::Response& response) {
+void PreviewServer::page(const std::string& name, const httplib::Request& request,
+                         httplib::Response& response) {
     const PageFile* file = findPageFile(name);
     if (!file) {
         answer(response, 404, "no such page: " + request.path);
@@ -172,27 +178,33 @@ void PreviewServer::effect(httplib::Response& response) {
     const PreviewSummary& summary = mRenderer.summary();
     nlohmann::json parameters = nlohmann::json::array();
     for (const PreviewSummary::Parameter& p : summary.parameters) {
-        parameters.push_back(
-            {{"name", p.name}, {"min", p.min}, {"max", p.max}, {"default", p.defaultValue}, {"value", p.value}});
+        parameters.push_back({{"name", p.name},
+                              {"min", p.min},
+                              {"max", p.max},
+                              {"default", p.defaultValue},
+                              {"value", p.value}});
     }
     nlohmann::json json = {{"effect", summary.effect},
                            {"parameters", parameters},
                            {"width", summary.width},
                            {"height", summary.height},
                            {"frames", nullptr}};
-    if (summary.kind != FrameSource::Kind::Image) json["frames"] = {summary.frames.first(), summary.frames.last()};
+    if (summary.kind != FrameSource::Kind::Image)
+        json["frames"] = {summary.frames.first(), summary.frames.last()};
     response.set_content(json.dump() + "\n", "application/json");
 }
 
 FrameRequest PreviewServer::parse(const httplib::Request& request, bool frameOptions) const {
     for (const auto& param : request.params) {
         const std::string& name = param.first;
-        const bool known = name == "set" || name == "frame" || name == "token" ||
-                           (frameOptions && (name == "scale" || name == "format" || name == "view" || name == "client"));
+        const bool known =
+            name == "set" || name == "frame" || name == "token" ||
+            (frameOptions && (name == "scale" || name == "format" || name == "view" || name == "client"));
         if (!known) throw std::invalid_argument("unknown query parameter \"" + name + "\"");
     }
     const std::multimap<std::string, std::string> query(request.params.begin(), request.params.end());
-    return FrameRequest::parse(query, mRenderer.host(), mRenderer.summary().start, mRenderer.summary().frames);
+    return FrameRequest::parse(query, mRenderer.host(), mRenderer.summary().start,
+                               mRenderer.summary().frames);
 }
 
 void PreviewServer::frame(const httplib::Request& request, httplib::Response& response) {

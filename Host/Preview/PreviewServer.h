@@ -21,7 +21,8 @@ namespace fxhost {
 class PreviewServer {
 public:
     // Binds ADDRESS:PORT (0: a free port); throws JobError (exit 2) when it cannot.
-    PreviewServer(PreviewRenderer& renderer, const RenderCommand& command, const std::string& address, int port);
+    PreviewServer(PreviewRenderer& renderer, const RenderCommand& command, const std::string& address,
+                  int port);
 
     int port() const { return mPort; }
     // The page's address with the token, to open in a browser.

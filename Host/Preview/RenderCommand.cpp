@@ -38,7 +38,8 @@ std::string outputFor(const std::string& input, FrameSource::Kind kind) {
 
 }  // namespace
 
-RenderCommand::RenderCommand(const std::string& plugin, const std::string& input, const PreviewSummary& summary)
+RenderCommand::RenderCommand(const std::string& plugin, const std::string& input,
+                             const PreviewSummary& summary)
     : mProgram(thisProgram()),
       mPlugin(absolute(plugin)),
       mInput(absolute(input)),

@@ -46,7 +46,8 @@ protected:
     std::string path(const std::string& name) const { return (mDir / name).string(); }
 
     // GET with the token in the query; the Host header is the client's own unless given.
-    static httplib::Result get(PreviewProcess& preview, const std::string& target, httplib::Headers headers = {}) {
+    static httplib::Result get(PreviewProcess& preview, const std::string& target,
+                               httplib::Headers headers = {}) {
         httplib::Client client("127.0.0.1", preview.port());
         client.set_read_timeout(20, 0);
         const char joiner = target.find('?') == std::string::npos ? '?' : '&';
@@ -66,8 +67,10 @@ protected:
     }
 
     // `fxhost render` of the input with these settings into OUTPUT; its stderr on failure.
-    static std::string render(const std::string& options, const std::string& input, const std::string& output) {
-        const CommandResult result = runCommand(kFxhost + " -q render " + options + " " + quote(input) + " " + quote(output));
+    static std::string render(const std::string& options, const std::string& input,
+                              const std::string& output) {
+        const CommandResult result =
+            runCommand(kFxhost + " -q render " + options + " " + quote(input) + " " + quote(output));
         return result.status == 0 ? "" : result.err;
     }
 
@@ -78,8 +81,8 @@ protected:
 std::vector<std::string> pngChunks(const std::string& png) {
     std::vector<std::string> chunks;
     for (size_t at = 8; at + 8 <= png.size();) {
-        const uint32_t length = (uint8_t(png[at]) << 24) | (uint8_t(png[at + 1]) << 16) | (uint8_t(png[at + 2]) << 8) |
-                                uint8_t(png[at + 3]);
+        const uint32_t length = (uint8_t(png[at]) << 24) | (uint8_t(png[at + 1]) << 16) |
+                                (uint8_t(png[at + 2]) << 8) | uint8_t(png[at + 3]);
         chunks.push_back(png.substr(at + 4, 4));
         at += 12 + length;
     }
@@ -118,15 +121,18 @@ TEST_F(PreviewTest, OnlyThisServersPagesWithTheTokenGetIn) {
     EXPECT_EQ(cookie.rfind("fxhost-preview-" + port + "=" + token + ";", 0), 0u) << cookie;
     EXPECT_NE(cookie.find("HttpOnly"), std::string::npos);
     EXPECT_NE(cookie.find("SameSite=Strict"), std::string::npos);
-    const httplib::Result withCookie = client.Get("/", {{"Cookie", "other=1; fxhost-preview-" + port + "=" + token}});
+    const httplib::Result withCookie =
+        client.Get("/", {{"Cookie", "other=1; fxhost-preview-" + port + "=" + token}});
     ASSERT_EQ(withCookie->status, 200);
     EXPECT_NE(withCookie->body.find("<script src=\"/app.js\""), std::string::npos);
     EXPECT_EQ(client.Get("/", {{"Cookie", "fxhost-preview-1=" + token}})->status, 401);
     EXPECT_EQ(client.Get("/", {{"Cookie", "fxhost-preview-" + port + "=x"}})->status, 403);
 
     for (const char* target : {"/", "/api/effect", "/nowhere"}) {
-        const httplib::Result answer = client.Get(target, {{"Cookie", "fxhost-preview-" + port + "=" + token}});
-        EXPECT_NE(answer->get_header_value("Content-Security-Policy").find("frame-ancestors 'none'"), std::string::npos)
+        const httplib::Result answer =
+            client.Get(target, {{"Cookie", "fxhost-preview-" + port + "=" + token}});
+        EXPECT_NE(answer->get_header_value("Content-Security-Policy").find("frame-ancestors 'none'"),
+                  std::string::npos)
             << target;
         EXPECT_EQ(answer->get_header_value("X-Content-Type-Options"), "nosniff") << target;
         EXPECT_EQ(answer->get_header_value("Cache-Control"), "no-store") << target;
@@ -142,8 +148,8 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
         const std::string err = render("--set '" + set + "'", kSample, path("unused.png"));
         return err.substr(err.find(": ") + 2, err.find('\n') - err.find(": ") - 2);
     };
-    for (const char* set : {"Hue Value=361", "Hue Value=-1", "Hue Value=nan", "Hue Value=ten", "Hue=10",
-                                   "Hue Value"}) {
+    for (const char* set :
+         {"Hue Value=361", "Hue Value=-1", "Hue Value=nan", "Hue Value=ten", "Hue=10", "Hue Value"}) {
         const httplib::Result answer = get(preview, "/api/frame?set=" + escape(set));
         EXPECT_EQ(answer->status, 400) << set;
         EXPECT_EQ(answer->body, cliWords(set) + "\n") << set;
@@ -153,7 +159,7 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
     EXPECT_EQ(frame->status, 400);
     EXPECT_NE(frame->body.find("no input for frame 7"), std::string::npos) << frame->body;
     for (const char* query : {"frame=x", "scale=0", "scale=2", "scale=x", "format=gif", "view=side",
-                                     "sett=Hue%20Value%3D1", "scale=1&scale=0.5"}) {
+                              "sett=Hue%20Value%3D1", "scale=1&scale=0.5"}) {
         EXPECT_EQ(get(preview, std::string("/api/frame?") + query)->status, 400) << query;
     }
     for (const char* target : {"/api/frames", "/../../etc/passwd", "/app.js/", "/index.html", "/api"}) {
@@ -161,15 +167,17 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
     }
 
     // Bodies are refused before they are read, however they are sent.
-    const std::string head = "POST /api/frame?token=" + preview.token() + " HTTP/1.1\r\nHost: 127.0.0.1:" +
-                             std::to_string(preview.port()) + "\r\n";
-    EXPECT_EQ(rawStatusLine(preview.port(), head + "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n\r\n"),
-              "HTTP/1.1 411 Length Required");
+    const std::string head = "POST /api/frame?token=" + preview.token() +
+                             " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(preview.port()) + "\r\n";
+    EXPECT_EQ(
+        rawStatusLine(preview.port(), head + "Transfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\n\r\n"),
+        "HTTP/1.1 411 Length Required");
     EXPECT_EQ(rawStatusLine(preview.port(), head + "Content-Length: 100000000\r\n\r\n"),
               "HTTP/1.1 413 Payload Too Large");
     EXPECT_EQ(rawStatusLine(preview.port(), head + "Content-Length: 0\r\nContent-Encoding: gzip\r\n\r\n"),
               "HTTP/1.1 415 Unsupported Media Type");
-    EXPECT_EQ(rawStatusLine(preview.port(), head + "Content-Length: 0\r\n\r\n"), "HTTP/1.1 405 Method Not Allowed");
+    EXPECT_EQ(rawStatusLine(preview.port(), head + "Content-Length: 0\r\n\r\n"),
+              "HTTP/1.1 405 Method Not Allowed");
     const std::string longTarget = "/api/frame?token=" + preview.token() + "&set=" + std::string(20000, 'x');
     EXPECT_EQ(rawStatusLine(preview.port(), "GET " + longTarget + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"),
               "HTTP/1.1 414 URI Too Long");
@@ -198,10 +206,11 @@ TEST_F(PreviewTest, AFrameIsWhatRenderWritesAndTheCommandWritesIt) {
     struct Case {
         std::string query, options;
     };
-    for (const Case& c : {Case{"", "--set Saturation=0.5"},
-                          Case{"set=Hue%20Value%3D90&set=saturation%3D1.5", "--set 'Hue Value=90' --set Saturation=1.5"},
-                          Case{"set=1%3D359.9&set=2%3D2", "--set 1=359.9 --set Saturation=2"},
-                          Case{"set=Hue%20Value%3D360&set=Saturation%3D0", "--set 'Hue Value=360' --set Saturation=0"}}) {
+    for (const Case& c :
+         {Case{"", "--set Saturation=0.5"},
+          Case{"set=Hue%20Value%3D90&set=saturation%3D1.5", "--set 'Hue Value=90' --set Saturation=1.5"},
+          Case{"set=1%3D359.9&set=2%3D2", "--set 1=359.9 --set Saturation=2"},
+          Case{"set=Hue%20Value%3D360&set=Saturation%3D0", "--set 'Hue Value=360' --set Saturation=0"}}) {
         const httplib::Result frame = get(preview, "/api/frame?" + c.query);
         ASSERT_EQ(frame->status, 200) << c.query << ": " << frame->body;
         EXPECT_EQ(frame->get_header_value("Content-Type"), "image/png");
@@ -290,9 +299,11 @@ TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
     PreviewProcess preview({kSample}, {"FXHOST_PREVIEW_TEST_DELAY_MS=2000"});
     ASSERT_GT(preview.port(), 0);
     // The port is this server's alone while it runs.
-    const CommandResult second = runCommand(kFxhost + " preview --port " + std::to_string(preview.port()) + " " + kSample);
+    const CommandResult second =
+        runCommand(kFxhost + " preview --port " + std::to_string(preview.port()) + " " + kSample);
     EXPECT_EQ(second.status, 2);
-    EXPECT_NE(second.err.find("cannot listen on 127.0.0.1:" + std::to_string(preview.port())), std::string::npos)
+    EXPECT_NE(second.err.find("cannot listen on 127.0.0.1:" + std::to_string(preview.port())),
+              std::string::npos)
         << second.err;
     auto inFlight = std::async(std::launch::async, [&] { return get(preview, "/api/frame?client=a"); });
     auto waiting = std::async(std::launch::async, [&] {
@@ -309,14 +320,16 @@ TEST_F(PreviewTest, SigintWithARenderInFlightEndsCleanlyAndFreesThePort) {
     EXPECT_EQ(rendering->status, 200);  // the frame being rendered is finished
     ASSERT_TRUE(queued);
     EXPECT_EQ(queued->status, 503);  // the one waiting is told the preview stops
-    EXPECT_TRUE(portIsFree(preview.port())) << runCommand("ss -tanp | grep :" + std::to_string(preview.port())).out;
+    EXPECT_TRUE(portIsFree(preview.port()))
+        << runCommand("ss -tanp | grep :" + std::to_string(preview.port())).out;
 }
 
 TEST_F(PreviewTest, ABadStartIsTheCommandLinesError) {
     const CommandResult set = runCommand(kFxhost + " preview --set 'Hue Value=400' '" + kSample + "'");
     EXPECT_EQ(set.status, 2);
     EXPECT_EQ(set.out, "");
-    EXPECT_NE(set.err.find("400 is out of range for parameter \"Hue Value\" (0 to 360)"), std::string::npos) << set.err;
+    EXPECT_NE(set.err.find("400 is out of range for parameter \"Hue Value\" (0 to 360)"), std::string::npos)
+        << set.err;
     const CommandResult missing = runCommand(kFxhost + " preview '" + path("none.png") + "'");
     EXPECT_EQ(missing.status, 3) << missing.err;
     EXPECT_EQ(missing.out, "");

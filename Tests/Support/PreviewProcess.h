@@ -19,7 +19,8 @@
 class PreviewProcess {
 public:
     // `environment` entries are NAME=VALUE, added to this process's own.
-    PreviewProcess(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {}) {
+    PreviewProcess(const std::vector<std::string>& arguments,
+                   const std::vector<std::string>& environment = {}) {
         int out[2];
         if (pipe(out) != 0) return;
         mPid = fork();
@@ -103,7 +104,8 @@ inline bool portIsFree(int port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool free = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && listen(fd, 1) == 0;
+    const bool free =
+        bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && listen(fd, 1) == 0;
     close(fd);
     return free;
 }
