@@ -112,7 +112,8 @@ int main(int argc, char** argv) {
     preview->add_option("--port", previewOptions.port, "Port to listen on (default 0: a free one)")
         ->check(CLI::Range(0, 65535));
     preview->add_option("--bind", previewOptions.address, "Address to listen on (default 127.0.0.1)");
-    preview->add_option("INPUT", previewOptions.input, "Image, image sequence (%04d, ####) or movie")->required();
+    preview->add_option("INPUT", previewOptions.input, "Image, image sequence (%04d, ####) or movie")
+        ->required();
     fxhost::FarmCommand farm(app);
     CLI::App* validate = fxhost::addValidateCommand(app, plugin);
 

@@ -63,7 +63,8 @@ double ParameterSettings::parseValue(const EffectHost& host, int index, const st
     return value;
 }
 
-std::pair<int, double> ParameterSettings::parseAssignment(const EffectHost& host, const std::string& assignment) {
+std::pair<int, double> ParameterSettings::parseAssignment(const EffectHost& host,
+                                                          const std::string& assignment) {
     const size_t equals = assignment.find('=');
     if (equals == std::string::npos) {
         throw std::invalid_argument("\"" + assignment + "\" is not NAME=VALUE; the effect has " +
