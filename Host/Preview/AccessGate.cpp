@@ -34,8 +34,12 @@ std::string randomToken() {
 
 }  // namespace
 
-AccessGate::AccessGate(int port)
-    : mPort(port), mToken(randomToken()), mCookieName("fxhost-preview-" + std::to_string(port)) {}
+AccessGate::AccessGate(const std::string& address, int port)
+    : mPort(port), mToken(randomToken()), mCookieName("fxhost-preview-" + std::to_string(port)) {
+    if (address != "0.0.0.0" && address != "::") {
+        mAddressHost = address.find(':') != std::string::npos ? "[" + address + "]" : address;
+    }
+}
 
 std::string AccessGate::cookie() const {
     return mCookieName + "=" + mToken + "; Path=/; HttpOnly; SameSite=Strict";
@@ -43,7 +47,8 @@ std::string AccessGate::cookie() const {
 
 bool AccessGate::hostAllowed(const std::string& host) const {
     const std::string port = ":" + std::to_string(mPort);
-    return host == "127.0.0.1" + port || host == "localhost" + port || host == "[::1]" + port;
+    return host == "127.0.0.1" + port || host == "localhost" + port || host == "[::1]" + port ||
+           (!mAddressHost.empty() && host == mAddressHost + port);
 }
 
 bool AccessGate::originAllowed(const std::string& origin) const {

@@ -1,5 +1,6 @@
 // Who may talk to the preview server. A request must name the server by a loopback Host
-// (127.0.0.1:PORT, localhost:PORT or [::1]:PORT), against DNS rebinding; come from no other
+// (127.0.0.1:PORT, localhost:PORT or [::1]:PORT) or the address it listens on, against DNS
+// rebinding; come from no other
 // origin; and carry the token, in the query or in the cookie the page gets in exchange for it.
 // The token is 256 bits from the system's generator, compared in constant time.
 #pragma once
@@ -10,8 +11,9 @@ namespace fxhost {
 
 class AccessGate {
 public:
+    // `address` is the one the server listens on; a wildcard (0.0.0.0, ::) adds no name.
     // Throws std::runtime_error when the system gives no random bytes.
-    explicit AccessGate(int port);
+    AccessGate(const std::string& address, int port);
 
     const std::string& token() const { return mToken; }
     // fxhost-preview-PORT: one per server, so that servers on other ports keep their own.
@@ -29,6 +31,7 @@ public:
 
 private:
     int mPort;
+    std::string mAddressHost;  // the listening address as a Host header names it, or ""
     std::string mToken;
     std::string mCookieName;
 };

@@ -63,7 +63,7 @@ PreviewServer::PreviewServer(PreviewRenderer& renderer, const RenderCommand& com
         throw JobError(JobError::kUsage, "cannot listen on " + urlHost(address) + ":" + std::to_string(port) +
                                              " (in use, or not an address of this machine)");
     }
-    mGate = std::make_unique<AccessGate>(mPort);
+    mGate = std::make_unique<AccessGate>(address, mPort);
     route();
 }
 
