@@ -140,7 +140,6 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
     bool loaded = false;                                   // frame.frame is read whole
     std::map<double, std::unique_ptr<HostWorld>> proxies;  // the read frame's scaled inputs
     std::unique_ptr<HostWorld> output;
-    int channels = 4;
     {
         int status = 0;
         std::string error;
@@ -213,9 +212,11 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
                 frame.frame = request.frame;
                 loaded = true;
             }
-            channels = frame.header.alpha_channel >= 0 || frame.header.nchannels == 4 ? 4 : 3;
+            const int channels = frame.header.alpha_channel >= 0 || frame.header.nchannels == 4 ? 4 : 3;
             HostWorld* in = frame.input.get();
             if (request.scale < 1) {
+                if (proxies.size() >= 4 && !proxies.count(request.scale))
+                    proxies.clear();  // scripts may ask any scale
                 std::unique_ptr<HostWorld>& proxy = proxies[request.scale];
                 if (!proxy) proxy = scaledWorld(*frame.input, request.scale);
                 in = proxy.get();
