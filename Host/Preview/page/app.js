@@ -15,7 +15,7 @@ const state = {
   frame: 0,
   interacting: false, // a slider or the scrubber is held
   lastChange: 0,
-  mode: 'split',      // split, after, before
+  mode: 'split',      // split, after, before, difference
   holdBefore: false,
   split: 0.5,         // divider, as a fraction of the viewer's width
   fit: true,
@@ -327,6 +327,12 @@ function draw() {
   if (mode === 'split') {
     paint(state.images.before, 0, divider);
     paint(state.images.after, divider, canvas.width);
+  } else if (mode === 'difference') {
+    // |after - before| per channel: what the effect changed, black where it changed nothing.
+    paint(state.images.before, 0, canvas.width);
+    context.globalCompositeOperation = 'difference';
+    paint(state.images.after, 0, canvas.width);
+    context.globalCompositeOperation = 'source-over';
   } else {
     paint(state.images[mode], 0, canvas.width);
   }
@@ -336,15 +342,18 @@ function draw() {
   $('divider').hidden = mode !== 'split';
   $('divider').style.left = `${state.split * 100}%`;
   document.querySelector('.corner.left').hidden = mode === 'after';
-  document.querySelector('.corner.right').hidden = mode === 'before';
-  document.querySelector('.corner.left').textContent = mode === 'split' ? 'before' : 'input';
+  document.querySelector('.corner.right').hidden = mode === 'before' || mode === 'difference';
+  document.querySelector('.corner.left').textContent =
+    { split: 'before', before: 'input', difference: 'difference' }[mode] || '';
   $('zoom-level').textContent = state.fit ? `fit (${Math.round(state.zoom * ratio * 100)}%)`
                                           : `${Math.round(state.zoom * ratio * 100)}%`;
 }
 
 function setMode(mode) {
   state.mode = mode;
-  for (const name of ['split', 'after', 'before']) $(`mode-${name}`).setAttribute('aria-pressed', String(name === mode));
+  for (const name of ['split', 'after', 'before', 'difference']) {
+    $(`mode-${name}`).setAttribute('aria-pressed', String(name === mode));
+  }
   draw();
 }
 
@@ -403,7 +412,9 @@ function buildViewer() {
     state.split = Math.min(1, Math.max(0, state.split + direction * (event.shiftKey ? 0.1 : 0.01)));
     draw();
   });
-  for (const mode of ['split', 'after', 'before']) $(`mode-${mode}`).addEventListener('click', () => setMode(mode));
+  for (const mode of ['split', 'after', 'before', 'difference']) {
+    $(`mode-${mode}`).addEventListener('click', () => setMode(mode));
+  }
   $('zoom-fit').addEventListener('click', () => { state.fit = true; draw(); });
   $('zoom-one').addEventListener('click', oneToOne);
   $('proxy-enabled').addEventListener('change', update);
@@ -455,6 +466,7 @@ function buildKeys() {
     } else if (key === 's') setMode('split');
     else if (key === 'a') setMode('after');
     else if (key === 'i') setMode('before');
+    else if (key === 'd') setMode('difference');
     else if (key === 'f') { state.fit = true; draw(); }
     else if (key === '1') oneToOne();
     else if (event.key === '?') $('help').hidden = !$('help').hidden;
