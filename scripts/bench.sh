@@ -120,6 +120,22 @@ done
   "$WORK/long_%04d.png" "$WORK/out_fx/o_%04d.png" >/dev/null 2>&1
 SHORT_RSS=$(( $(tail -1 "$WORK/short_rss") / 1024 )); LONG_RSS=$(( $(tail -1 "$WORK/long_rss") / 1024 ))
 
+# 4d. A movie: 1080p H.264 + AAC in, H.264 out with the sound copied, SEQ_FRAMES frames; fxhost
+#     against ffmpeg's hue filter with the same copy, one after the other in the same run.
+log "movie of $SEQ_FRAMES frames at 1920x1080"
+MOVIE_SECONDS=$(awk -v n="$SEQ_FRAMES" 'BEGIN { printf "%.3f", n / 24 }')
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -f lavfi -i "sine=frequency=440:sample_rate=48000" \
+  -map 0:v -map 1:a -frames:v "$SEQ_FRAMES" -t "$MOVIE_SECONDS" -c:v libx264 -pix_fmt yuv420p -c:a aac "$WORK/movie.mp4"
+t0=$(now)
+"$FXHOST" render --times --set "Hue Value=90" --set "Saturation=1.5" "$WORK/movie.mp4" "$WORK/movie_fx.mp4" \
+  >/dev/null 2>"$WORK/times_movie"
+t1=$(now)
+ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf hue=h=90:s=1.5 -c:a copy -y "$WORK/movie_ff.mp4"
+t2=$(now)
+MOVIE_FX_FPS=$(awk -v a="$t0" -v b="$t1" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2f", n / (b - a) }')
+MOVIE_FF_FPS=$(awk -v a="$t1" -v b="$t2" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2f", n / (b - a) }')
+MOVIE_SPLIT=$(grep '^per frame' "$WORK/times_movie" | sed 's/^per frame: //')
+
 # 5. Memory and GL objects over MEM_FRAMES frames at 1080p, after 10 frames to settle.
 log "memory over $MEM_FRAMES frames"
 "$BENCH" --memory 1920x1080 "$MEM_FRAMES" >"$WORK/memory" 2>&1
@@ -160,6 +176,8 @@ s=$(ratio "$F1080" "$F720")
 row "scaling: frame 1920x1080 / 1280x720" "$(printf '%.1f / %.1f' "$F1080" "$F720")" "$s" "(2.25)" "-"
 r=$(ratio "${FX_FPS[1920x1080]}" "${FF_FPS[1920x1080]}")
 row "PNG sequence 1080p fps, fxhost / ffmpeg" "${FX_FPS[1920x1080]} / ${FF_FPS[1920x1080]}" "$r" ">= 0.6" "$(check "$r" ">=" 0.6)"
+r=$(ratio "$MOVIE_FX_FPS" "$MOVIE_FF_FPS")
+row "H.264 movie 1080p fps, fxhost / ffmpeg" "$MOVIE_FX_FPS / $MOVIE_FF_FPS" "$r" ">= 0.5" "$(check "$r" ">=" 0.5)"
 r=$(ratio "${FX_FPS[3840x2160]}" "${FF_FPS[3840x2160]}")
 row "PNG sequence 4K fps, fxhost / ffmpeg" "${FX_FPS[3840x2160]} / ${FF_FPS[3840x2160]}" "$r" "-" "-"
 for size in 1920x1080 3840x2160; do
@@ -194,6 +212,7 @@ done
 echo
 echo "fxhost's own split per sequence frame (render runs on its own thread; decode and encode on others):"
 for size in 1920x1080 3840x2160; do echo "  $size: ${SPLIT[$size]}"; done
+echo "  1920x1080 H.264 movie: $MOVIE_SPLIT"
 echo "8192x8192: $(grep '^per frame' "$WORK/big_times" | sed 's/^per frame: //')"
 echo
 echo "GL objects at frame 10: $(grep '^gl_census_settled' "$WORK/memory" | cut -d' ' -f2-)"

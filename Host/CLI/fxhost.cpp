@@ -1,7 +1,9 @@
 // fxhost: the stand-in host on the command line.
 //   fxhost [-q|-v] info   [--plugin BUNDLE]
 //   fxhost [-q|-v] render [--plugin BUNDLE] [--set NAME=VALUE]... [--frames LIST]
-//                         [--skip-existing | --no-clobber] [--progress FILE|-] INPUT OUTPUT
+//                         [--skip-existing | --no-clobber] [--progress FILE|-]
+//                         [--codec NAME] [--crf N] [--preset NAME] [--pix-fmt NAME] [--codec-opt K=V]... [--fps RATE]
+//                         INPUT OUTPUT    (images, sequences or movies)
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--set NAME=VALUE]... --vary NAME=FROM:TO:COUNT INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
@@ -14,6 +16,10 @@
 
 #include <malloc.h>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -24,6 +30,7 @@
 #include "EffectInfo.h"
 #include "FarmCommand.h"
 #include "Interruption.h"
+#include "MovieOptions.h"
 #include "PreviewCommand.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
@@ -61,8 +68,8 @@ int main(int argc, char** argv) {
 
     CLI::App* info =
         app.add_subcommand("info", "Print the effect's about text, version, flags and parameters");
-    CLI::App* render =
-        app.add_subcommand("render", "Render an image, or a sequence of images, through the effect");
+    CLI::App* render = app.add_subcommand(
+        "render", "Render an image, a sequence of images or a movie through the effect, into any of them");
     CLI::App* sheet = app.add_subcommand(
         "sheet", "Render one image with one parameter stepped, tiled into one labelled sheet");
     for (CLI::App* command : {info, render, sheet}) {
@@ -78,15 +85,19 @@ int main(int argc, char** argv) {
                           "Refuse (exit 3) inputs deeper than 8 bits or with values outside 0-1, rather than "
                           "warn that the effect renders them in 8 bits");
     }
-    render->add_option("INPUT", input, "Input image; %04d, %d or #### stands for the frame number")
+    render
+        ->add_option("INPUT", input,
+                     "Input image or movie (mov, mp4, mkv, webm...); %04d, %d or #### stands for the frame number")
         ->required();
     render
         ->add_option("OUTPUT", output,
-                     "Output image, of the input's size, channels, depth and header; a frame number as INPUT")
+                     "Output image, of the input's size, channels, depth and header; a frame number as INPUT; "
+                     "or a movie")
         ->required();
-    render->add_option(
-        "--frames", frames,
-        "The frames of a sequence: 1001-1100, 1-100x5, 1-10,20,30-40 (default: those on disk)");
+    render->add_option("--frames", frames,
+                       "The frames of a sequence or movie (a movie's from 1): 1001-1100, 1-100x5, 1-10,20,30-40 "
+                       "(default: those on disk, or all of the movie)");
+    fxhost::addMovieOptions(render, outputOptions.movie);
     render->add_flag("--skip-existing", skipExisting, "Leave out frames whose output exists");
     render->add_flag("--no-clobber", noClobber, "Refuse to overwrite, naming the frames whose output exists")
         ->excludes(render->get_option("--skip-existing"));
@@ -144,6 +155,8 @@ int main(int argc, char** argv) {
     fxhost::Console::setLevel(quiet     ? fxhost::Console::Level::Quiet
                               : verbose ? fxhost::Console::Level::Verbose
                                         : fxhost::Console::Level::Normal);
+    // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
+    av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
     // fxhost keeps frames on its own threads; the library's pool would only compete with them.
     OIIO::attribute("threads", 1);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are

@@ -11,6 +11,7 @@
 #include "FarmSequence.h"
 #include "FramePattern.h"
 #include "ImageFile.h"
+#include "MovieFile.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "Slurm.h"
@@ -68,7 +69,9 @@ FarmCommand::FarmCommand(CLI::App& app) : mPlugin(Bundle::besideExecutable()) {
     mSubmit->add_option("--sbatch-arg", mSbatchArgs,
                         "An argument for sbatch as it is (--sbatch-arg=--qos=high)");
     mSubmit->add_flag("--dry-run", mDryRun, "Print the batch script and the sbatch lines; submit nothing");
-    mSubmit->add_option("INPUT", mInput, "Input sequence; %04d or #### stands for the frame number")
+    mSubmit->add_option("INPUT", mInput,
+                        "Input sequence (%04d or #### stands for the frame number), or a movie, whose frames "
+                        "are numbered from 1")
         ->required();
     mSubmit->add_option("OUTPUT", mOutput, "Output sequence")->required();
 
@@ -89,6 +92,13 @@ int FarmCommand::run() {
 }
 
 int FarmCommand::submit() {
+    // Chunks render on any node in any order; one movie cannot be written that way.
+    if (MovieFile::isMovie(mOutput)) {
+        throw JobError(JobError::kUsage,
+                       "the farm writes image sequences, not a movie ('" + mOutput +
+                           "'): render to images on the farm (an OUTPUT such as out_%04d.png), then make "
+                           "the movie from them with fxhost render out_%04d.png " + mOutput);
+    }
     const std::string input = absolute(mInput), output = absolute(mOutput);
     const SequencePlan plan(input, output, mFrames);
     FarmSequence sequence(output, plan.all(), mChunk);

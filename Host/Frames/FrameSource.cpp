@@ -1,10 +1,13 @@
 #include "FrameSource.h"
 
 #include "ImageSource.h"
+#include "MovieFile.h"
+#include "MovieSource.h"
 
 namespace fxhost {
 
 std::unique_ptr<FrameSource> FrameSource::open(const std::string& input, const SourceOptions& options) {
+    if (MovieFile::isMovie(input)) return std::make_unique<MovieSource>(input, options);
     return std::make_unique<ImageSource>(input, options);
 }
 

@@ -23,7 +23,8 @@ class FrameSource {
 public:
     enum class Kind { Image, Sequence, Movie };
 
-    // INPUT by its name: a pattern with a frame number is a sequence, anything else one image.
+    // INPUT by its name: a movie by its extension (MovieFile), a pattern with a frame number a
+    // sequence, anything else one image.
     static std::unique_ptr<FrameSource> open(const std::string& input, const SourceOptions& options = {});
 
     virtual ~FrameSource() = default;

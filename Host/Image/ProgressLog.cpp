@@ -51,10 +51,19 @@ void ProgressLog::end() {
     mOpen = false;
 }
 
+void ProgressLog::allOrNothing(const std::string& output) {
+    std::lock_guard<std::mutex> hold(mLock);
+    mWhole = output;
+}
+
 std::string ProgressLog::interrupted() {
     std::lock_guard<std::mutex> hold(mLock);
     if (mOpen) writeBlock(mDone.empty() ? -1 : mDone.back(), "interrupted");
     mOpen = false;
+    if (!mWhole.empty()) {
+        return "'" + mWhole + "' was not written (" + std::to_string(mDone.size()) + " of " +
+               std::to_string(mTotal) + " frames had been encoded)";
+    }
     if (mDone.empty()) return "no frame was done";
     return std::to_string(mDone.size()) + " of " + std::to_string(mTotal) + " frames done (" +
            FrameList(mDone).text() + ")";

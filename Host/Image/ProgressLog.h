@@ -24,6 +24,9 @@ public:
     void begin(int total);
     void frameDone(int frame);
     void end();
+    // The output is one file that exists whole or not at all (a movie): an interruption says it
+    // was not written, rather than which frames were done.
+    void allOrNothing(const std::string& output);
 
 private:
     void writeBlock(int frame, const char* state);
@@ -35,6 +38,7 @@ private:
     bool mOpen = false;  // begun and not yet ended
     int mTotal = 0;
     std::vector<int> mDone;
+    std::string mWhole;
     std::chrono::steady_clock::time_point mStart;
 };
 

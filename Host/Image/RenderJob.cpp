@@ -16,7 +16,8 @@
 #include <OpenImageIO/imagebufalgo.h>
 
 #include "Console.h"
-#include "FramePattern.h"
+#include "FrameSink.h"
+#include "MovieSource.h"
 
 namespace fxhost {
 
@@ -103,35 +104,52 @@ void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int
 void RenderJob::renderSequence(const std::string& input, const std::string& output,
                                const std::vector<int>& frames, ProgressLog& log) {
     const std::unique_ptr<FrameSource> source = FrameSource::open(input, sourceOptions());
-    const FramePattern out(output);
+    SinkOptions sinkOptions;
+    sinkOptions.write = mOptions.write;
+    sinkOptions.movie = mOptions.movie;
+    if (const auto* movie = dynamic_cast<const MovieSource*>(source.get())) {
+        sinkOptions.sourceMovie = movie->reader().path();
+        sinkOptions.sourceStream = movie->reader().streamIndex();
+    }
+    const std::unique_ptr<FrameSink> sink = FrameSink::open(output, sinkOptions);
     const bool progress = isatty(STDERR_FILENO) && Console::level() == Console::Level::Normal;
     const int total = static_cast<int>(frames.size());
     int done = 0;
     SequencePipeline::Stages stages;
     stages.read = [&](FrameSlot& slot, double& convert) { source->read(slot.frame, slot, convert); };
     stages.render = [&](FrameSlot& slot) { render(*slot.input, slot.output, slot.frame); };
-    stages.encode = [&](FrameSlot& slot, double& convert) {
-        imageStep([&] {
-            ImageWriter::encode(out.name(slot.frame), slot.header, *slot.output, slot.extra, mOptions.write,
-                                &convert);
-        });
-    };
-    stages.commit = [&](FrameSlot& slot) { imageStep([&] { ImageWriter::commit(out.name(slot.frame)); }); };
-    stages.discard = [&](FrameSlot& slot) { ImageWriter::discard(out.name(slot.frame)); };
+    stages.encode = [&](FrameSlot& slot, double& convert) { sink->encode(slot, convert); };
+    stages.commit = [&](FrameSlot& slot) { sink->commit(slot); };
+    stages.discard = [&](FrameSlot& slot) { sink->discard(slot); };
     stages.done = [&](const FrameSlot& slot) {
         ++done;
         log.frameDone(slot.frame);
         if (progress) showProgress(done, total);
         Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
-                        source->name(slot.frame).c_str(), out.name(slot.frame).c_str(), slot.header.width,
+                        source->name(slot.frame).c_str(), sink->name(slot.frame).c_str(), slot.header.width,
                         slot.header.height, slot.header.nchannels, slot.header.format.c_str());
     };
-    const int threads = mOptions.threads > 0
+    // A movie is encoded in frame order on one thread; its codec runs threads of its own.
+    const int threads = sink->ordered() ? 1
+                        : mOptions.threads > 0
                             ? mOptions.threads
                             : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     source->check(frames);
+    if (sink->ordered()) log.allOrNothing(output);
     log.begin(total);
-    const PipelineTimes times = SequencePipeline(stages, threads).run(frames);
+    PipelineTimes times;
+    try {
+        times = SequencePipeline(stages, threads).run(frames);
+        const auto finishBegin = std::chrono::steady_clock::now();
+        sink->finish();
+        const double finishing =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - finishBegin).count();
+        times.encode += finishing;
+        times.wall += finishing;
+    } catch (...) {
+        sink->abandon();
+        throw;
+    }
     log.end();
     Console::note("Rendered %d frame%s in %.3f s (%.2f frames per second)\n", total, total == 1 ? "" : "s",
                   times.wall, times.wall > 0 ? total / times.wall : 0.0);
@@ -172,7 +190,8 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
 
     FrameSlot source;
     double convert = 0;
-    FrameSource::open(input, sourceOptions())->read(0, source, convert);
+    const std::unique_ptr<FrameSource> frames = FrameSource::open(input, sourceOptions());
+    frames->read(frames->frames().first(), source, convert);
     constexpr int kGap = 4, kSheetWidth = 1920;
     const float kGapArgb[4] = {1.0f, 31 / 255.0f, 31 / 255.0f, 31 / 255.0f};  // opaque dark grey
     const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));

@@ -13,6 +13,7 @@
 #include "FrameSource.h"
 #include "ImageWriter.h"
 #include "JobError.h"
+#include "MovieOptions.h"
 #include "ParameterSettings.h"
 #include "ProgressLog.h"
 #include "SequencePipeline.h"
@@ -25,6 +26,7 @@ struct OutputOptions {
     int threads = 0;           // encoder threads; 0 for one a core
     bool times = false;        // print where a sequence's time went, per frame
     bool strictDepth = false;  // refuse inputs the 8-bit worlds cannot hold, rather than warn
+    MovieOptions movie;        // how a movie OUTPUT is encoded
 };
 
 class RenderJob {
@@ -38,9 +40,10 @@ public:
     // remade, when its size differs) at the size the effect's pre-render asks for.
     void render(HostWorld& input, std::unique_ptr<HostWorld>& output, int frame);
 
-    // The frames (ascending, from SequencePlan) from INPUT to OUTPUT (patterns of FramePattern),
-    // decoded, rendered and encoded at once; prints a progress bar when standard error is a
-    // terminal, one closing line with the count and rate, and tells the log of every frame written.
+    // The frames (ascending, from SequencePlan) from INPUT to OUTPUT (a FrameSource and a
+    // FrameSink: images, sequences, movies), decoded, rendered and encoded at once; prints a
+    // progress bar when standard error is a terminal, one closing line with the count and rate,
+    // and tells the log of every frame written.
     void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames,
                         ProgressLog& log);
 

@@ -8,6 +8,7 @@
 // frame before it is complete, none after it is put in place, and run() rethrows it.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -28,6 +29,7 @@ struct FrameSlot {
     OIIO::ImageSpec header;    // the input file's header
     std::vector<float> extra;  // its channels after the fourth
     DepthLoss loss;
+    int64_t pts = 0;  // a movie frame's presentation time, in its video stream's time base
 };
 
 // Seconds summed over all frames; decode and encode run on other threads than render.

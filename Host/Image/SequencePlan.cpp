@@ -6,6 +6,8 @@
 #include <stdexcept>
 
 #include "FramePattern.h"
+#include "MovieFile.h"
+#include "MovieReader.h"
 #include "PartialFile.h"
 #include "RenderJob.h"
 
@@ -44,20 +46,39 @@ SequencePlan::SequencePlan(const std::string& input, const std::string& output, 
                            Existing existing)
     : mOutput(output) {
     const FramePattern in(input), out(output);
+    const bool movieIn = MovieFile::isMovie(input), movieOut = MovieFile::isMovie(output);
+    // A movie's frames are 1 to its length; counting them reads the file's packets, no pixels.
+    const int length = movieIn ? MovieReader(input).frameCount() : 0;
     if (!frames.empty()) {
         try {
             mAll = FrameList::parse(frames);
         } catch (const std::invalid_argument& e) {
             throw JobError(JobError::kUsage, "--frames: " + std::string(e.what()));
         }
+    } else if (movieIn) {
+        std::vector<int> all;
+        for (int frame = 1; frame <= length; ++frame) all.push_back(frame);
+        mAll = FrameList(all);
     } else {
         mAll = in.isSequence() ? framesOnDisk(in, input) : FrameList({0});
     }
-    if (mAll.size() > 1 && !out.isSequence()) {
+    if (mAll.size() > 1 && !out.isSequence() && !movieOut) {
         throw JobError(JobError::kUsage, "OUTPUT needs a frame number (%04d or ####) to hold " +
                                              std::to_string(mAll.size()) + " frames");
     }
-    if (in.isSequence() && !frames.empty()) {
+    if (movieIn && !frames.empty()) {
+        std::vector<int> outside;
+        for (int frame : mAll.frames()) {
+            if (frame < 1 || frame > length) outside.push_back(frame);
+        }
+        if (!outside.empty()) {
+            throw JobError(JobError::kUsage, "--frames " + frames + ": '" + input + "' has " +
+                                                 std::to_string(length) + " frames, numbered 1 to " +
+                                                 std::to_string(length) + "; it has no frames " +
+                                                 FrameList(outside).text());
+        }
+    }
+    if (in.isSequence() && !movieIn && !frames.empty()) {
         std::vector<int> missing;
         for (int frame : mAll.frames()) {
             if (!isFile(in.name(frame))) missing.push_back(frame);
@@ -67,6 +88,16 @@ SequencePlan::SequencePlan(const std::string& input, const std::string& output, 
                                                  FrameList(missing).text() + " (no '" +
                                                  in.name(missing.front()) + "')");
         }
+    }
+    if (movieOut && existing != Existing::Overwrite && isFile(output)) {
+        // A movie is one file: there, it holds every frame.
+        if (existing == Existing::Refuse) throw JobError(JobError::kImage, "--no-clobber: '" + output + "' exists");
+        std::fprintf(stderr, "fxhost: skipping all %zu frames: '%s' exists\n", mAll.size(), output.c_str());
+        return;
+    }
+    if (movieOut) {
+        mFrames = mAll.frames();
+        return;
     }
     std::vector<int> present;
     for (int frame : mAll.frames()) {

@@ -1,9 +1,10 @@
 // Which frames a render writes, decided before anything is loaded or written: the frames given
 // (a FrameList; frame 0 for a single file), or for a sequence given none, the first to the last
-// input found on disk. Refuses with a JobError: a bad list or frames without an input (2), a gap in
-// the frames found (3), several frames for an OUTPUT without a frame number (2), and under
-// --no-clobber outputs that exist (3). Under --skip-existing, frames whose output exists are left
-// out, and a line on standard error says so.
+// input found on disk; for a movie, 1 to its length. Refuses with a JobError: a bad list, frames
+// without an input or past a movie's end (2), a gap in the frames found (3), several frames for
+// an OUTPUT that is neither a movie nor has a frame number (2), and under --no-clobber outputs that
+// exist (3). Under --skip-existing, frames whose output exists are left out (a movie OUTPUT that
+// exists leaves out all), and a line on standard error says so.
 #pragma once
 
 #include <string>

@@ -148,3 +148,23 @@ TEST_F(FarmOnSlurm, AFailingChunkRunsOnceMoreAndTheCheckJobNamesItsFrames) {
     EXPECT_TRUE(std::regex_search(status.out, std::regex("\n2 +7-12 +FAILED +1 +2/6\n"))) << status.out;
     EXPECT_NE(status.out.find(": FAILED\n"), std::string::npos) << status.out;  // the check job
 }
+
+// A movie INPUT: each chunk seeks to its own frames, and together they are the movie rendered at home.
+TEST_F(FarmOnSlurm, ChunksOfAMovieMatchALocalRender) {
+    const std::string movie = dir + "/clip.mp4";
+    ASSERT_EQ(runCommand("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=96x54:rate=25:duration=0.8 -c:v libx264 "
+                         "-bf 3 -g 30 -pix_fmt yuv420p '" + movie + "'")
+                  .status,
+              0);
+    CommandResult r =
+        runCommand(kFxhost + " render --set \"Hue Value=120\" " + movie + " " + dir + "/clean/c_%04d.png");
+    ASSERT_EQ(r.status, 0) << r.err;
+    r = runCommand(kFxhost + " farm submit --set \"Hue Value=120\" --chunk 6 " + movie + " " + out);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("renders chunks 1-4 of 4 (20 of 20 frames to render, 6 a chunk)"), std::string::npos)
+        << r.err;
+    waitFor(r.out.substr(0, r.out.size() - 1));
+    for (int frame = 1; frame <= 20; ++frame) {
+        EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/clean/c_%04d.png", frame)), "");
+    }
+}
