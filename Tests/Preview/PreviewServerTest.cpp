@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "CommandRunner.h"
+#include "MovieClips.h"
 #include "PreviewProcess.h"
 #include "SequenceFiles.h"
 
@@ -266,6 +267,32 @@ TEST_F(PreviewTest, ASequencesFrameIsWhatRenderWrites) {
     ASSERT_EQ(run.status, 0) << command << run.err;
     EXPECT_EQ(samePixels(path("in_0012.preview.png"), path("out_0012.png")), "") << command;
     EXPECT_EQ(preview.stop(SIGTERM), 0);
+}
+
+TEST_F(PreviewTest, AMoviesFrameIsWhatRenderWrites) {
+    // Lossless, so that the frames differ only as the effect makes them.
+    ASSERT_EQ(makeClip(path("clip.mkv"), "-f lavfi -i testsrc2=size=96x54:rate=25 -frames:v 6 -c:v ffv1"),
+              "");
+    PreviewProcess preview({path("clip.mkv")});
+    ASSERT_GT(preview.port(), 0);
+    const nlohmann::json effect = nlohmann::json::parse(get(preview, "/api/effect")->body);
+    EXPECT_EQ(effect["frames"], nlohmann::json::array({1, 6}));
+    EXPECT_EQ(effect["width"], 96);
+
+    const httplib::Result frame = get(preview, "/api/frame?frame=4&set=Hue%20Value%3D120");
+    ASSERT_EQ(frame->status, 200) << frame->body;
+    ASSERT_EQ(render("--frames 4 --set 'Hue Value=120'", path("clip.mkv"), path("out_%04d.png")), "");
+    EXPECT_EQ(samePixels(save("served.png", frame->body), path("out_0004.png")), "");
+    EXPECT_NE(samePixels(save("third.png", get(preview, "/api/frame?frame=3&set=Hue%20Value%3D120")->body),
+                         path("out_0004.png")),
+              "");
+    EXPECT_EQ(get(preview, "/api/frame?frame=7")->status, 400);
+
+    const std::string command = get(preview, "/api/command?frame=4&set=Hue%20Value%3D120")->body;
+    const CommandResult run = runCommand(command);
+    ASSERT_EQ(run.status, 0) << command << run.err;
+    EXPECT_EQ(samePixels(path("clip.preview.0004.png"), path("out_0004.png")), "") << command;
+    EXPECT_EQ(preview.stop(), 0);
 }
 
 TEST_F(PreviewTest, ABurstRendersTheFirstAndTheNewestOnly) {
