@@ -12,4 +12,9 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
   libcpp-httplib-dev nlohmann-json3-dev >/dev/null
+# The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
+# Tests/Browser/package-lock.json (no browser is downloaded).
+$SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null
+command -v npm >/dev/null || $SUDO apt-get install -y -qq --no-install-recommends nodejs npm >/dev/null
+npm ci --prefix Tests/Browser --no-audit --no-fund >/dev/null
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null

@@ -8,6 +8,7 @@
 //                         [--frame N] INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
+//   fxhost [-q|-v] preview [--plugin BUNDLE] [--look FILE] [--set ...]... [--port N] [--bind ADDR] INPUT
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
@@ -32,6 +33,7 @@ extern "C" {
 #include "Interruption.h"
 #include "MovieOptions.h"
 #include "Look.h"
+#include "PreviewCommand.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
 #include "ValidateCommand.h"
@@ -123,6 +125,18 @@ int main(int argc, char** argv) {
                      "Width of a tile in pixels (default: such that the sheet is about 1920 wide, "
                      "never wider than the input)")
         ->check(CLI::Range(16, 16384));
+    CLI::App* preview = app.add_subcommand(
+        "preview", "Serve a page for tuning the effect by eye in a browser; prints its address");
+    fxhost::PreviewOptions previewOptions;
+    preview->add_option("--plugin", plugin, "The effect bundle (default: the one built beside fxhost)");
+    preview->add_option("--set", sets,
+                        "NAME=VALUE or keys NAME=V@F,...: what the page starts with; overrides the look's");
+    preview->add_option("--look", look, "A look file: the values or keys the page starts with");
+    preview->add_option("--port", previewOptions.port, "Port to listen on (default 0: a free one)")
+        ->check(CLI::Range(0, 65535));
+    preview->add_option("--bind", previewOptions.address, "Address to listen on (default 127.0.0.1)");
+    preview->add_option("INPUT", previewOptions.input, "Image, image sequence (%04d, ####) or movie")
+        ->required();
     fxhost::FarmCommand farm(app);
     CLI::App* validate = fxhost::addValidateCommand(app, plugin);
 
@@ -131,9 +145,10 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         if (argv[i][0] == '-') continue;
         const std::string word = argv[i];
-        if (word != "info" && word != "render" && word != "sheet" && word != "farm" && word != "validate") {
+        if (word != "info" && word != "render" && word != "sheet" && word != "farm" && word != "validate" &&
+            word != "preview") {
             return usageError("unknown command \"" + word +
-                              "\"; the commands are info, render, sheet, farm and validate");
+                              "\"; the commands are info, render, sheet, preview, farm and validate");
         }
         break;
     }
@@ -181,6 +196,11 @@ int main(int argc, char** argv) {
             }
         }
         for (const std::string& set : sets) settings.add(set);
+        if (preview->parsed()) {
+            previewOptions.plugin = plugin;
+            previewOptions.settings = settings;
+            return fxhost::runPreview(previewOptions);
+        }
         if (render->parsed()) {
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,

@@ -102,26 +102,29 @@ ParameterSettings::Curves ParameterSettings::resolve(EffectHost& host) const {
             }
         }
     }
-    for (const std::string& assignment : mAssignments) {
-        const size_t equals = assignment.find('=');
-        if (equals == std::string::npos) {
-            throw std::invalid_argument("--set \"" + assignment +
-                                        "\" is not NAME=VALUE or NAME=V@F,V@F,...; "
-                                        "the effect has " +
-                                        knownParameters(host));
-        }
-        try {
-            const int index = resolve(host, assignment.substr(0, equals));
-            ParameterCurve curve =
-                ParameterCurve::parse(assignment.substr(equals + 1),
-                                      [&](const std::string& text) { return parseValue(host, index, text); });
-            curves.erase(index);
-            curves.emplace(index, std::move(curve));
-        } catch (const std::invalid_argument& e) {
-            throw std::invalid_argument("--set \"" + assignment + "\": " + e.what());
-        }
-    }
+    for (const std::string& assignment : mAssignments) resolveAssignment(host, assignment, curves);
     return curves;
+}
+
+void ParameterSettings::resolveAssignment(const EffectHost& host, const std::string& assignment,
+                                          Curves& curves) {
+    const size_t equals = assignment.find('=');
+    if (equals == std::string::npos) {
+        throw std::invalid_argument("--set \"" + assignment +
+                                    "\" is not NAME=VALUE or NAME=V@F,V@F,...; "
+                                    "the effect has " +
+                                    knownParameters(host));
+    }
+    try {
+        const int index = resolve(host, assignment.substr(0, equals));
+        ParameterCurve curve =
+            ParameterCurve::parse(assignment.substr(equals + 1),
+                                  [&](const std::string& text) { return parseValue(host, index, text); });
+        curves.erase(index);
+        curves.emplace(index, std::move(curve));
+    } catch (const std::invalid_argument& e) {
+        throw std::invalid_argument("--set \"" + assignment + "\": " + e.what());
+    }
 }
 
 void ParameterSettings::apply(EffectHost& host) const {

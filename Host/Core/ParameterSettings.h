@@ -27,6 +27,9 @@ public:
     void setLook(const Look& look) { mLook = look; }
 
     Curves resolve(EffectHost& host) const;
+    // One NAME=VALUE or NAME=V@F,... checked against the table and put into `curves`, replacing
+    // that parameter's curve; throws like resolve().
+    static void resolveAssignment(const EffectHost& host, const std::string& assignment, Curves& curves);
     // Resolves everything, then sets the curves on the host.
     void apply(EffectHost& host) const;
 

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <condition_variable>
 #include <cstdio>
 #include <mutex>
 #include <set>
@@ -16,6 +17,9 @@ namespace {
 std::mutex gLock;
 std::multiset<std::string> gTemporaries;
 std::function<std::string(int)> gReporter;
+std::function<void(int)> gStopper;
+bool gStopping = false;  // a stopper is running
+std::condition_variable gStopped;
 
 sigset_t interruptSignals() {
     sigset_t signals;
@@ -28,11 +32,26 @@ sigset_t interruptSignals() {
 void waitForSignal() {
     const sigset_t signals = interruptSignals();
     int signal = 0;
-    while (sigwait(&signals, &signal) != 0) {
+    for (;;) {
+        while (sigwait(&signals, &signal) != 0) {
+        }
+        std::unique_lock<std::mutex> hold(gLock);
+        if (!gStopper) {
+            hold.release();  // locked to the end, as said below
+            break;
+        }
+        // The stopper runs without the lock, so that it may wait for threads that register files.
+        const std::function<void(int)> stopper = std::move(gStopper);
+        gStopper = nullptr;
+        gStopping = true;
+        hold.unlock();
+        stopper(signal);
+        hold.lock();
+        gStopping = false;
+        gStopped.notify_all();
     }
     // The lock is kept to the end: no file is registered, renamed into the removed name's place or
     // reported after this point. Other threads may be anywhere, so the process ends with _exit.
-    gLock.lock();
     for (const std::string& path : gTemporaries) unlink(path.c_str());
     const std::string report = gReporter ? gReporter(signal) : std::string();
     std::fprintf(stderr, "%sfxhost: interrupted by %s%s%s\n", isatty(STDERR_FILENO) ? "\n" : "",
@@ -67,6 +86,12 @@ void Interruption::withdrawTemporary(const std::string& path) {
 void Interruption::setReporter(std::function<std::string(int signal)> reporter) {
     std::lock_guard<std::mutex> hold(gLock);
     gReporter = std::move(reporter);
+}
+
+void Interruption::setStopper(std::function<void(int signal)> stopper) {
+    std::unique_lock<std::mutex> hold(gLock);
+    gStopped.wait(hold, [] { return !gStopping; });
+    gStopper = std::move(stopper);
 }
 
 void Interruption::unblockInChild() {

@@ -22,6 +22,12 @@ public:
     // to print. An empty function withdraws the reporter.
     static void setReporter(std::function<std::string(int signal)> reporter);
 
+    // A command that stops on its own (a server) takes the next signal instead: `stopper` is
+    // called once, with the signal, on the signal thread, and the process is left to end itself.
+    // A second signal ends it as usual. Setting or withdrawing (an empty function) waits for a
+    // stopper that is running to return, so that what it uses may go once this returns.
+    static void setStopper(std::function<void(int signal)> stopper);
+
     // Child processes get the default mask back, since exec keeps the blocked signals.
     static void unblockInChild();
 };
