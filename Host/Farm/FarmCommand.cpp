@@ -89,6 +89,9 @@ int FarmCommand::run() {
 }
 
 int FarmCommand::submit() {
+    // An empty value reads as no --frames at all; only the option's count tells them apart.
+    if (mSubmit->get_option("--frames")->count() > 0 && mFrames.empty())
+        throw JobError(JobError::kUsage, "--frames: the list is empty");
     const std::string input = absolute(mInput), output = absolute(mOutput);
     const SequencePlan plan(input, output, mFrames);
     FarmSequence sequence(output, plan.all(), mChunk);
