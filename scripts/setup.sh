@@ -12,4 +12,6 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
   libcpp-httplib-dev nlohmann-json3-dev >/dev/null
+# A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
+$SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
