@@ -161,6 +161,28 @@ TEST_F(Lifecycle, AFailureInsideSetUpOrSetDownGivesTheHostItsStateBack) {
     expectGoodFrame();  // and without a set-up at all
 }
 
+// A host that had bound another client API with its context current gets both back after every
+// command, on success and on failure.
+TEST_F(Lifecycle, TheHostsOwnClientAPIIsBoundAgainAfterEveryCommand) {
+    auto expectHostsAPI = [&](const char* what) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_ES_API));
+        EXPECT_TRUE(host->glContext()->isCurrent());
+    };
+    ASSERT_EQ(eglBindAPI(EGL_OPENGL_ES_API), static_cast<EGLBoolean>(EGL_TRUE));
+    EXPECT_EQ(host->globalSetup(), PF_Err_NONE);
+    expectHostsAPI("global set-up");
+    EXPECT_EQ(host->paramsSetup(), PF_Err_NONE);
+    EXPECT_EQ(host->renderFrame(input, output), PF_Err_NONE);
+    expectHostsAPI("a frame");
+    HostWorld deep(7, 5, Depth::Sixteen);  // refused part-way through the frame's GL work
+    EXPECT_EQ(host->renderFrame(deep, output), PF_Err_BAD_CALLBACK_PARAM);
+    expectHostsAPI("a failed frame");
+    EXPECT_EQ(host->globalSetdown(), PF_Err_NONE);
+    expectHostsAPI("global set-down");
+    eglBindAPI(EGL_OPENGL_API);
+}
+
 // An SPBasicSuite whose every acquisition throws what the test arms.
 std::function<void()> gThrow;
 SPErr acquireThrowing(const char*, int32_t, const void**) {

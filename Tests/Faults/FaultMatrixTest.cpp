@@ -110,7 +110,7 @@ std::vector<Case> matrix() {
     // Parameter failures end a complete frame with the first code.
     Expect hueUnread;
     hueUnread.render = kCode;
-    hueUnread.drawn = known::kGreyed;
+    hueUnread.drawn = known::kNeutral;  // hue 0, the saturation still read
     cases.push_back(
         {"checkout_param fails for Hue Value", failing(Callback::CheckoutParam, 0, 1), hueUnread});
     Expect saturationUnread;
