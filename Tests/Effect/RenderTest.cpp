@@ -91,9 +91,10 @@ TEST_F(Render, TheFirstOfSeveralFailuresIsReported) {
         {"hue checkout, then both checkins",
          {{Callback::CheckoutParam, first, 0, 1}, {Callback::CheckinParam, later}},
          {255, 255, 0, 0}},
+        // Both read: hue 180, saturation 1.
         {"hue checkin, then saturation checkin",
          {{Callback::CheckinParam, first, 1}, {Callback::CheckinParam, later, 2}},
-         {255, 0, 255, 255}},
+         {255, 0, 152.5f, 152.5f}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -118,10 +118,9 @@ std::vector<Case> matrix() {
     saturationUnread.drawn = known::kOverdriven;
     cases.push_back(
         {"checkout_param fails for Saturation", failing(Callback::CheckoutParam, 0, 2), saturationUnread});
-    cases.push_back(
-        {"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), saturationUnread});
-    Expect lateCheckin;
+    Expect lateCheckin;  // both read
     lateCheckin.render = kCode;
+    cases.push_back({"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), lateCheckin});
     cases.push_back(
         {"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), lateCheckin});
 

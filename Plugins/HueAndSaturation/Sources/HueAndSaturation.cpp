@@ -81,8 +81,9 @@ PF_Err GlobalSetdown() {
         delete mWarpRender;
         mWarpRender = nullptr;
     }
-    AEOpenGLContextManager::releaseContextManager();
+    // The host's context first: the restore flushes the outgoing context, which must still exist.
     saved.restore();
+    AEOpenGLContextManager::releaseContextManager();
     return PF_Err_NONE;
 }
 
