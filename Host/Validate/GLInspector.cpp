@@ -219,6 +219,14 @@ std::string GLInspector::hostContextDamage() {
         }
         if (width != kHostRenderbufferWidth)
             add("the host's renderbuffer " + std::to_string(mHostRenderbuffer) + " was deleted or changed");
+        // Made again once the damage is told, so that each later command is judged on its own.
+        if (!text.empty()) {
+            using DeleteObjects = void (*)(int, const unsigned*);
+            glFunction<DeleteObjects>("glDeleteTextures")(1, &mHostTexture);
+            glFunction<DeleteObjects>("glDeleteBuffers")(1, &mHostBuffer);
+            glFunction<DeleteObjects>("glDeleteRenderbuffers")(1, &mHostRenderbuffer);
+            makeHostObjects();
+        }
     }
     const Census census = Census::take(kCensusNames);
     if (!(census == own)) add("its objects are not the host's own (" + census.describe() + ", the host made " + own.describe() + ")");

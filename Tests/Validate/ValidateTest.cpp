@@ -59,6 +59,10 @@ const Fault kFaults[] = {
      "on thread 1 of the pool differs from the host thread's frame: pixel 0,0"},
     {"BrokenCallsOnHostContext", "host-context",
      "GL calls were made without a context of the effect's current; the first: glFlush with the host's context current"},
+    {"BrokenReleasesBeforeDeleting", "host-context",
+     "after PF_Cmd_GLOBAL_SETDOWN (success), the host's context was used: the host's renderbuffer 1 was deleted"},
+    {"BrokenEscapesAllocations", "faults.allocations",
+     "made by the bundle's code refused: command 0: an exception crossed EntryPointFunc"},
 };
 
 TEST(Validate, EachBrokenBundleFailsTheTestNamingItsFaultAndNoOther) {
