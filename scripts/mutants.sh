@@ -1,9 +1,12 @@
 #!/bin/bash
-# Plants one-line faults in the plug-in and the stand-in host, one at a time, builds and runs the
-# suites, and reports whether the suites caught each. The tree is put back after every fault.
-# Usage: bash scripts/mutants.sh [build-dir] [first-number]; DRY=1 only checks that each applies,
-# ONLY=2,7 plants only those.
-# Not part of CI: about half a minute a fault with two cores.
+# Plants one-line faults in the plug-in, its library and fxhost (the stand-in host, frame lists,
+# sequence plans, images, interruption, progress files, the farm's batch script), one at a time,
+# builds and runs the suites, and reports whether the suites caught each. The tree is put back
+# after every fault. Usage: bash scripts/mutants.sh [build-dir] [first-number]; DRY=1 only checks
+# that each applies, ONLY=2,7 plants only those, LIMIT=SECONDS bounds one suite run (1500).
+# TARGETS="fxhost TestCLI" builds only those and TESTS='^(CLI|Image)$' runs only the matching
+# suites: a fault one of them catches is caught by the whole suite too, but a miss says nothing.
+# Not part of CI: from a quarter of a minute a fault in the effect to several for the farm's.
 set -u
 cd "$(dirname "$0")/.."
 BUILD=${1:-build-mutants}
@@ -11,7 +14,8 @@ FIRST=${2:-1}
 export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$(dirname "$PWD")}
 [ -n "${DRY:-}" ] || [ -d "$BUILD" ] || cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DOSTRIVANE_BENCH=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
-[ -n "${DRY:-}" ] || cmake --build "$BUILD" -j2 >/dev/null || { echo "the unchanged tree does not build"; exit 2; }
+# shellcheck disable=SC2086
+[ -n "${DRY:-}" ] || cmake --build "$BUILD" -j2 ${TARGETS:+--target $TARGETS} >/dev/null || { echo "the unchanged tree does not build"; exit 2; }
 
 E=Plugins/HueAndSaturation/Sources/HueAndSaturation.cpp
 R=Plugins/HueAndSaturation/Sources/HueAndSaturationRender.cpp
@@ -20,6 +24,8 @@ U=$G/AEOpenGLUtilities.cpp
 M=Plugins/Shared/Math
 H=Plugins/Shared/Helper
 C=Host/Core
+I=Host/Image
+F=Host/Farm
 
 # file <TAB> perl substitution (on the whole file) <TAB> what the fault is
 FAULTS=$(cat <<'LIST'
@@ -30,7 +36,7 @@ E	s/return PF_Err_INTERNAL_STRUCT_DAMAGED;/return PF_Err_NONE;/	an unknown excep
 E	s/catch \(int\) \{\n(\s*)return PF_Err_BAD_CALLBACK_PARAM;/catch (int) {\n$1return PF_Err_OUT_OF_MEMORY;/	a thrown int reported as 4
 E	s/if \(!err\) err = checkin;/err = checkin;/	a later checkin code replaces the first error
 E	s/pass->setSaturation\(/pass->setHue(/	the saturation never reaches the pass
-E	s/if \(!err\) \{\n(\s*)CheckoutParam/if (true) {\n$1CheckoutParam/	saturation read after a failed hue
+E	s/(CheckinParam\(in_data, record, err\);\n)(\s*)CheckoutParam\(in_data, kSaturationId/$1$2if (!err) CheckoutParam(in_data, kSaturationId/	saturation left unread after a failed hue
 E	s/mWarpRender = nullptr;/;/	set-down keeps the freed pass
 E	s/gl::glDeleteTextures\(1, &texture\);/;/	the input texture kept each frame
 E	s/if \(width > largest \|\| height > largest/if (width > largest + 1 || height > largest/	off by one in the size limit
@@ -76,6 +82,23 @@ M/Color.cpp	s/std::stoull\(body, nullptr, 16\)/std::stoull(body, nullptr, 10)/	c
 C/HostWorld.cpp	s/(bool HostWorld::guardsIntact\(\) const \{)/$1\n    return true;/	guards never checked
 C/EffectHost.cpp	s/mParams\.resize\(1\);/;/	parameters kept across set-ups
 C/HostSuites.cpp	s/if \(fault\.onCall != 0 && fault\.onCall != call\)/if (fault.onCall != call)/	a fault for every call never fires
+E	s/if \(!err\) err = checkout;/err = checkout;/	both checkouts fail: the second code replaces the first
+E	s/(\n\s*)(AEOpenglMainFrameBuffer::mainFrameBuffer\(\)->destory\(\);)(.*?)\n\s*AEOpenGLContextManager::releaseContextManager\(\);/$1AEOpenGLContextManager::releaseContextManager();$1$2$3/s	set-down releases its contexts before its deletes
+H/Semaphore.cpp	s/while \(!mBlocked\.empty\(\)\) \{/if (!mBlocked.empty()) {/	signal-all wakes one waiter
+G/SaveRestoreGLContextEGL.cpp	s/(EGLPlatform::setCurrent\(mSaved\);\n\s*\}\n\s*)eglBindAPI\(mSaved\.api\);/$1eglBindAPI(EGL_OPENGL_API);/	the host's client API left as OpenGL
+Host/CLI/fxhost.cpp	s/plan\.removeLeftovers\(\);/;/	a run after a killed run leaves its partial files
+I/FrameList.cpp	s/if \(end - i < 3\) end = i \+ 1;/;/	two frames written as a range
+I/FrameList.cpp	s/frame <= last; frame \+= step\)/frame <= last; ++frame)/	a step ignored
+I/FrameList.cpp	s/const auto twice = std::adjacent_find\(mFrames\.begin\(\), mFrames\.end\(\)\);/const auto twice = mFrames.end();/	a frame listed twice accepted
+I/SequencePlan.cpp	s/if \(!gaps\.empty\(\)\) \{/if (false) {/	a gap on disk rendered around
+I/SequencePlan.cpp	s/if \(existing == Existing::Overwrite\) \{/if (existing != Existing::Refuse) {/	--skip-existing renders existing frames again
+I/SequencePlan.cpp	s/if \(!missing\.empty\(\)\) \{/if (false) {/	a listed frame without input not refused
+I/Interruption.cpp	s/_exit\(128 \+ signal\);/_exit(1);/	an interrupted run exits 1
+I/ProgressLog.cpp	s/std::fopen\(destination\.c_str\(\), "a"\)/std::fopen(destination.c_str(), "w")/	a resumed run truncates the progress file
+I/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.back\(\), "interrupted"\);/;/	no interrupted block
+I/ImageReader.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
+I/ImageWriter.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
+F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
 LIST
 )
 
@@ -93,6 +116,8 @@ while IFS=$'\t' read -r file subst what; do
         M/*) path=$M/${file#M/} ;;
         H/*) path=$H/${file#H/} ;;
         C/*) path=$C/${file#C/} ;;
+        I/*) path=$I/${file#I/} ;;
+        F/*) path=$F/${file#F/} ;;
         *) path=$file ;;
     esac
     before=$(md5sum "$path")
@@ -103,16 +128,22 @@ while IFS=$'\t' read -r file subst what; do
     if [ -n "${DRY:-}" ]; then
         git checkout -q -- "$path"; echo "$n applies  $path: $what"; continue
     fi
-    if ! cmake --build "$BUILD" -j2 >/dev/null 2>&1; then
+    # shellcheck disable=SC2086
+    if ! cmake --build "$BUILD" -j2 ${TARGETS:+--target $TARGETS} >/dev/null 2>&1; then
         result="caught (does not build)"
-    elif (cd "$BUILD" && timeout 300 ctest --stop-on-failure >/dev/null 2>&1); then
-        result="MISSED"
     else
-        result="caught"
+        # A suite that runs out of time has caught nothing: that is a miss, said as such.
+        (cd "$BUILD" && timeout "${LIMIT:-1500}" ctest --stop-on-failure ${TESTS:+-R "$TESTS"} >/dev/null 2>&1)
+        case $? in
+            0) result="MISSED" ;;
+            124) result="MISSED (the suite ran out of time)" ;;
+            *) result="caught" ;;
+        esac
     fi
     git checkout -q -- "$path"
-    [ "$result" = MISSED ] && missed+=("$n") || caught=$((caught + 1))
+    [[ "$result" == MISSED* ]] && missed+=("$n") || caught=$((caught + 1))
     echo "$n $result  $path: $what"
 done <<< "$FAULTS"
-cmake --build "$BUILD" -j2 >/dev/null 2>&1
+# shellcheck disable=SC2086
+cmake --build "$BUILD" -j2 ${TARGETS:+--target $TARGETS} >/dev/null 2>&1
 echo "planted $n, caught $caught; missed: ${missed[*]:-none}"

@@ -12,6 +12,8 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
   libcpp-httplib-dev nlohmann-json3-dev >/dev/null
+# A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
+$SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
 # Tests/Browser/package-lock.json (no browser is downloaded).
 $SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null

@@ -6,7 +6,8 @@
 #   bash scripts/slurm-local.sh stop DIR               stops the three daemons by their pids, removes DIR
 # Its own munge socket and free ports keep it apart from any other Slurm on the machine; it talks
 # over the loopback only. Needs root (slurmd starts jobs as their users) and the Debian packages
-# slurm-wlm and munge.
+# slurm-wlm and munge; without them it says why and exits with 77, which ctest's farm fixture
+# (Tests/CMakeLists.txt) reports as skipped. stop also exits with 77 where nothing was started.
 set -euo pipefail
 
 command="${1:-}"
@@ -44,7 +45,20 @@ stop() {
 
 case "$command" in
   start)
+    if [ "$(id -u)" != 0 ]; then
+      echo "slurm-local: Slurm cannot be started here: slurmd needs root (run as root or with sudo)" >&2
+      exit 77
+    fi
+    for program in munged slurmctld slurmd sinfo; do
+      if ! command -v "$program" >/dev/null; then
+        echo "slurm-local: Slurm cannot be started here: no $program (install slurm-wlm and munge; scripts/setup.sh does)" >&2
+        exit 77
+      fi
+    done
     [ -n "$dir" ] || dir="$(mktemp -d /tmp/slurm-local.XXXXXX)"
+    # A folder a killed run left behind is stopped and started afresh.
+    if [ -f "$dir/slurm.conf" ]; then stop; rm -rf "$dir"; fi
+    mkdir -p "$dir"
     dir="$(cd "$dir" && pwd)"
     chmod 700 "$dir"
     mkdir -p "$dir/state" "$dir/spool" "$dir/munge"
@@ -106,9 +120,13 @@ EOF
     exit 1
     ;;
   stop)
-    [ -n "$dir" ] && [ -f "$dir/slurm.conf" ] || {
+    [ -n "$dir" ] || {
       echo "usage: $0 stop DIR (the folder start used)" >&2
       exit 2
+    }
+    [ -f "$dir/slurm.conf" ] || {
+      echo "slurm-local: no Slurm was started in $dir; nothing to stop" >&2
+      exit 77
     }
     stop
     rm -rf "$dir"

@@ -202,6 +202,9 @@ int main(int argc, char** argv) {
             return fxhost::runPreview(previewOptions);
         }
         if (render->parsed()) {
+            // An empty value reads as no --frames at all; only the option's count tells them apart.
+            if (render->get_option("--frames")->count() > 0 && frames.empty())
+                throw fxhost::JobError(kUsage, "--frames: the list is empty");
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,
                                             skipExisting ? Existing::Skip

@@ -96,6 +96,9 @@ int FarmCommand::run() {
 }
 
 int FarmCommand::submit() {
+    // An empty value reads as no --frames at all; only the option's count tells them apart.
+    if (mSubmit->get_option("--frames")->count() > 0 && mFrames.empty())
+        throw JobError(JobError::kUsage, "--frames: the list is empty");
     // Chunks render on any node in any order; one movie cannot be written that way.
     if (MovieFile::isMovie(mOutput)) {
         throw JobError(JobError::kUsage,

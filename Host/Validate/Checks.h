@@ -19,6 +19,7 @@ void hostContext(ValidationContext& c);
 void suiteFaults(ValidationContext& c);
 void callbackFaults(ValidationContext& c);
 void memoryFaults(ValidationContext& c);
+void allocationFaults(ValidationContext& c);
 void worlds(ValidationContext& c);
 void threads(ValidationContext& c);
 void parameterValues(ValidationContext& c);

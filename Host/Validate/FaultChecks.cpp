@@ -1,9 +1,11 @@
 // Faults of the host: each suite missing or with a null table, each callback failing, each
-// allocation refused. Every case runs the command sequence on a fresh host, then mends the host
+// allocation refused, the host's and the bundle's own. Every case runs the command sequence on a fresh host, then mends the host
 // and renders a good frame, which must equal the frame of a host that never faulted.
+#include <algorithm>
 #include <map>
 #include <memory>
 
+#include "AllocationFaults.h"
 #include "CheckSupport.h"
 #include "Checks.h"
 #include "HostSuites.h"
@@ -21,12 +23,27 @@ constexpr PF_Err kInjected = PF_Interrupt_CANCEL;  // what failing callbacks ans
 struct FaultCase {
     std::string name;
     FaultPlan plan;
+    long allocation = 0;  // the bundle's own allocation to refuse, counted from about; 0 for none
 };
 
-// The frame of a host without faults, and how often the sequence calls each callback.
+// The frame of a host without faults, how often the sequence calls each callback, and how many
+// allocations the bundle's own code makes in it.
 struct Clean {
     std::unique_ptr<HostWorld> frame;
     std::map<Callback, int> calls;
+    long allocations = 0;
+};
+
+// Counts, or refuses one of, the allocations of the host's bundle from here to the end of scope.
+class ArmedAllocations {
+public:
+    ArmedAllocations(EffectHost& host, long failing) {
+        AllocationFaults::watch(reinterpret_cast<const void*>(host.bundle().entryPoint()));
+        AllocationFaults::arm(failing);
+    }
+    ~ArmedAllocations() { AllocationFaults::disarm(); }
+    ArmedAllocations(const ArmedAllocations&) = delete;
+    ArmedAllocations& operator=(const ArmedAllocations&) = delete;
 };
 
 // The host's order up to a first frame; `onFailure` is told of every command that failed.
@@ -48,10 +65,14 @@ Clean cleanRun(ValidationContext& c) {
     check::fillPattern(input, c.options().seed);
     check::fillMark(*clean.frame);
     bool ok = true;
-    sequence(c, host, input, *clean.frame, "without faults", [&](PF_Cmd cmd, PF_Err err) {
-        c.fail("without any fault, " + commandName(cmd) + " returned " + codeText(err));
-        ok = false;
-    });
+    {
+        ArmedAllocations counting(host, 0);
+        sequence(c, host, input, *clean.frame, "without faults", [&](PF_Cmd cmd, PF_Err err) {
+            c.fail("without any fault, " + commandName(cmd) + " returned " + codeText(err));
+            ok = false;
+        });
+        clean.allocations = AllocationFaults::counted();
+    }
     for (Callback callback : kAllCallbacks) clean.calls[callback] = host.suites().calls(callback);
     c.step("without faults: PF_Cmd_GLOBAL_SETDOWN");
     host.globalSetdown();
@@ -68,6 +89,8 @@ void runCase(ValidationContext& c, const FaultCase& fault, const HostWorld& refe
     host.faults() = fault.plan;
     const PF_Err injected = fault.plan.faults.empty() ? PF_Err_NONE : kInjected;
     bool setupFailed = false, paramsFailed = false, renderFailed = false;
+    std::unique_ptr<ArmedAllocations> refusing;
+    if (fault.allocation != 0) refusing.reset(new ArmedAllocations(host, fault.allocation));
     sequence(c, host, input, output, fault.name, [&](PF_Cmd cmd, PF_Err err) {
         const std::string what = fault.name + ": " + commandName(cmd);
         c.check(check::documented(err, injected),
@@ -78,6 +101,7 @@ void runCase(ValidationContext& c, const FaultCase& fault, const HostWorld& refe
         paramsFailed |= cmd == PF_Cmd_PARAMS_SETUP;
         renderFailed |= cmd == PF_Cmd_SMART_RENDER;
     });
+    refusing.reset();
     const std::string written = check::writtenState(output);
     if (renderFailed) {
         c.check(written == "untouched" || written == "fully written",
@@ -178,6 +202,30 @@ void memoryFaults(ValidationContext& c) {
     const Clean clean = cleanRun(c);
     if (!clean.frame) return;
     runCases(c, clean, callbackCases(c, clean, true));
+}
+
+void allocationFaults(ValidationContext& c) {
+    const Clean clean = cleanRun(c);
+    if (!clean.frame) return;
+    const long total = clean.allocations;
+    if (total == 0) {
+        c.note("the bundle's own code allocated nothing with operator new in the sequence; nothing to refuse");
+        return;
+    }
+    // The quick level refuses the first, the last and a few spread between; the full level each.
+    std::vector<long> chosen;
+    const long picks = c.full() ? total : std::min<long>(total, 8);
+    for (long i = 0; i < picks; ++i) {
+        const long n = picks == 1 ? 1 : 1 + i * (total - 1) / (picks - 1);
+        if (chosen.empty() || chosen.back() != n) chosen.push_back(n);
+    }
+    std::vector<FaultCase> cases;
+    for (long n : chosen) {
+        cases.push_back({"allocation " + std::to_string(n) + " of " + std::to_string(total) +
+                             " made by the bundle's code refused",
+                         FaultPlan(), n});
+    }
+    runCases(c, clean, cases);
 }
 
 }  // namespace checks

@@ -111,11 +111,13 @@ void hostContext(ValidationContext& c) {
     EffectHost host(c.options().bundle);
     GLInspector gl(host, false);
     gl.watchCalls();
+    // A host has GL objects of its own before it sets an effect up; they must outlive the effect.
+    gl.makeHostObjects();
     HostWorld input(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
     HostWorld output(check::kFrameWidth, check::kFrameHeight, Depth::Eight);
     check::fillPattern(input, c.options().seed);
     // After every command the host's state is as it left it: its context, no surfaces, OpenGL
-    // bound, no object made and nothing bound in its context.
+    // bound, its own objects as it made them, no other made and nothing bound in its context.
     auto send = [&](PF_Cmd cmd, const std::string& when, const std::function<PF_Err()>& command) {
         const std::string what = commandName(cmd) + when;
         c.step(what);

@@ -16,6 +16,25 @@ namespace {
 
 using GetError = unsigned (*)();
 using GetIntegerv = void (*)(unsigned, int*);
+using GenObjects = void (*)(int, unsigned*);
+using BindObject = void (*)(unsigned, unsigned);
+using IsObject = unsigned char (*)(unsigned);
+using TexImage2D = void (*)(unsigned, int, int, int, int, int, unsigned, unsigned, const void*);
+using GetTexImage = void (*)(unsigned, int, unsigned, unsigned, void*);
+using BufferData = void (*)(unsigned, long, const void*, unsigned);
+using GetBufferSubData = void (*)(unsigned, long, long, void*);
+using RenderbufferStorage = void (*)(unsigned, unsigned, int, int);
+using GetRenderbufferParameteriv = void (*)(unsigned, unsigned, int*);
+
+constexpr unsigned kTexture2D = 0x0DE1, kRGBA = 0x1908, kRGBA8 = 0x8058, kUnsignedByte = 0x1401,
+                   kArrayBuffer = 0x8892, kStaticDraw = 0x88E4, kRenderbuffer = 0x8D41,
+                   kRenderbufferWidth = 0x8D42;
+// The host's own objects: a 4x4 texture and a 64-byte buffer of a known pattern, an 8-wide renderbuffer.
+constexpr int kHostTextureSide = 4, kHostBufferBytes = 64, kHostRenderbufferWidth = 8;
+
+unsigned char hostByte(int i) {
+    return static_cast<unsigned char>(i * 37 + 11);
+}
 
 constexpr unsigned kMaxTextureSize = 0x0D33, kMaxRenderbufferSize = 0x84E8;
 // Names above this are not counted; an effect that leaks gets there only slowly.
@@ -76,13 +95,19 @@ void beforeCall(const glbinding::FunctionCall& call) {
     CallWatch& w = watch();
     ++w.calls;
     const EGLContext current = eglGetCurrentContext();
-    if (current != EGL_NO_CONTEXT && current != w.hostContext) return;
+    // EGL keeps a destroyed context current, and names it, until it is released; only a query
+    // about it tells that it is gone.
+    EGLint unused = 0;
+    const bool destroyed = current != EGL_NO_CONTEXT &&
+                           eglQueryContext(eglGetCurrentDisplay(), current, EGL_CONFIG_ID, &unused) != EGL_TRUE;
+    if (current != EGL_NO_CONTEXT && current != w.hostContext && !destroyed) return;
     if (w.offences++ == 0) {
         std::lock_guard<std::mutex> lock(w.mutex);
-        w.firstOffence =
-            std::string(call.function->name()) +
-            (current == EGL_NO_CONTEXT ? " with no context current" : " with the host's context current") +
-            (w.activity.empty() ? "" : ", during " + w.activity);
+        w.firstOffence = std::string(call.function->name()) +
+                         (current == EGL_NO_CONTEXT ? " with no context current"
+                          : destroyed               ? " with a context current that had been destroyed"
+                                                    : " with the host's context current") +
+                         (w.activity.empty() ? "" : ", during " + w.activity);
     }
 }
 
@@ -125,14 +150,86 @@ std::string GLInspector::pendingErrors() {
     return text;
 }
 
+void GLInspector::makeHostObjects() {
+    HostGLContext* hostContext = mHost.glContext();
+    if (!hostContext) return;
+    hostContext->makeCurrent();
+    unsigned char pixels[kHostTextureSide * kHostTextureSide * 4], bytes[kHostBufferBytes];
+    for (int i = 0; i < static_cast<int>(sizeof pixels); ++i) pixels[i] = hostByte(i);
+    for (int i = 0; i < kHostBufferBytes; ++i) bytes[i] = hostByte(i + 1);
+    glFunction<GenObjects>("glGenTextures")(1, &mHostTexture);
+    glFunction<BindObject>("glBindTexture")(kTexture2D, mHostTexture);
+    glFunction<TexImage2D>("glTexImage2D")(kTexture2D, 0, static_cast<int>(kRGBA8), kHostTextureSide,
+                                           kHostTextureSide, 0, kRGBA, kUnsignedByte, pixels);
+    glFunction<BindObject>("glBindTexture")(kTexture2D, 0);
+    glFunction<GenObjects>("glGenBuffers")(1, &mHostBuffer);
+    glFunction<BindObject>("glBindBuffer")(kArrayBuffer, mHostBuffer);
+    glFunction<BufferData>("glBufferData")(kArrayBuffer, kHostBufferBytes, bytes, kStaticDraw);
+    glFunction<BindObject>("glBindBuffer")(kArrayBuffer, 0);
+    glFunction<GenObjects>("glGenRenderbuffers")(1, &mHostRenderbuffer);
+    glFunction<BindObject>("glBindRenderbuffer")(kRenderbuffer, mHostRenderbuffer);
+    glFunction<RenderbufferStorage>("glRenderbufferStorage")(kRenderbuffer, kRGBA8, kHostRenderbufferWidth, 2);
+    glFunction<BindObject>("glBindRenderbuffer")(kRenderbuffer, 0);
+}
+
 std::string GLInspector::hostContextDamage() {
     HostGLContext* hostContext = mHost.glContext();
     if (!hostContext) return "";
     hostContext->makeCurrent();
     static const GetIntegerv getIntegerv = glFunction<GetIntegerv>("glGetIntegerv");
     std::string text;
+    auto add = [&text](const std::string& what) { text += (text.empty() ? "" : "; ") + what; };
+    Census own;
+    if (mHostTexture != 0) {
+        own.textures = own.buffers = own.renderbuffers = 1;
+        if (!glFunction<IsObject>("glIsTexture")(mHostTexture)) {
+            add("the host's texture " + std::to_string(mHostTexture) + " was deleted");
+        } else {
+            unsigned char pixels[kHostTextureSide * kHostTextureSide * 4] = {};
+            glFunction<BindObject>("glBindTexture")(kTexture2D, mHostTexture);
+            glFunction<GetTexImage>("glGetTexImage")(kTexture2D, 0, kRGBA, kUnsignedByte, pixels);
+            glFunction<BindObject>("glBindTexture")(kTexture2D, 0);
+            for (int i = 0; i < static_cast<int>(sizeof pixels); ++i) {
+                if (pixels[i] != hostByte(i)) {
+                    add("the host's texture " + std::to_string(mHostTexture) + " was changed");
+                    break;
+                }
+            }
+        }
+        if (!glFunction<IsObject>("glIsBuffer")(mHostBuffer)) {
+            add("the host's buffer " + std::to_string(mHostBuffer) + " was deleted");
+        } else {
+            unsigned char bytes[kHostBufferBytes] = {};
+            glFunction<BindObject>("glBindBuffer")(kArrayBuffer, mHostBuffer);
+            glFunction<GetBufferSubData>("glGetBufferSubData")(kArrayBuffer, 0, kHostBufferBytes, bytes);
+            glFunction<BindObject>("glBindBuffer")(kArrayBuffer, 0);
+            for (int i = 0; i < kHostBufferBytes; ++i) {
+                if (bytes[i] != hostByte(i + 1)) {
+                    add("the host's buffer " + std::to_string(mHostBuffer) + " was changed");
+                    break;
+                }
+            }
+        }
+        int width = 0;
+        if (glFunction<IsObject>("glIsRenderbuffer")(mHostRenderbuffer)) {
+            glFunction<BindObject>("glBindRenderbuffer")(kRenderbuffer, mHostRenderbuffer);
+            glFunction<GetRenderbufferParameteriv>("glGetRenderbufferParameteriv")(kRenderbuffer,
+                                                                                  kRenderbufferWidth, &width);
+            glFunction<BindObject>("glBindRenderbuffer")(kRenderbuffer, 0);
+        }
+        if (width != kHostRenderbufferWidth)
+            add("the host's renderbuffer " + std::to_string(mHostRenderbuffer) + " was deleted or changed");
+        // Made again once the damage is told, so that each later command is judged on its own.
+        if (!text.empty()) {
+            using DeleteObjects = void (*)(int, const unsigned*);
+            glFunction<DeleteObjects>("glDeleteTextures")(1, &mHostTexture);
+            glFunction<DeleteObjects>("glDeleteBuffers")(1, &mHostBuffer);
+            glFunction<DeleteObjects>("glDeleteRenderbuffers")(1, &mHostRenderbuffer);
+            makeHostObjects();
+        }
+    }
     const Census census = Census::take(kCensusNames);
-    if (census.total() != 0) text = "objects were made in it (" + census.describe() + ")";
+    if (!(census == own)) add("its objects are not the host's own (" + census.describe() + ", the host made " + own.describe() + ")");
     static const struct {
         unsigned name;
         const char* text;

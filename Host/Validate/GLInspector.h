@@ -2,9 +2,10 @@
 // points, never through the effect's bindings. At the host's callbacks it notes which contexts of
 // the effect are current and, once a frame, counts the live objects of their share group. After
 // a command it reads the GL errors left pending in the host's context and the effect's contexts
-// it saw (reading clears them), and whether the host's context still holds no objects and binds
-// none. For an effect that calls GL through the shared glbinding library it can also check every
-// call: a call made with the host's context current, or with none, is counted as an offence.
+// it saw (reading clears them), and whether the host's context still holds its own objects, as it
+// made them, and no others, and binds none. For an effect that calls GL through the shared glbinding
+// library it can also check every call: a call made with the host's context current, with none, or
+// with a context already destroyed, is counted as an offence.
 #pragma once
 
 #include <EGL/egl.h>
@@ -37,7 +38,11 @@ public:
     // Errors pending in the host's context and in every context of the effect's seen so far, as
     // "GL_INVALID_ENUM in the host's context"; empty when none. The host's context is current after.
     std::string pendingErrors();
-    // Objects and bindings in the host's context, which the host never makes any of; empty when none.
+    // Makes a texture, a buffer and a renderbuffer of the host's own, with known contents, in the
+    // host's context, as a host has before it sets an effect up. The host's context is current after.
+    void makeHostObjects();
+    // Objects other than the host's own, the host's own missing or changed, and bindings in the
+    // host's context (the host binds none); empty when none.
     std::string hostContextDamage();
     // GL_MAX_TEXTURE_SIZE and GL_MAX_RENDERBUFFER_SIZE, the smaller, in the current context.
     static int largestFrameSide();
@@ -62,6 +67,8 @@ private:
     bool mCountObjects;
     std::optional<Census> mCensus;
     std::set<EGLContext> mContexts;
+    // The host's own objects' names; 0 before makeHostObjects().
+    unsigned mHostTexture = 0, mHostBuffer = 0, mHostRenderbuffer = 0;
 };
 
 }  // namespace fxhost

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
 namespace fxhost {
 
 namespace {
@@ -43,29 +45,6 @@ std::string xml(const std::string& text) {
         }
     }
     return out;
-}
-
-std::string json(const std::string& text) {
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-            out += escaped;
-        } else {
-            out += c;
-        }
-    }
-    return out + "\"";
-}
-
-std::string jsonList(const std::vector<std::string>& items) {
-    std::string out = "[";
-    for (size_t i = 0; i < items.size(); ++i) out += (i ? ", " : "") + json(items[i]);
-    return out + "]";
 }
 
 std::ofstream openFile(const std::string& path) {
@@ -165,18 +144,22 @@ void ValidateReport::writeJUnit(const std::string& path) const {
 
 void ValidateReport::writeJson(const std::string& path) const {
     std::ofstream file = openFile(path);
-    file << "{\n  \"bundle\": " << json(mOptions.bundle)
-         << ",\n  \"level\": " << json(levelName(mOptions.level)) << ",\n  \"seed\": " << mOptions.seed
-         << ",\n  \"passed\": " << (allPassed() ? "true" : "false") << ",\n  \"tests\": [";
-    for (size_t i = 0; i < mResults.size(); ++i) {
-        const TestResult& r = mResults[i];
-        file << (i ? "," : "") << "\n    {\"name\": " << json(r.name) << ", \"run\": " << r.run
-             << ", \"result\": " << (r.outcome.passed() ? "\"pass\"" : "\"fail\"")
-             << ", \"seconds\": " << r.outcome.seconds
-             << ",\n     \"failures\": " << jsonList(r.failures(mOptions.timeoutSeconds))
-             << ",\n     \"notes\": " << jsonList(r.outcome.notes) << "}";
+    nlohmann::ordered_json tests = nlohmann::ordered_json::array();
+    for (const TestResult& r : mResults) {
+        tests.push_back({{"name", r.name},
+                         {"run", r.run},
+                         {"result", r.outcome.passed() ? "pass" : "fail"},
+                         {"seconds", r.outcome.seconds},
+                         {"failures", r.failures(mOptions.timeoutSeconds)},
+                         {"notes", r.outcome.notes}});
     }
-    file << "\n  ]\n}\n";
+    const nlohmann::ordered_json report = {{"bundle", mOptions.bundle},
+                                           {"level", levelName(mOptions.level)},
+                                           {"seed", mOptions.seed},
+                                           {"passed", allPassed()},
+                                           {"tests", tests}};
+    // A message from a bundle is not always UTF-8; a stray byte is replaced rather than refused.
+    file << report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
 }
 
 }  // namespace fxhost

@@ -50,8 +50,9 @@ const std::vector<ValidationTest>& validationTests() {
          checks::lifecycle},
         {"host-context",
          "after every command, on success and on the failure paths, the host's context, surfaces and bound API "
-         "are current again and its context holds no objects or bindings; every GL call made through the shared "
-         "glbinding library has a context of the effect's current",
+         "are current again, its context holds its own objects unchanged (made before set-up) and no others, and "
+         "binds none; every GL call made through the shared glbinding library, set-down's too, has a live "
+         "context of the effect's current",
          checks::hostContext},
         {"faults.suites",
          "each suite missing, and each acquired with a null table: documented codes, the host's context back "
@@ -64,6 +65,11 @@ const std::vector<ValidationTest>& validationTests() {
         {"faults.memory",
          "each allocation the host makes refused (handles, memory handles, blocks): as for the suites",
          checks::memoryFaults},
+        {"faults.allocations",
+         "the bundle's own allocations (operator new called from its code) refused one at a time, a few spread "
+         "over the sequence, at the full level each in turn: documented codes, no exception out of the entry "
+         "point, the host's context back after a failure, then as for the suites",
+         checks::allocationFaults},
         {"worlds",
          "empty, 1x1, odd sizes, padded and minimal rowbytes, sizes past the driver's limits, input and output of "
          "different sizes, no pixels: guard bytes around every buffer intact, documented codes, same frame "

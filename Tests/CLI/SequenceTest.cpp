@@ -84,6 +84,7 @@ TEST_F(FxhostSequence, BadFrameListsExitTwoAndWriteNothing) {
         {"1-6x0", "--frames: \"1-6x0\" has a step of 0"},
         {"1-3,2", "--frames: frame 2 is listed twice in \"1-3,2\""},
         {"5-9", "--frames 5-9: no input for frames 7-9 (no '" + dir + "/in_0007.png')"},
+        {"''", "--frames: the list is empty"},  // given and empty is not the same as not given
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.frames);
@@ -93,6 +94,10 @@ TEST_F(FxhostSequence, BadFrameListsExitTwoAndWriteNothing) {
         EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
         EXPECT_EQ(filesIn(dir).size(), 7u);  // the inputs and clean/
     }
+    const CommandResult r = runCommand(kFxhost + " farm submit --chunk 2 --frames '' --dry-run " + in + " " + out);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("--frames: the list is empty"), std::string::npos) << r.err;
+    EXPECT_EQ(filesIn(dir).size(), 7u);
 }
 
 TEST_F(FxhostSequence, WithoutFramesTheRangeOnDiskIsRenderedAndAGapIsRefused) {
@@ -184,8 +189,11 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
                 EXPECT_TRUE(std::regex_match(name, std::regex("\\.out_00[0-9][0-9]\\.png\\.fxhost-partial")))
                     << name;
             }
-            // Whether or not the kill met a write, a leftover of the stable name is what the next run meets.
+            // Whether or not the kill met a write, a leftover of the stable name is what the next run
+            // meets: beside a frame still to render, and beside a complete one it skips (a re-render
+            // killed part-way), which it must remove all the same.
             std::ofstream(outDir + "/.out_0040.png.fxhost-partial") << "half a frame";
+            std::ofstream(outDir + "/.out_0001.png.fxhost-partial") << "half a frame";
         } else {
             ASSERT_TRUE(WIFEXITED(raw));
             EXPECT_EQ(WEXITSTATUS(raw), 128 + signal);
@@ -204,8 +212,12 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
             EXPECT_NE(readText(progress).find("state=interrupted\n"), std::string::npos);
         }
 
-        const CommandResult r = render("--skip-existing " + in + " " + pattern);
+        // The resumed run appends to the progress file: the stopped run's blocks (of all 40 frames)
+        // stay before its own (of those left).
+        const CommandResult r = render("--skip-existing --progress " + progress + " " + in + " " + pattern);
         ASSERT_EQ(r.status, 0) << r.err;
+        const std::string blocks = readText(progress);
+        EXPECT_LT(blocks.find("total=40\n"), blocks.rfind("state=end\n")) << blocks;
         for (const std::string& name : filesIn(outDir)) {
             EXPECT_TRUE(name[0] != '.' || name == ".progress") << name;
         }

@@ -161,6 +161,26 @@ TEST_F(Lifecycle, AFailureInsideSetUpOrSetDownGivesTheHostItsStateBack) {
     expectGoodFrame();  // and without a set-up at all
 }
 
+// A host that had bound another client API with its context current gets both back. The stand-in
+// host binds OpenGL before every command it sends, so these go to the entry point directly.
+TEST_F(Lifecycle, TheHostsOwnClientAPIIsBoundAgainAfterSetUpAndSetDown) {
+    auto sendWithOpenGLES = [&](PF_Cmd cmd) {
+        host->glContext()->makeCurrent();
+        eglBindAPI(EGL_OPENGL_ES_API);
+        const PF_Err err =
+            host->bundle().entryPoint()(cmd, &host->inData(), &host->outData(), nullptr, nullptr, nullptr);
+        const EGLenum api = eglQueryAPI();
+        eglBindAPI(EGL_OPENGL_API);
+        EXPECT_EQ(api, static_cast<EGLenum>(EGL_OPENGL_ES_API));
+        EXPECT_TRUE(host->glContext()->isCurrent());
+        return err;
+    };
+    EXPECT_EQ(sendWithOpenGLES(PF_Cmd_GLOBAL_SETUP), PF_Err_NONE);
+    setUpWithWatch();
+    expectGoodFrame();
+    EXPECT_EQ(sendWithOpenGLES(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
+}
+
 // An SPBasicSuite whose every acquisition throws what the test arms.
 std::function<void()> gThrow;
 SPErr acquireThrowing(const char*, int32_t, const void**) {

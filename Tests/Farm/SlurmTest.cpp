@@ -23,7 +23,7 @@ size_t count(const std::string& text, const std::string& what) {
 }
 
 // A farm sequence in a folder of its own, rendered on the Slurm that SLURM_CONF (or the system's
-// configuration) names; CI starts a one-node one with scripts/slurm-local.sh.
+// configuration) names; under ctest, the FarmSlurm fixture starts a one-node one for these tests.
 class FarmOnSlurm : public ::testing::Test {
 protected:
     void SetUp() override {

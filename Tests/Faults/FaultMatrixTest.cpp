@@ -110,7 +110,7 @@ std::vector<Case> matrix() {
     // Parameter failures end a complete frame with the first code.
     Expect hueUnread;
     hueUnread.render = kCode;
-    hueUnread.drawn = known::kGreyed;
+    hueUnread.drawn = known::kNeutral;  // hue 0, the saturation still read
     cases.push_back(
         {"checkout_param fails for Hue Value", failing(Callback::CheckoutParam, 0, 1), hueUnread});
     Expect saturationUnread;
@@ -118,10 +118,9 @@ std::vector<Case> matrix() {
     saturationUnread.drawn = known::kOverdriven;
     cases.push_back(
         {"checkout_param fails for Saturation", failing(Callback::CheckoutParam, 0, 2), saturationUnread});
-    cases.push_back(
-        {"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), saturationUnread});
-    Expect lateCheckin;
+    Expect lateCheckin;  // both read
     lateCheckin.render = kCode;
+    cases.push_back({"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), lateCheckin});
     cases.push_back(
         {"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), lateCheckin});
 

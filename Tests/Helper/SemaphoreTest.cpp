@@ -81,3 +81,19 @@ TEST(Semaphore, ReleasesLastArrivalFirst) {
     }
     EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
 }
+
+TEST(Semaphore, SignalAllReleasesEveryBlockedWaiterAndNoUnitIsLeft) {
+    Semaphore semaphore(0);
+    {
+        Waiters waiters(semaphore);
+        for (int i = 0; i < 3; ++i) waiters.addBlocked();
+        semaphore.signalAll();
+        waiters.waitForReleased(3);
+    }
+    // With nobody blocked it releases nothing and adds no unit: the next wait blocks.
+    semaphore.signalAll();
+    Waiters late(semaphore);
+    late.addBlocked();
+    semaphore.signal();
+    late.waitForReleased(1);
+}

@@ -36,7 +36,7 @@ public:
     }
 
     static const std::set<EGLContext>& contexts() { return state().contexts; }
-    /// Names of the calls made with no context or a forbidden one current.
+    /// Names of the calls made with no context, a destroyed one or a forbidden one current.
     static const std::set<std::string>& strays() { return state().names; }
     static void forbid(std::set<EGLContext> contexts) { state().forbidden = std::move(contexts); }
     static int calls() { return state().calls; }
@@ -69,8 +69,12 @@ private:
             ++s.calls;
             const EGLContext current = eglGetCurrentContext();
             s.contexts.insert(current);
-            if (current == EGL_NO_CONTEXT || s.forbidden.count(current))
-                s.names.insert(call.function->name());
+            // EGL keeps a destroyed context current until it is released, and still names it;
+            // only a query tells that it is gone, and a call made on it is a stray too.
+            EGLint unused = 0;
+            const bool alive = current != EGL_NO_CONTEXT &&
+                               eglQueryContext(eglGetCurrentDisplay(), current, EGL_CONFIG_ID, &unused) == EGL_TRUE;
+            if (!alive || s.forbidden.count(current)) s.names.insert(call.function->name());
             if (s.calls == s.throwAt) {
                 s.recording = false;
                 s.thrower();

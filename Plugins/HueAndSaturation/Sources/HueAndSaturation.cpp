@@ -81,8 +81,9 @@ PF_Err GlobalSetdown() {
         delete mWarpRender;
         mWarpRender = nullptr;
     }
-    AEOpenGLContextManager::releaseContextManager();
+    // The host's context first: the restore flushes the outgoing context, which must still exist.
     saved.restore();
+    AEOpenGLContextManager::releaseContextManager();
     return PF_Err_NONE;
 }
 
@@ -196,7 +197,8 @@ PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
         SuiteScoper<AEGP_ItemSuite6> itemSuite(in_data, kAEGPItemSuite, kAEGPItemSuiteVersion6, nullptr,
                                                nullptr);
 
-        // First error wins, and none of them stops the frame.
+        // First error wins, and none of them stops the frame: each parameter is read whatever
+        // became of the other, so a failed hue still draws with the host's saturation.
         PF_Err err = PF_Err_NONE;
         PF_ParamDef record;
         std::memset(&record, 0, sizeof record);
@@ -204,9 +206,7 @@ PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
         HueAndSaturationRender* pass = WarpRender();
         pass->setHue(static_cast<float>(record.u.fs_d.value));
         CheckinParam(in_data, record, err);
-        if (!err) {
-            CheckoutParam(in_data, kSaturationId, record, err);
-        }
+        CheckoutParam(in_data, kSaturationId, record, err);
         pass->setSaturation(static_cast<float>(record.u.fs_d.value));
         CheckinParam(in_data, record, err);
 

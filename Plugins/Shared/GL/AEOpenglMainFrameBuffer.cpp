@@ -121,7 +121,10 @@ AEOpenglMainFrameBuffer::Framebuffers& AEOpenglMainFrameBuffer::framebuffers() {
 
 void AEOpenglMainFrameBuffer::prepare(long width, long height, bool multisample) {
     if (mScreenRender == nullptr) mScreenRender = new ScreenRender;
-    if (static_cast<long>(mWidth) == width && static_cast<long>(mHeight) == height) return;
+    // A prepare that failed part-way (the frame buffer table could not grow) left the size set with
+    // no result renderbuffer; the next one at that size must make everything again.
+    if (static_cast<long>(mWidth) == width && static_cast<long>(mHeight) == height && mResultRenderbuffer != 0)
+        return;
     unprepare();
     mWidth = static_cast<unsigned int>(width);
     mHeight = static_cast<unsigned int>(height);
