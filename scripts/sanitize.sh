@@ -45,12 +45,12 @@ export MESA_SHADER_CACHE_DISABLE=true
 if [ "$mode" = asan ]; then
   cmake --build "$dir" -j"$jobs"
   cd "$dir"
-  ctest --output-on-failure -E '^(CLI|Farm.*|Validate)$' "$@"
-  # fxhost started from the CLI tests trips LeakSanitizer's own thread tracer at exit
-  # ("Tracer caught signal 11"), though the same runs are clean when started from a shell;
-  # the CLI and Farm suites (the farm's tasks run fxhost too) run with the leak check off,
-  # everything else it checks stays on.
-  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm)$' "$@"
+  ctest --output-on-failure -E '^(CLI|Farm.*|Looks|Preview.*|Validate)$' "$@"
+  # fxhost started from the tests trips LeakSanitizer's own thread tracer at exit ("Tracer
+  # caught signal 11"), though the same runs are clean when started from a shell; the suites
+  # that run fxhost as a program (CLI, Farm, whose tasks run it too, Looks and the preview's)
+  # run with the leak check off, everything else it checks stays on.
+  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm|Looks|Preview.*)$' "$@"
   # The validator's own tests make broken bundles crash on purpose and expect the test's process
   # to end by that signal; AddressSanitizer's SEGV handler would end it with status 1 instead.
   ASAN_OPTIONS="$ASAN_OPTIONS:handle_segv=0" ctest --output-on-failure -R '^Validate$' "$@"

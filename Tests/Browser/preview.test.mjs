@@ -80,7 +80,8 @@ try {
   const settled = async () => {
     await page.waitForFunction(() => {
       const v = document.getElementById('viewer');
-      const values = [...document.querySelectorAll('#parameters input[type=range]')].map((s) => s.value);
+      // Parameters changed on the page are sent; the others hold what the preview started with.
+      const values = [...document.querySelectorAll('#parameters input[type=range][data-touched]')].map((s) => s.value);
       return v.dataset.shown === 'exact' && values.every((value) => v.dataset.query.includes(encodeURIComponent(value).replace(/%20/g, '+')));
     }, null, { timeout: 20000 });
   };

@@ -217,6 +217,7 @@ function buildParameters() {
       const clamped = Math.min(p.max, Math.max(p.min, value));
       state.values[i] = Number(clamped.toFixed(12));
       state.touched[i] = true;
+      slider.dataset.touched = 'true';
       show(from);
       changed();
     };
