@@ -27,18 +27,6 @@ namespace {
 
 const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
 
-std::vector<std::string> filesIn(const std::string& dir) {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* entry = readdir(d)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") names.push_back(name);
-        }
-        closedir(d);
-    }
-    return names;
-}
-
 // PSNR of two 8-bit RGB buffers of the same size; 99 when they are equal, -1 when sizes differ.
 double psnr(const std::string& a, const std::string& b) {
     if (a.size() != b.size() || a.empty()) return -1;

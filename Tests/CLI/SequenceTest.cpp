@@ -24,18 +24,6 @@ namespace {
 
 const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
 
-std::vector<std::string> filesIn(const std::string& dir) {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* entry = readdir(d)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") names.push_back(name);
-        }
-        closedir(d);
-    }
-    return names;
-}
-
 bool exists(const std::string& path) {
     struct stat info;
     return stat(path.c_str(), &info) == 0;

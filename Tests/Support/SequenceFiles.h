@@ -1,11 +1,15 @@
 // Small frame sequences for the sequence and farm tests: 64x36 PNGs whose colours change with the
-// frame, pixel-for-pixel comparison of two files, and a text file read whole ("" if there is none).
+// frame, pixel-for-pixel comparison of two files, a text file read whole ("" if there is none), and
+// the names in a folder.
 #pragma once
+
+#include <dirent.h>
 
 #include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "ImageFile.h"
 
@@ -14,6 +18,19 @@ inline std::string readText(const std::string& path) {
     std::stringstream text;
     text << file.rdbuf();
     return text.str();
+}
+
+// The names in a folder, "." and ".." left out, in no particular order.
+inline std::vector<std::string> filesIn(const std::string& dir) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* entry = readdir(d)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..") names.push_back(name);
+        }
+        closedir(d);
+    }
+    return names;
 }
 
 inline std::string frameName(const std::string& pattern, int frame) {
