@@ -185,6 +185,8 @@ row "H.264 movie 1080p fps, fxhost / ffmpeg" "$MOVIE_FX_FPS / $MOVIE_FF_FPS" "$r
 r=$(value frei0r_over_fxhost "$WORK/frei0r")
 row "H.264 movie 1080p fps, ffmpeg frei0r / fxhost" "$(value frei0r_fps "$WORK/frei0r") / $(value fxhost_movie_fps "$WORK/frei0r")" \
   "$r" ">= 0.9" "$([ "$(value frei0r_same_pixels "$WORK/frei0r")" = yes ] && check "$r" ">=" 0.9 || echo "NO (pixels differ)")"
+row "H.264 movie 1080p peak RSS, frei0r / fxhost" "$(value frei0r_rss_mib "$WORK/frei0r") / $(value fxhost_movie_rss_mib "$WORK/frei0r")" \
+  "$(ratio "$(value frei0r_rss_mib "$WORK/frei0r")" "$(value fxhost_movie_rss_mib "$WORK/frei0r")")" "-" "-"
 r=$(ratio "${FX_FPS[3840x2160]}" "${FF_FPS[3840x2160]}")
 row "PNG sequence 4K fps, fxhost / ffmpeg" "${FX_FPS[3840x2160]} / ${FF_FPS[3840x2160]}" "$r" "-" "-"
 for size in 1920x1080 3840x2160; do
