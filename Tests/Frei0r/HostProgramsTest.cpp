@@ -2,6 +2,7 @@
 // to `fxhost render` of the same RGBA frame at the same values (0.25 | 0.75 is Hue Value 90,
 // Saturation 1.5). FFmpeg 5.1 gets widths that are multiples of 16 (it pads rows to 64 bytes);
 // melt and GStreamer get odd widths.
+#include <algorithm>
 #include <filesystem>
 #include <regex>
 
@@ -64,6 +65,38 @@ TEST_F(HostPrograms, ValueOutOfRangeIsClampedWithOneWarning) {
     const std::regex warning(kModuleName + ": parameter \"Saturation\" = 1.5 is outside 0 to 1 \\(0 to 1 maps linearly onto 0 to 2");
     const auto found = std::distance(std::sregex_iterator(r.err.begin(), r.err.end(), warning), std::sregex_iterator());
     EXPECT_EQ(found, 1) << r.err;
+}
+
+TEST_F(HostPrograms, InstalledModuleFindsTheBundleBesideFxhost) {
+    // PREFIX/lib/frei0r-1/NAME.so and PREFIX/lib/fxhost/BUNDLE, as the install rules lay them out.
+    const std::string prefix = path("prefix");
+    std::filesystem::create_directories(prefix + "/lib/frei0r-1");
+    std::filesystem::create_directories(prefix + "/lib/fxhost");
+    std::filesystem::copy_file(FREI0R_MODULE_PATH, prefix + "/lib/frei0r-1/" + kModuleName + ".so");
+    std::filesystem::copy_file(OSTRIVANE_BUNDLE_PATH, prefix + "/lib/fxhost/HueAndSaturation.plugin");
+    const std::string in = makeFrame(32, 8, "in.png");
+    const CommandResult r = runCommand("FREI0R_PATH=" + prefix + "/lib/frei0r-1 ffmpeg -nostdin -v error -i " + in +
+                                       " -vf \"frei0r=" + kModuleName + ":0.25|0.75\" -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5"));
+}
+
+TEST_F(HostPrograms, FramesTheEffectFailsOnPassThroughWithOneMessage) {
+    // A bundle that writes a row past its output on every frame: the host's guard bytes catch it.
+    const std::string prefix = path("prefix");
+    std::filesystem::create_directories(prefix + "/lib/frei0r-1");
+    std::filesystem::create_directories(prefix + "/lib/fxhost");
+    std::filesystem::copy_file(FREI0R_MODULE_PATH, prefix + "/lib/frei0r-1/" + kModuleName + ".so");
+    std::filesystem::copy_file(FREI0R_BROKEN_BUNDLE_PATH, prefix + "/lib/fxhost/HueAndSaturation.plugin");
+    const std::string in = makeFrame(32, 8, "in.png");
+    const CommandResult r = runCommand("FREI0R_PATH=" + prefix + "/lib/frei0r-1 ffmpeg -nostdin -v error -loop 1 -framerate 25 -i " +
+                                       in + " -frames:v 3 -vf \"frei0r=" + kModuleName +
+                                       ":0.25|0.75\" -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(r.out == repeat(rawRgba(in), 3)) << "the frames did not pass through unchanged";
+    const std::regex message(kModuleName + ": the frame at time 0 passes through unchanged: .*bytes outside the output world were written");
+    EXPECT_TRUE(std::regex_search(r.err, message)) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
 }
 
 TEST_F(HostPrograms, ModuleWithoutItsBundleFailsInOneClearLine) {
