@@ -1,31 +1,26 @@
 #include "SharedEffect.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
 #include "BundleLocator.h"
 #include "CallerGLState.h"
+#include "QuietStdout.h"
 
 namespace fxhost {
 
 namespace {
+
+// The set-up this thread last rendered in (0: none yet); a new thread starts again at 0 even
+// where it reuses an old one's id.
+thread_local unsigned long tRenderedInSetUp = 0;
 
 void require(PF_Err err, EffectHost& host, const char* command) {
     if (err) throw std::runtime_error(std::string(command) + " failed with " + errorName(err));
     if (!host.violations().empty()) {
         throw std::runtime_error(std::string(command) + ": " + host.violations().front());
     }
-}
-
-// The bundle reports its GL driver on standard output; inside `ffmpeg ... -f rawvideo -` that is
-// the application's video stream, so it goes nowhere.
-int quietOutput() {
-    static const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    return fd;
 }
 
 std::string unitOf(const PF_ParamDef& def) {
@@ -53,9 +48,11 @@ void SharedEffect::configure(const char* candidates, const char* fallbackName) {
 void SharedEffect::acquire() {
     if (!mHost) {
         CallerGLState caller;
+        // The bundle reports its GL driver on standard output as it makes a context; inside
+        // `ffmpeg ... -f rawvideo -` that is the application's video stream.
+        QuietStdout quiet;
         HostOptions options;
         options.hostGLContext = false;  // the application's context, if any, is the host's
-        options.bundleOutput = quietOutput();
         std::string path;
         try {
             path = BundleLocator(mCandidates).find();
@@ -64,6 +61,7 @@ void SharedEffect::acquire() {
             require(host->paramsSetup(), *host, "the effect's parameter set-up");
             host->effectName();
             mHost = std::move(host);
+            ++mSetUps;
         } catch (const std::exception& e) {
             const std::string what = e.what();
             throw std::runtime_error(path.empty() || what.find(path) != std::string::npos
@@ -125,6 +123,14 @@ const EffectDescription& SharedEffect::description() {
 std::string SharedEffect::render(const std::vector<double>& values, HostWorld& input, HostWorld& output) {
     if (!mHost) return "the effect is not set up";
     CallerGLState caller;
+    // The effect makes a context for each thread it first renders on, and reports it; stdout is
+    // the process's, so it is swapped only then, never while an application thread may be writing
+    // its own output there frame after frame.
+    std::unique_ptr<QuietStdout> quiet;
+    if (tRenderedInSetUp != mSetUps) {
+        tRenderedInSetUp = mSetUps;
+        quiet = std::make_unique<QuietStdout>();
+    }
     const std::vector<PF_ParamDef>& params = mHost->params();
     size_t slider = 0;
     for (size_t i = 1; i < params.size() && slider < values.size(); ++i) {

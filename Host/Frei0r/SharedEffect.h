@@ -58,6 +58,7 @@ private:
     bool mDescribedFromBundle = false;  // not the fallback kept when it could not load
     EffectDescription mDescription;
     std::vector<bool> mWarned;
+    unsigned long mSetUps = 0;  // set-ups so far, counting from 1
 };
 
 }  // namespace fxhost

@@ -46,12 +46,15 @@ TEST_F(HostPrograms, MeltWithTwoRenderThreadsAndSliceThreadsRendersEveryFrame) {
 }
 
 TEST_F(HostPrograms, GStreamerRendersWhatFxhostRenders) {
-    const std::string in = makeFrame(37, 21, "odd.png");
+    const std::string in = makeFrame(321, 240, "odd.png");
+    // Frames leave through a queue: standard output is written on another thread while the
+    // next frame renders, and none of it may be lost.
     const CommandResult r = runCommand(
-        "gst-launch-1.0 -q filesrc location=" + in + " ! pngdec ! videoconvert ! video/x-raw,format=RGBA ! frei0r-filter-" +
-        kModuleName + " hue-value=0.25 saturation=0.75 ! videoconvert ! video/x-raw,format=RGBA ! fdsink");
+        "gst-launch-1.0 -q filesrc location=" + in + " ! pngdec ! imagefreeze num-buffers=10 ! videoconvert ! " +
+        "video/x-raw,format=RGBA ! frei0r-filter-" + kModuleName +
+        " hue-value=0.25 saturation=0.75 ! videoconvert ! video/x-raw,format=RGBA ! queue ! fdsink");
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5")) << "GStreamer's frame differs from fxhost render's";
+    EXPECT_TRUE(r.out == repeat(fxhostReference(in, "90", "1.5"), 10)) << "GStreamer's frames differ from fxhost render's";
 }
 
 TEST_F(HostPrograms, ValueOutOfRangeIsClampedWithOneWarning) {
