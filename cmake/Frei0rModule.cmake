@@ -48,8 +48,10 @@ function(fxhost_frei0r_module)
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/frei0r-1
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   # Only the f0r_* functions leave the module: the host's own symbols (FFmpeg's, MLT's) never meet ours.
+  # It stays mapped after dlclose (MLT closes it after reading its metadata), as the bundle it loaded
+  # does: the process-wide lock and the effect's state outlive any one open.
   target_link_options(${target} PRIVATE
-    -Wl,--version-script=${CMAKE_SOURCE_DIR}/Host/Frei0r/exports.map -Wl,--no-undefined)
+    -Wl,--version-script=${CMAKE_SOURCE_DIR}/Host/Frei0r/exports.map -Wl,--no-undefined -Wl,-z,nodelete)
   add_dependencies(${target} ${F0R_BUNDLE})
   install(TARGETS ${target} LIBRARY DESTINATION lib/frei0r-1)
   set(FXHOST_FREI0R_TARGET ${target} PARENT_SCOPE)
