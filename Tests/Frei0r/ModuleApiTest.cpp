@@ -21,24 +21,10 @@ extern "C" {
 
 namespace {
 
+// The module as the applications load it: dlopen, then its f0r_* functions by name.
 struct Module {
-    Module() {
-        handle = dlopen(FREI0R_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
-        if (!handle) return;
-        auto get = [this](const char* name) { return dlsym(handle, name); };
-        init = reinterpret_cast<int (*)()>(get("f0r_init"));
-        deinit = reinterpret_cast<void (*)()>(get("f0r_deinit"));
-        pluginInfo = reinterpret_cast<void (*)(f0r_plugin_info_t*)>(get("f0r_get_plugin_info"));
-        paramInfo = reinterpret_cast<void (*)(f0r_param_info_t*, int)>(get("f0r_get_param_info"));
-        construct = reinterpret_cast<f0r_instance_t (*)(unsigned, unsigned)>(get("f0r_construct"));
-        destruct = reinterpret_cast<void (*)(f0r_instance_t)>(get("f0r_destruct"));
-        setParam = reinterpret_cast<void (*)(f0r_instance_t, f0r_param_t, int)>(get("f0r_set_param_value"));
-        getParam = reinterpret_cast<void (*)(f0r_instance_t, f0r_param_t, int)>(get("f0r_get_param_value"));
-        update = reinterpret_cast<void (*)(f0r_instance_t, double, const uint32_t*, uint32_t*)>(get("f0r_update"));
-    }
-    ~Module() {
-        if (handle) dlclose(handle);
-    }
+    template <typename F>
+    F get(const char* name) const { return reinterpret_cast<F>(handle ? dlsym(handle, name) : nullptr); }
     double param(f0r_instance_t instance, int index) {
         double value = -1;
         getParam(instance, &value, index);
@@ -49,16 +35,16 @@ struct Module {
         setParam(instance, &saturation, 1);
     }
 
-    void* handle = nullptr;
-    int (*init)() = nullptr;
-    void (*deinit)() = nullptr;
-    void (*pluginInfo)(f0r_plugin_info_t*) = nullptr;
-    void (*paramInfo)(f0r_param_info_t*, int) = nullptr;
-    f0r_instance_t (*construct)(unsigned, unsigned) = nullptr;
-    void (*destruct)(f0r_instance_t) = nullptr;
-    void (*setParam)(f0r_instance_t, f0r_param_t, int) = nullptr;
-    void (*getParam)(f0r_instance_t, f0r_param_t, int) = nullptr;
-    void (*update)(f0r_instance_t, double, const uint32_t*, uint32_t*) = nullptr;
+    void* handle = dlopen(FREI0R_MODULE_PATH, RTLD_NOW | RTLD_LOCAL);
+    decltype(&f0r_init) init = get<decltype(&f0r_init)>("f0r_init");
+    decltype(&f0r_deinit) deinit = get<decltype(&f0r_deinit)>("f0r_deinit");
+    decltype(&f0r_get_plugin_info) pluginInfo = get<decltype(&f0r_get_plugin_info)>("f0r_get_plugin_info");
+    decltype(&f0r_get_param_info) paramInfo = get<decltype(&f0r_get_param_info)>("f0r_get_param_info");
+    decltype(&f0r_construct) construct = get<decltype(&f0r_construct)>("f0r_construct");
+    decltype(&f0r_destruct) destruct = get<decltype(&f0r_destruct)>("f0r_destruct");
+    decltype(&f0r_set_param_value) setParam = get<decltype(&f0r_set_param_value)>("f0r_set_param_value");
+    decltype(&f0r_get_param_value) getParam = get<decltype(&f0r_get_param_value)>("f0r_get_param_value");
+    decltype(&f0r_update) update = get<decltype(&f0r_update)>("f0r_update");
 };
 
 // Colours and alpha that differ in every pixel, so a mixed-up channel or row shows.
