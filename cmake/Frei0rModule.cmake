@@ -35,8 +35,8 @@ function(fxhost_frei0r_module)
   add_library(${target} MODULE ${sources})
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR}/Host/Frei0r)
   target_include_directories(${target} SYSTEM PRIVATE ${FREI0R_INCLUDE_DIR})
-  # TODO(merge): the host's core library once fxhostcore is split per layer.
-  target_link_libraries(${target} PRIVATE fxhostcore OpenGL::EGL)
+  # The host's core layer only: loading and driving a bundle, nothing of files, movies or commands.
+  target_link_libraries(${target} PRIVATE fxhost_core OpenGL::EGL)
   target_compile_definitions(${target} PRIVATE
     FREI0R_MODULE_NAME="${name}"
     FREI0R_EFFECT_NAME="${F0R_EFFECT_NAME}"

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Interruption.h"
 #include "PartialFile.h"
 
 namespace fxhost {
@@ -119,13 +120,17 @@ void Look::write(const std::string& path) const {
     const PartialFile partial(path);
     const std::string text = json();
     {
-        std::ofstream file(partial.path(), std::ios::trunc);
+        std::ofstream file;
+        {
+            const Interruption::FileGuard creating;
+            file.open(partial.path(), std::ios::trunc);
+        }
         if (!(file << text) || !file.flush()) {
             throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
         }
     }
-    if (std::rename(partial.path().c_str(), path.c_str()) != 0) {
-        throw std::runtime_error("cannot write look " + path + ": " + std::strerror(errno));
+    if (const int error = PartialFile::renameOnto(partial.path(), path)) {
+        throw std::runtime_error("cannot write look " + path + ": " + std::strerror(error));
     }
 }
 

@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
+#include "FrameSlot.h"
 #include "ImageWriter.h"
 #include "MovieOptions.h"
-#include "SequencePipeline.h"
 
 namespace fxhost {
 

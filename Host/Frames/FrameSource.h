@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "FrameList.h"
-#include "SequencePipeline.h"
+#include "FrameSlot.h"
 
 namespace fxhost {
 

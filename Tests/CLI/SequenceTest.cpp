@@ -145,6 +145,11 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
         const std::string outDir = dir + "/" + std::to_string(signal), pattern = outDir + "/out_%04d.png";
         ASSERT_EQ(mkdir(outDir.c_str(), 0755), 0);
         const std::string progress = outDir + "/.progress", err = dir + "/err";
+        // Frame 30's input is a pipe nobody writes while the run is stopped, so the run is still
+        // going whenever the signal comes, however fast the frames before it render.
+        const std::string blocking = frameName(in, 30), kept = blocking + ".kept";
+        ASSERT_EQ(rename(blocking.c_str(), kept.c_str()), 0);
+        ASSERT_EQ(mkfifo(blocking.c_str(), 0644), 0);
         std::vector<std::string> args{kFxhost,      "render", "--set", "Hue Value=120",
                                       "--progress", progress, in,      pattern};
         std::vector<char*> argv;
@@ -167,6 +172,7 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
         kill(pid, signal);
         int raw = 0;
         ASSERT_EQ(waitpid(pid, &raw, 0), pid);
+        ASSERT_EQ(rename(kept.c_str(), blocking.c_str()), 0);
         std::vector<std::string> hidden;
         for (const std::string& name : filesIn(outDir)) {
             if (name[0] == '.' && name != ".progress") hidden.push_back(name);

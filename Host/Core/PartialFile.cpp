@@ -1,5 +1,6 @@
 #include "PartialFile.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 
@@ -21,6 +22,11 @@ PartialFile::~PartialFile() {
     // After a successful rename nothing is left under the name and this removes nothing.
     std::remove(mPath.c_str());
     Interruption::withdrawTemporary(mPath);
+}
+
+int PartialFile::renameOnto(const std::string& partial, const std::string& output) {
+    const Interruption::FileGuard renaming;
+    return std::rename(partial.c_str(), output.c_str()) == 0 ? 0 : errno;
 }
 
 std::string PartialFile::nameFor(const std::string& output) {

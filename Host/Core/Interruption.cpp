@@ -8,12 +8,15 @@
 #include <cstdio>
 #include <mutex>
 #include <set>
+#include <shared_mutex>
 #include <thread>
 
 namespace fxhost {
 
 namespace {
 
+// Taken before gLock wherever both are held: shared by each FileGuard, for good by the exit.
+std::shared_mutex gFiles;
 std::mutex gLock;
 std::multiset<std::string> gTemporaries;
 std::function<std::string(int)> gReporter;
@@ -37,7 +40,12 @@ void waitForSignal() {
         }
         std::unique_lock<std::mutex> hold(gLock);
         if (!gStopper) {
-            hold.release();  // locked to the end, as said below
+            // A writer between creating its file and registering it holds gFiles and may wait for
+            // gLock: both are let go, then taken in the writers' order and kept to the end.
+            hold.unlock();
+            gFiles.lock();
+            hold.lock();
+            hold.release();
             break;
         }
         // The stopper runs without the lock, so that it may wait for threads that register files.
@@ -50,8 +58,9 @@ void waitForSignal() {
         gStopping = false;
         gStopped.notify_all();
     }
-    // The lock is kept to the end: no file is registered, renamed into the removed name's place or
-    // reported after this point. Other threads may be anywhere, so the process ends with _exit.
+    // Both locks are kept to the end: no file is created, registered, renamed or reported after
+    // this point, so none appears under a name removed here. Other threads may be anywhere, so
+    // the process ends with _exit.
     for (const std::string& path : gTemporaries) unlink(path.c_str());
     const std::string report = gReporter ? gReporter(signal) : std::string();
     std::fprintf(stderr, "%sfxhost: interrupted by %s%s%s\n", isatty(STDERR_FILENO) ? "\n" : "",
@@ -82,6 +91,10 @@ void Interruption::withdrawTemporary(const std::string& path) {
     const auto it = gTemporaries.find(path);
     if (it != gTemporaries.end()) gTemporaries.erase(it);
 }
+
+Interruption::FileGuard::FileGuard() { gFiles.lock_shared(); }
+
+Interruption::FileGuard::~FileGuard() { gFiles.unlock_shared(); }
 
 void Interruption::setReporter(std::function<std::string(int signal)> reporter) {
     std::lock_guard<std::mutex> hold(gLock);

@@ -8,29 +8,12 @@
 // frame before it is complete, none after it is put in place, and run() rethrows it.
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <memory>
 #include <vector>
 
-#include <OpenImageIO/imageio.h>
-
-#include "HostWorld.h"
-#include "ImageReader.h"
+#include "FrameSlot.h"
 
 namespace fxhost {
-
-// One frame in flight, and the buffers it keeps for the next frame to use that slot.
-struct FrameSlot {
-    int frame = 0;
-    int position = 0;  // index in the list of frames
-    std::unique_ptr<HostWorld> input;
-    std::unique_ptr<HostWorld> output;
-    OIIO::ImageSpec header;    // the input file's header
-    std::vector<float> extra;  // its channels after the fourth
-    DepthLoss loss;
-    int64_t pts = 0;  // a movie frame's presentation time, in its video stream's time base
-};
 
 // Seconds summed over all frames; decode and encode run on other threads than render.
 struct PipelineTimes {

@@ -110,16 +110,20 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
     Interruption::addTemporary(partial);
     // The library reports a failed open with its own words and the temporary name; opening the
     // file first gives the system's reason, said of the name the user asked for.
-    const int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (fd < 0) {
-        const int error = errno;
-        Interruption::withdrawTemporary(partial);
-        throw writeError(path, std::strerror(error));
+    bool ok = false;
+    {
+        const Interruption::FileGuard creating;
+        const int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        if (fd < 0) {
+            const int error = errno;
+            Interruption::withdrawTemporary(partial);
+            throw writeError(path, std::strerror(error));
+        }
+        ::close(fd);
+        ok = out->open(partial, header);  // opens the name again, so the guard covers both
     }
-    ::close(fd);
 
     std::vector<uint8_t> strip(static_cast<size_t>(world.width()) * kStripRows * n * (bytes ? 1 : 4));
-    bool ok = out->open(partial, header);
     for (int y0 = 0; ok && y0 < world.height(); y0 += kStripRows) {
         const int y1 = std::min(world.height(), y0 + kStripRows);
         const auto start = std::chrono::steady_clock::now();
@@ -141,8 +145,7 @@ void ImageWriter::encode(const std::string& path, const OIIO::ImageSpec& like, c
 
 void ImageWriter::commit(const std::string& path) {
     const std::string partial = PartialFile::nameFor(path);
-    if (std::rename(partial.c_str(), path.c_str()) != 0) {
-        const int error = errno;
+    if (const int error = PartialFile::renameOnto(partial, path)) {
         discard(path);
         throw writeError(path, std::strerror(error));
     }

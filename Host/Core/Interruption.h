@@ -18,6 +18,18 @@ public:
     static void addTemporary(const std::string& path);
     static void withdrawTemporary(const std::string& path);
 
+    // Held while a registered temporary file is created or renamed. An interruption waits for the
+    // guards under way, removes the registered files, and lets no guard start again, so no file
+    // can appear under a removed name before the process ends. Registering and withdrawing may
+    // happen inside a guard.
+    class FileGuard {
+    public:
+        FileGuard();
+        ~FileGuard();
+        FileGuard(const FileGuard&) = delete;
+        FileGuard& operator=(const FileGuard&) = delete;
+    };
+
     // Called with the signal, under the same lock, before the process exits; returns the sentence
     // to print. An empty function withdraws the reporter.
     static void setReporter(std::function<std::string(int signal)> reporter);

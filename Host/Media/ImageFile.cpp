@@ -9,6 +9,7 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include "Interruption.h"
 #include "PartialFile.h"
 
 namespace fxhost {
@@ -98,13 +99,17 @@ void ImageFile::write(const std::string& path) const {
     }
     const PartialFile partial(path);  // removed on failure, and by Interruption on SIGINT or SIGTERM
     const std::string& temporary = partial.path();
-    if (!out->open(temporary, header) || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) ||
-        !out->close()) {
+    bool opened = false;
+    {
+        const Interruption::FileGuard creating;
+        opened = out->open(temporary, header);
+    }
+    if (!opened || !out->write_image(OIIO::TypeDesc::FLOAT, raw.data()) || !out->close()) {
         const std::string why = out->geterror();
         std::remove(temporary.c_str());
         throw fileError("write image", path, why);
     }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+    if (PartialFile::renameOnto(temporary, path) != 0) {
         std::remove(temporary.c_str());
         throw fileError("write image", path, "rename failed");
     }

@@ -14,6 +14,7 @@ extern "C" {
 
 #include "EncoderSetup.h"
 #include "FrameConverter.h"
+#include "Interruption.h"
 #include "JobError.h"
 #include "PartialFile.h"
 #include "StreamCopier.h"
@@ -168,7 +169,11 @@ MovieWriter::MovieWriter(const std::string& output, int width, int height, bool 
     }
 
     s.partial = std::make_unique<PartialFile>(output);
-    const int opened = avio_open(&muxer->pb, s.partial->path().c_str(), AVIO_FLAG_WRITE);
+    int opened = 0;
+    {
+        const Interruption::FileGuard creating;
+        opened = avio_open(&muxer->pb, s.partial->path().c_str(), AVIO_FLAG_WRITE);
+    }
     if (opened < 0) s.writeFailed(opened);
 }
 
@@ -293,8 +298,8 @@ void MovieWriter::finish() {
     if (trailer < 0) s.writeFailed(trailer);
     const int closed = avio_closep(&s.muxer->pb);
     if (closed < 0) s.writeFailed(closed);
-    if (std::rename(s.partial->path().c_str(), s.output.c_str()) != 0)
-        throw JobError(JobError::kImage, s.output + ": cannot write: " + std::strerror(errno));
+    if (const int error = PartialFile::renameOnto(s.partial->path(), s.output))
+        throw JobError(JobError::kImage, s.output + ": cannot write: " + std::strerror(error));
     s.finished = true;
 }
 
