@@ -1,0 +1,150 @@
+#include "SharedEffect.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <stdexcept>
+
+#include "BundleLocator.h"
+#include "CallerGLState.h"
+
+namespace fxhost {
+
+namespace {
+
+void require(PF_Err err, EffectHost& host, const char* command) {
+    if (err) throw std::runtime_error(std::string(command) + " failed with " + errorName(err));
+    if (!host.violations().empty()) {
+        throw std::runtime_error(std::string(command) + ": " + host.violations().front());
+    }
+}
+
+// The bundle reports its GL driver on standard output; inside `ffmpeg ... -f rawvideo -` that is
+// the application's video stream, so it goes nowhere.
+int quietOutput() {
+    static const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    return fd;
+}
+
+std::string unitOf(const PF_ParamDef& def) {
+    const char* desc = def.u.fs_d.value_desc;
+    const size_t length = strnlen(desc, sizeof def.u.fs_d.value_desc);
+    return length ? std::string(desc, length) : "(the effect's own units)";
+}
+
+}  // namespace
+
+SharedEffect& SharedEffect::instance() {
+    // Never destroyed: a process that exits with instances alive must not set the effect down
+    // from a static destructor, after the GL driver may have gone.
+    static SharedEffect* effect = new SharedEffect;
+    return *effect;
+}
+
+void SharedEffect::configure(const char* candidates, const char* fallbackName) {
+    SharedEffect& effect = instance();
+    std::lock_guard<std::mutex> hold(effect.mMutex);
+    effect.mCandidates = candidates;
+    effect.mFallbackName = fallbackName;
+}
+
+void SharedEffect::acquire() {
+    if (!mHost) {
+        CallerGLState caller;
+        HostOptions options;
+        options.hostGLContext = false;  // the application's context, if any, is the host's
+        options.bundleOutput = quietOutput();
+        std::string path;
+        try {
+            path = BundleLocator(mCandidates).find();
+            auto host = std::make_unique<EffectHost>(path, options);
+            require(host->globalSetup(), *host, "the effect's global set-up");
+            require(host->paramsSetup(), *host, "the effect's parameter set-up");
+            host->effectName();
+            mHost = std::move(host);
+        } catch (const std::exception& e) {
+            const std::string what = e.what();
+            throw std::runtime_error(path.empty() || what.find(path) != std::string::npos
+                                         ? what
+                                         : "effect bundle '" + path + "': " + what);
+        }
+        if (!mDescribedFromBundle) describe();
+    }
+    ++mUsers;
+}
+
+void SharedEffect::release() {
+    if (mUsers > 0 && --mUsers == 0 && mHost) {
+        CallerGLState caller;
+        mHost.reset();  // sends the global set-down
+    }
+}
+
+void SharedEffect::describe() {
+    EffectDescription description;
+    description.name = mHost->effectName();
+    std::string about(mHost->outData().return_msg, strnlen(mHost->outData().return_msg, PF_MAX_EFFECT_MSG_LEN));
+    for (char& c : about) {
+        if (c == '\r' || c == '\n') c = ' ';
+    }
+    description.explanation = about + " (parameters 0 to 1, each mapped linearly onto its slider's range)";
+    const std::vector<PF_ParamDef>& params = mHost->params();
+    for (size_t i = 1; i < params.size(); ++i) {
+        const PF_ParamDef& p = params[i];
+        if (p.param_type != PF_Param_FLOAT_SLIDER) continue;
+        description.sliders.emplace_back(p.name, p.u.fs_d.valid_min, p.u.fs_d.valid_max, p.u.fs_d.dephault,
+                                         unitOf(p));
+    }
+    mDescription = description;
+    mWarned.assign(mDescription.sliders.size(), false);
+    mDescribed = mDescribedFromBundle = true;
+}
+
+const EffectDescription& SharedEffect::description() {
+    if (mDescribed) return mDescription;
+    try {
+        acquire();
+        release();
+    } catch (const std::exception& e) {
+        // Kept: scanning must stay cheap, and the reason is what a user needs to see.
+        mDescription = EffectDescription{mFallbackName, std::string("cannot load: ") + e.what(), {}};
+        mDescribed = true;
+    }
+    return mDescription;
+}
+
+std::string SharedEffect::render(const std::vector<double>& values, HostWorld& input, HostWorld& output) {
+    if (!mHost) return "the effect is not set up";
+    CallerGLState caller;
+    const std::vector<PF_ParamDef>& params = mHost->params();
+    size_t slider = 0;
+    for (size_t i = 1; i < params.size() && slider < values.size(); ++i) {
+        if (params[i].param_type != PF_Param_FLOAT_SLIDER) continue;
+        mHost->setParamValue(static_cast<int>(i), mDescription.sliders[slider].toSlider(values[slider]));
+        ++slider;
+    }
+    mHost->clearViolations();
+    PF_RenderRequest request = PF_RenderRequest();
+    request.rect = PF_LRect{0, 0, input.width(), input.height()};
+    request.channel_mask = PF_ChannelMask_ARGB;
+    PF_PreRenderOutput layout = PF_PreRenderOutput();
+    PF_Err err = mHost->smartPreRender(request, layout, &input);
+    if (err) return "the pre-render failed with " + errorName(err);
+    if (layout.result_rect.right - layout.result_rect.left != output.width() ||
+        layout.result_rect.bottom - layout.result_rect.top != output.height()) {
+        return "the effect asked for an output of another size";
+    }
+    err = mHost->smartRender(&input, &output);
+    if (err) return "the render failed with " + errorName(err);
+    if (!mHost->violations().empty()) return mHost->violations().front();
+    return "";
+}
+
+bool SharedEffect::firstClampOf(size_t slider) {
+    if (slider >= mWarned.size() || mWarned[slider]) return false;
+    mWarned[slider] = true;
+    return true;
+}
+
+}  // namespace fxhost
