@@ -4,6 +4,7 @@
 Run by ctest with one group's name (InstalledTree, Frei0rHosts, Package); the paths come from
 the environment ctest sets (Tests/CMakeLists.txt). Everything is made in a temporary folder.
 """
+import ctypes
 import gzip
 import os
 import re
@@ -187,6 +188,19 @@ class Frei0rHosts(unittest.TestCase):
     def setUp(self):
         if not shutil.which("ffmpeg"):
             self.skipTest("ffmpeg is not installed")
+
+    def test_module_names_the_effect_and_the_package_version(self):
+        class PluginInfo(ctypes.Structure):  # f0r_plugin_info_t, frei0r.h 1.2
+            _fields_ = [("name", ctypes.c_char_p), ("author", ctypes.c_char_p), ("plugin_type", ctypes.c_int),
+                        ("color_model", ctypes.c_int), ("frei0r_version", ctypes.c_int),
+                        ("major_version", ctypes.c_int), ("minor_version", ctypes.c_int),
+                        ("num_params", ctypes.c_int), ("explanation", ctypes.c_char_p)]
+        module = ctypes.CDLL(os.path.join(self.prefix, "lib", "frei0r-1", MODULE + ".so"))
+        info = PluginInfo()
+        module.f0r_get_plugin_info(ctypes.byref(info))  # as MLT scans: before f0r_init
+        self.assertEqual(info.name.decode(), "Ostrivane Hue And Saturation")
+        self.assertEqual([info.major_version, info.minor_version], [int(v) for v in VERSION.split(".")[:2]])
+        self.assertEqual(info.num_params, 2)
 
     def test_ffmpeg_renders_what_fxhost_renders(self):
         got = subprocess.run(["ffmpeg", "-v", "error", "-i", SAMPLE, "-vf",
