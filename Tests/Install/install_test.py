@@ -209,6 +209,15 @@ class Frei0rHosts(unittest.TestCase):
         self.assertTrue(got == reference(self.tmp, "ffmpeg-reference.png", 90, 1.5),
                         "FFmpeg's frame differs from fxhost render at Hue Value 90, Saturation 1.5")
 
+    def test_gstreamer_finds_the_element_and_its_properties(self):
+        if not shutil.which("gst-inspect-1.0"):
+            self.skipTest("gst-inspect-1.0 is not installed")
+        env = dict(self.env, GST_REGISTRY=os.path.join(self.tmp, "registry.bin"))  # not the user's cache
+        out = run(["gst-inspect-1.0", "frei0r-filter-" + MODULE], env=env).stdout
+        self.assertRegex(out, r"Long-name\s+Ostrivane Hue And Saturation\n")
+        self.assertRegex(out, r"\n\s+hue-value\s+:")
+        self.assertRegex(out, r"\n\s+saturation\s+:")
+
     def test_melt_renders_a_kdenlive_project_with_keyframed_hue(self):
         if not shutil.which("melt"):
             self.skipTest("melt is not installed")
