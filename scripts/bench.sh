@@ -136,6 +136,10 @@ MOVIE_FX_FPS=$(awk -v a="$t0" -v b="$t1" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2
 MOVIE_FF_FPS=$(awk -v a="$t1" -v b="$t2" -v n="$SEQ_FRAMES" 'BEGIN { printf "%.2f", n / (b - a) }')
 MOVIE_SPLIT=$(grep '^per frame' "$WORK/times_movie" | sed 's/^per frame: //')
 
+# 4e. The frei0r module inside ffmpeg against fxhost render on a movie like 4d's, with the same pixels.
+log "frei0r module in ffmpeg, $SEQ_FRAMES frames at 1920x1080"
+"$ROOT/scripts/bench-frei0r.sh" "$SEQ_FRAMES" >"$WORK/frei0r"
+
 # 5. Memory and GL objects over MEM_FRAMES frames at 1080p, after 10 frames to settle.
 log "memory over $MEM_FRAMES frames"
 "$BENCH" --memory 1920x1080 "$MEM_FRAMES" >"$WORK/memory" 2>&1
@@ -178,6 +182,11 @@ r=$(ratio "${FX_FPS[1920x1080]}" "${FF_FPS[1920x1080]}")
 row "PNG sequence 1080p fps, fxhost / ffmpeg" "${FX_FPS[1920x1080]} / ${FF_FPS[1920x1080]}" "$r" ">= 0.6" "$(check "$r" ">=" 0.6)"
 r=$(ratio "$MOVIE_FX_FPS" "$MOVIE_FF_FPS")
 row "H.264 movie 1080p fps, fxhost / ffmpeg" "$MOVIE_FX_FPS / $MOVIE_FF_FPS" "$r" ">= 0.5" "$(check "$r" ">=" 0.5)"
+r=$(value frei0r_over_fxhost "$WORK/frei0r")
+row "H.264 movie 1080p fps, ffmpeg frei0r / fxhost" "$(value frei0r_fps "$WORK/frei0r") / $(value fxhost_movie_fps "$WORK/frei0r")" \
+  "$r" ">= 0.9" "$([ "$(value frei0r_same_pixels "$WORK/frei0r")" = yes ] && check "$r" ">=" 0.9 || echo "NO (pixels differ)")"
+row "H.264 movie 1080p peak RSS, frei0r / fxhost" "$(value frei0r_rss_mib "$WORK/frei0r") / $(value fxhost_movie_rss_mib "$WORK/frei0r")" \
+  "$(ratio "$(value frei0r_rss_mib "$WORK/frei0r")" "$(value fxhost_movie_rss_mib "$WORK/frei0r")")" "-" "-"
 r=$(ratio "${FX_FPS[3840x2160]}" "${FF_FPS[3840x2160]}")
 row "PNG sequence 4K fps, fxhost / ffmpeg" "${FX_FPS[3840x2160]} / ${FF_FPS[3840x2160]}" "$r" "-" "-"
 for size in 1920x1080 3840x2160; do

@@ -11,14 +11,14 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev \
   libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
-  libcpp-httplib-dev nlohmann-json3-dev >/dev/null
+  libcpp-httplib-dev nlohmann-json3-dev \
+  frei0r-plugins-dev melt gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
-# The frei0r module's header, melt and GStreamer's frei0r elements. The package and its tests:
-# CPack's DEB generator reads ELF files with `file` and works out Depends with dpkg-shlibdeps
-# (dpkg-dev); lintian checks the package; the install tests are python3 (its xml module).
-$SUDO apt-get install -y -qq --no-install-recommends frei0r-plugins-dev melt \
-  gstreamer1.0-tools gstreamer1.0-plugins-bad file dpkg-dev lintian python3 >/dev/null
+# The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works
+# out Depends with dpkg-shlibdeps (dpkg-dev); lintian checks the package; the install tests are
+# python3 (its xml module).
+$SUDO apt-get install -y -qq --no-install-recommends file dpkg-dev lintian python3 >/dev/null
 # The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
 # Tests/Browser/package-lock.json (no browser is downloaded).
 $SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -84,11 +85,18 @@ void SharedEffect::release() {
 void SharedEffect::describe() {
     EffectDescription description;
     description.name = mHost->effectName();
-    std::string about(mHost->outData().return_msg, strnlen(mHost->outData().return_msg, PF_MAX_EFFECT_MSG_LEN));
-    for (char& c : about) {
-        if (c == '\r' || c == '\n') c = ' ';
+    // The about text's lines, but a last one that only repeats the name.
+    const std::string about(mHost->outData().return_msg, strnlen(mHost->outData().return_msg, PF_MAX_EFFECT_MSG_LEN));
+    std::vector<std::string> lines;
+    size_t start = 0;
+    while (start < about.size()) {
+        const size_t end = std::min(about.find_first_of("\r\n", start), about.size());
+        if (end > start) lines.push_back(about.substr(start, end - start));
+        start = end + 1;
     }
-    description.explanation = about + " (parameters 0 to 1, each mapped linearly onto its slider's range)";
+    if (lines.size() > 1 && lines.back() == description.name) lines.pop_back();
+    for (const std::string& line : lines) description.explanation += line + "; ";
+    description.explanation += "every parameter 0 to 1, mapped linearly onto its slider's range";
     const std::vector<PF_ParamDef>& params = mHost->params();
     for (size_t i = 1; i < params.size(); ++i) {
         const PF_ParamDef& p = params[i];

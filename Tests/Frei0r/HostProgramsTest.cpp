@@ -1,0 +1,118 @@
+// The module as FFmpeg, melt and gst-launch-1.0 load it from FREI0R_PATH, held byte for byte
+// to `fxhost render` of the same RGBA frame at the same values (0.25 | 0.75 is Hue Value 90,
+// Saturation 1.5). FFmpeg 5.1 gets widths that are multiples of 16 (it pads rows to 64 bytes);
+// melt and GStreamer get odd widths.
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+
+#include "Frei0rFiles.h"
+
+namespace frei0rtest {
+
+using HostPrograms = Frei0rFolder;
+
+TEST_F(HostPrograms, FfmpegRendersWhatFxhostRenders) {
+    const std::string in = makeFrame(64, 48, "in.png");
+    const CommandResult r = runCommand("ffmpeg -nostdin -v error -i " + in + " -vf \"frei0r=" + kModuleName +
+                                       ":0.25|0.75\" -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5")) << "FFmpeg's frame differs from fxhost render's";
+}
+
+TEST_F(HostPrograms, TwoInstancesInOneGraphKeepTheirOwnSizesAndValues) {
+    const std::string a = makeFrame(64, 48, "a.png");
+    const std::string b = makeFrame(32, 16, "b.png");
+    const CommandResult r = runCommand(
+        "ffmpeg -nostdin -v error -i " + a + " -i " + b + " -filter_complex \"[0]frei0r=" + kModuleName +
+        ":0.25|0.75[a];[1]frei0r=" + kModuleName + ":0.5|0.2[b]\" -map [a] -f rawvideo -pix_fmt rgba " +
+        path("a.raw") + " -map [b] -f rawvideo -pix_fmt rgba " + path("b.raw"));
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(readBytes(path("a.raw")) == fxhostReference(a, "90", "1.5"));
+    EXPECT_TRUE(readBytes(path("b.raw")) == fxhostReference(b, "180", "0.4"));
+}
+
+TEST_F(HostPrograms, MeltWithTwoRenderThreadsAndSliceThreadsRendersEveryFrame) {
+    const std::string in = makeFrame(37, 21, "odd.png");
+    const CommandResult r = runCommand("melt -silent -profile " + meltProfile(37, 21) + " " + in +
+                                       " out=7 -filter frei0r." + kModuleName +
+                                       " 0=0.25 1=0.75 threads=3 -consumer avformat:" + path("melt.mkv") +
+                                       " vcodec=ffv1 pix_fmt=bgra an=1 real_time=-2");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string frames = rawRgba(path("melt.mkv"));
+    EXPECT_EQ(frames.size(), 8u * 37 * 21 * 4);
+    EXPECT_TRUE(frames == repeat(fxhostReference(in, "90", "1.5"), 8)) << "a frame from melt differs";
+}
+
+TEST_F(HostPrograms, GStreamerRendersWhatFxhostRenders) {
+    const std::string in = makeFrame(37, 21, "odd.png");
+    const CommandResult r = runCommand(
+        "gst-launch-1.0 -q filesrc location=" + in + " ! pngdec ! videoconvert ! video/x-raw,format=RGBA ! frei0r-filter-" +
+        kModuleName + " hue-value=0.25 saturation=0.75 ! videoconvert ! video/x-raw,format=RGBA ! fdsink");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5")) << "GStreamer's frame differs from fxhost render's";
+}
+
+TEST_F(HostPrograms, ValueOutOfRangeIsClampedWithOneWarning) {
+    const std::string in = makeFrame(37, 21, "odd.png");
+    // melt sets the parameters again before every frame: still one warning.
+    const CommandResult r = runCommand("melt -silent -profile " + meltProfile(37, 21) + " " + in +
+                                       " out=2 -filter frei0r." + kModuleName + " 0=0.25 1=1.5 -consumer avformat:" +
+                                       path("clamped.mkv") + " vcodec=ffv1 pix_fmt=bgra an=1 real_time=-1");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(rawRgba(path("clamped.mkv")) == repeat(fxhostReference(in, "90", "2"), 3));
+    const std::regex warning(kModuleName + ": parameter \"Saturation\" = 1.5 is outside 0 to 1 \\(0 to 1 maps linearly onto 0 to 2");
+    const auto found = std::distance(std::sregex_iterator(r.err.begin(), r.err.end(), warning), std::sregex_iterator());
+    EXPECT_EQ(found, 1) << r.err;
+}
+
+TEST_F(HostPrograms, InstalledModuleFindsTheBundleBesideFxhost) {
+    // PREFIX/lib/frei0r-1/NAME.so and PREFIX/lib/fxhost/BUNDLE, as the install rules lay them out.
+    const std::string prefix = path("prefix");
+    std::filesystem::create_directories(prefix + "/lib/frei0r-1");
+    std::filesystem::create_directories(prefix + "/lib/fxhost");
+    std::filesystem::copy_file(FREI0R_MODULE_PATH, prefix + "/lib/frei0r-1/" + kModuleName + ".so");
+    std::filesystem::copy_file(OSTRIVANE_BUNDLE_PATH, prefix + "/lib/fxhost/HueAndSaturation.plugin");
+    const std::string in = makeFrame(32, 8, "in.png");
+    const CommandResult r = runCommand("FREI0R_PATH=" + prefix + "/lib/frei0r-1 ffmpeg -nostdin -v error -i " + in +
+                                       " -vf \"frei0r=" + kModuleName + ":0.25|0.75\" -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5"));
+}
+
+TEST_F(HostPrograms, FramesTheEffectFailsOnPassThroughWithOneMessage) {
+    // A bundle that writes a row past its output on every frame: the host's guard bytes catch it.
+    const std::string prefix = path("prefix");
+    std::filesystem::create_directories(prefix + "/lib/frei0r-1");
+    std::filesystem::create_directories(prefix + "/lib/fxhost");
+    std::filesystem::copy_file(FREI0R_MODULE_PATH, prefix + "/lib/frei0r-1/" + kModuleName + ".so");
+    std::filesystem::copy_file(FREI0R_BROKEN_BUNDLE_PATH, prefix + "/lib/fxhost/HueAndSaturation.plugin");
+    const std::string in = makeFrame(32, 8, "in.png");
+    const CommandResult r = runCommand("FREI0R_PATH=" + prefix + "/lib/frei0r-1 ffmpeg -nostdin -v error -loop 1 -framerate 25 -i " +
+                                       in + " -frames:v 3 -vf \"frei0r=" + kModuleName +
+                                       ":0.25|0.75\" -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(r.out == repeat(rawRgba(in), 3)) << "the frames did not pass through unchanged";
+    const std::regex message(kModuleName + ": the frame at time 0 passes through unchanged: .*bytes outside the output world were written");
+    EXPECT_TRUE(std::regex_search(r.err, message)) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+}
+
+TEST_F(HostPrograms, ModuleWithoutItsBundleFailsInOneClearLine) {
+    const std::string lonely = path("lonely/lib/frei0r-1");
+    std::filesystem::create_directories(lonely);
+    std::filesystem::copy_file(FREI0R_MODULE_PATH, lonely + "/" + kModuleName + ".so");
+    const std::string in = makeFrame(16, 16, "in.png");
+    const CommandResult r = runCommand("FREI0R_PATH=" + lonely + " ffmpeg -nostdin -v error -i " + in +
+                                       " -vf frei0r=" + kModuleName + " -f rawvideo -pix_fmt rgba -");
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.status, -1) << "ffmpeg was killed by a signal";
+    EXPECT_NE(r.err.find("Impossible to load frei0r instance"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find(kModuleName + ": cannot construct an instance: no effect bundle at " + lonely +
+                         "/../fxhost/HueAndSaturation.plugin or " + lonely + "/../../bin/HueAndSaturation.plugin"),
+              std::string::npos)
+        << r.err;
+}
+
+}  // namespace frei0rtest

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# The frei0r module in FFmpeg against `fxhost render`, side by side in one run, on a 1080p
+# H.264 + AAC movie, with FFmpeg's own hue filter for context; wall time and peak resident memory
+# (/usr/bin/time -v) of each. Before timing, the module's frames are checked to be the very
+# pixels fxhost renders. Prints `key value` lines (bench.sh reads them) and a table.
+#   scripts/bench-frei0r.sh [FRAMES]     (default 48)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT=$PWD
+FRAMES=${1:-48}
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j2 --target fxhost frei0r-ostrivane-hue-and-saturation >/dev/null
+FXHOST=$ROOT/build/bin/fxhost
+export FREI0R_PATH=$ROOT/build/lib/frei0r-1
+WORK=$(mktemp -d "${TMPDIR:-/tmp}/ostrivane-frei0r-bench.XXXXXX")
+trap 'rm -rf "$WORK"' EXIT
+
+# fxhost reads an untagged stream as BT.601 at limited range, chroma sited as H.264 sites it, through
+# swscale with these flags; FFmpeg is asked for the same conversion so both feed the effect the same bytes.
+TO_RGBA="scale=in_color_matrix=bt601:in_range=tv:in_h_chr_pos=0:in_v_chr_pos=128:flags=bicubic+accurate_rnd+full_chroma_int,format=rgba"
+FREI0R="$TO_RGBA,frei0r=ostrivane-hue-and-saturation:0.25|0.75"
+SECONDS_LONG=$(awk -v n="$FRAMES" 'BEGIN { printf "%.3f", n / 24 }')
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -f lavfi -i "sine=frequency=440:sample_rate=48000" \
+  -map 0:v -map 1:a -frames:v "$FRAMES" -t "$SECONDS_LONG" -c:v libx264 -pix_fmt yuv420p -c:a aac "$WORK/movie.mp4"
+
+# Same pixels first: the effect's RGBA frames, before either encodes them.
+"$FXHOST" -q render --frames 1-4 --set "Hue Value=90" --set "Saturation=1.5" "$WORK/movie.mp4" "$WORK/fx_%04d.png"
+ffmpeg -v error -nostdin -i "$WORK/fx_%04d.png" -f rawvideo -pix_fmt rgba "$WORK/fx.raw"
+ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf "$FREI0R" -frames:v 4 -f rawvideo -pix_fmt rgba "$WORK/f0r.raw"
+if cmp -s "$WORK/fx.raw" "$WORK/f0r.raw"; then SAME=yes; else SAME=NO; fi
+
+# wall seconds and peak RSS (MiB) of one command, from /usr/bin/time -v.
+measure() {
+  local name=$1; shift
+  local t0 t1
+  t0=$(date +%s.%N)
+  /usr/bin/time -v -o "$WORK/time_$name" "$@" >/dev/null 2>"$WORK/err_$name"
+  t1=$(date +%s.%N)
+  awk -v a="$t0" -v b="$t1" -v n="$FRAMES" 'BEGIN { printf "%.2f ", n / (b - a) }'
+  awk -F': ' '/Maximum resident set size/ { printf "%.0f\n", $2 / 1024 }' "$WORK/time_$name"
+}
+read -r FX_FPS FX_RSS < <(measure fxhost "$FXHOST" render --set "Hue Value=90" --set "Saturation=1.5" \
+  "$WORK/movie.mp4" "$WORK/out_fx.mp4")
+read -r F0R_FPS F0R_RSS < <(measure frei0r ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf "$FREI0R" \
+  -c:a copy -y "$WORK/out_f0r.mp4")
+read -r HUE_FPS HUE_RSS < <(measure hue ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf hue=h=90:s=1.5 \
+  -c:a copy -y "$WORK/out_hue.mp4")
+RATIO=$(awk -v a="$F0R_FPS" -v b="$FX_FPS" 'BEGIN { printf "%.2f", a / b }')
+
+echo "frei0r_same_pixels $SAME"
+echo "frei0r_fps $F0R_FPS"
+echo "frei0r_rss_mib $F0R_RSS"
+echo "fxhost_movie_fps $FX_FPS"
+echo "fxhost_movie_rss_mib $FX_RSS"
+echo "ffmpeg_hue_fps $HUE_FPS"
+echo "ffmpeg_hue_rss_mib $HUE_RSS"
+echo "frei0r_over_fxhost $RATIO"
+echo "load_average $(cut -d' ' -f1-3 /proc/loadavg)"
+echo
+printf '| %-46s | %8s | %13s |\n' "$FRAMES frames of 1080p H.264 + AAC" "fps" "peak RSS MiB"
+printf '| %-46s | %8s | %13s |\n' "----------------------------------------------" "--------" "-------------"
+printf '| %-46s | %8s | %13s |\n' "ffmpeg -vf frei0r=ostrivane-hue-and-saturation" "$F0R_FPS" "$F0R_RSS"
+printf '| %-46s | %8s | %13s |\n' "fxhost render" "$FX_FPS" "$FX_RSS"
+printf '| %-46s | %8s | %13s |\n' "ffmpeg -vf hue (context)" "$HUE_FPS" "$HUE_RSS"
+echo "module / fxhost render: $RATIO (target >= 0.9); same pixels: $SAME"
