@@ -224,8 +224,14 @@ class Frei0rHosts(unittest.TestCase):
         frames, last = 5, "00:00:00.160"  # frames 0 to 4 at 25 fps
         run(["ffmpeg", "-v", "error", "-loop", "1", "-framerate", "25", "-i", SAMPLE, "-frames:v", str(frames),
              "-c:v", "ffv1", "-pix_fmt", "bgra", os.path.join(self.tmp, "clip.mkv")])
-        # A clip effect as Kdenlive keeps it: on the playlist's entry, keyframes as times, frei0r values.
-        hue_keys, saturation = [(0, 0.0), (frames - 1, 0.5)], 0.75
+        # What a user sets in Kdenlive's controls: the hue from 0 to 180 degrees over the clip, the
+        # saturation at 1.5. Kdenlive saves each shown value divided by the description's factor, under
+        # the description's parameter name, on the playlist's entry, keyframes as times.
+        description = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
+                                            "frei0r_%s.xml" % MODULE)).getroot()
+        controls = {p.findtext("name"): (p.get("name"), float(p.get("factor"))) for p in description.iter("parameter")}
+        hue_keys, saturation = [(0, 0.0), (frames - 1, 180.0)], 1.5
+        (hue_name, hue_factor), (saturation_name, saturation_factor) = controls["Hue Value"], controls["Saturation"]
         project = os.path.join(self.tmp, "project.kdenlive")
         with open(project, "w") as f:
             f.write("""<?xml version="1.0" encoding="utf-8"?>
@@ -243,8 +249,8 @@ class Frei0rHosts(unittest.TestCase):
    <filter id="filter0">
     <property name="mlt_service">frei0r.{module}</property>
     <property name="kdenlive_id">frei0r.{module}</property>
-    <property name="0">00:00:00.000={h0};{last}={h1}</property>
-    <property name="1">{saturation}</property>
+    <property name="{hue_name}">00:00:00.000={h0:g};{last}={h1:g}</property>
+    <property name="{saturation_name}">{saturation:g}</property>
     <property name="kdenlive:collapsed">0</property>
    </filter>
   </entry>
@@ -253,8 +259,9 @@ class Frei0rHosts(unittest.TestCase):
   <track producer="playlist0"/>
  </tractor>
 </mlt>
-""".format(root=self.tmp, last=last, frames=frames, module=MODULE, h0=hue_keys[0][1], h1=hue_keys[1][1],
-                       saturation=saturation))
+""".format(root=self.tmp, last=last, frames=frames, module=MODULE, hue_name=hue_name,
+                       h0=hue_keys[0][1] / hue_factor, h1=hue_keys[1][1] / hue_factor,
+                       saturation_name=saturation_name, saturation=saturation / saturation_factor))
         out = os.path.join(self.tmp, "melt.mkv")
         run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
              "real_time=-1"], cwd=self.tmp, env=self.env)
@@ -264,8 +271,8 @@ class Frei0rHosts(unittest.TestCase):
         for n in range(frames):
             with self.subTest(frame=n):
                 (f0, v0), (f1, v1) = hue_keys
-                hue = 360 * (v0 + (v1 - v0) * (n - f0) / (f1 - f0))  # 0, 45, 90, 135, 180 degrees
-                expected = reference(self.tmp, "melt-%d.png" % n, hue, 2 * saturation)
+                hue = v0 + (v1 - v0) * (n - f0) / (f1 - f0)  # 0, 45, 90, 135, 180 degrees
+                expected = reference(self.tmp, "melt-%d.png" % n, hue, saturation)
                 self.assertTrue(pixels[n * size:(n + 1) * size] == expected,
                                 "frame %d differs from fxhost render at Hue Value %g" % (n, hue))
 
