@@ -229,9 +229,11 @@ class Frei0rHosts(unittest.TestCase):
         # the description's parameter name, on the playlist's entry, keyframes as times.
         description = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
                                             "frei0r_%s.xml" % MODULE)).getroot()
-        controls = {p.findtext("name"): (p.get("name"), float(p.get("factor"))) for p in description.iter("parameter")}
+        controls = {p.findtext("name"): (p.get("name"), float(p.get("factor")))
+                    for p in description.iter("parameter")}
         hue_keys, saturation = [(0, 0.0), (frames - 1, 180.0)], 1.5
-        (hue_name, hue_factor), (saturation_name, saturation_factor) = controls["Hue Value"], controls["Saturation"]
+        hue_name, hue_factor = controls["Hue Value"]
+        saturation_name, saturation_factor = controls["Saturation"]
         project = os.path.join(self.tmp, "project.kdenlive")
         with open(project, "w") as f:
             f.write("""<?xml version="1.0" encoding="utf-8"?>
