@@ -30,12 +30,13 @@ install(FILES ${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.
 # The changelog and the manual page go compressed, as Debian wants them: gzip -9n, no name or
 # time in the header, so the same sources give the same bytes.
 find_program(GZIP_PROGRAM gzip REQUIRED)
+# The manual page names the project's version; the changelog's newest entry is bumped by hand.
 set(packaging_out ${CMAKE_BINARY_DIR}/packaging)
+configure_file(${CMAKE_SOURCE_DIR}/packaging/fxhost.1.in ${packaging_out}/fxhost.1 @ONLY)
 add_custom_command(OUTPUT ${packaging_out}/changelog.gz ${packaging_out}/fxhost.1.gz
-  COMMAND ${CMAKE_COMMAND} -E make_directory ${packaging_out}
   COMMAND ${GZIP_PROGRAM} -9nc ${CMAKE_SOURCE_DIR}/packaging/changelog > ${packaging_out}/changelog.gz
-  COMMAND ${GZIP_PROGRAM} -9nc ${CMAKE_SOURCE_DIR}/packaging/fxhost.1 > ${packaging_out}/fxhost.1.gz
-  DEPENDS ${CMAKE_SOURCE_DIR}/packaging/changelog ${CMAKE_SOURCE_DIR}/packaging/fxhost.1)
+  COMMAND ${GZIP_PROGRAM} -9nc ${packaging_out}/fxhost.1 > ${packaging_out}/fxhost.1.gz
+  DEPENDS ${CMAKE_SOURCE_DIR}/packaging/changelog ${packaging_out}/fxhost.1)
 add_custom_target(fxhost_packaging_files ALL
   DEPENDS ${packaging_out}/changelog.gz ${packaging_out}/fxhost.1.gz)
 add_dependencies(fxhost fxhost_packaging_files)
