@@ -15,6 +15,10 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   frei0r-plugins-dev melt gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
+# The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works
+# out Depends with dpkg-shlibdeps (dpkg-dev); lintian checks the package; the install tests are
+# python3 (its xml module).
+$SUDO apt-get install -y -qq --no-install-recommends file dpkg-dev lintian python3 >/dev/null
 # The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
 # Tests/Browser/package-lock.json (no browser is downloaded).
 $SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace fxhost {
@@ -32,7 +33,13 @@ std::string Bundle::besideExecutable() {
         dir.assign(buffer, static_cast<size_t>(length));
         dir = dir.substr(0, dir.find_last_of('/'));
     }
-    return dir + "/HueAndSaturation.plugin";
+    // In the build tree the bundle is built beside the program; installed, the program is in
+    // PREFIX/bin and the bundle in PREFIX/lib/fxhost (cmake/Install.cmake), whatever the prefix.
+    const std::string beside = dir + "/HueAndSaturation.plugin";
+    const std::string installed =
+        (std::filesystem::path(dir).parent_path() / "lib/fxhost/HueAndSaturation.plugin").string();
+    if (access(beside.c_str(), F_OK) != 0 && access(installed.c_str(), F_OK) == 0) return installed;
+    return beside;
 }
 
 }  // namespace fxhost

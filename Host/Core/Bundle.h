@@ -16,7 +16,9 @@ public:
     const std::string& path() const { return mPath; }
     PF_EntryPointFunc entryPoint() const { return mEntryPoint; }
 
-    // The bundle built beside the running program (bin/HueAndSaturation.plugin).
+    // The bundle beside the running program (build/bin/HueAndSaturation.plugin), else the
+    // installed one, ../lib/fxhost/HueAndSaturation.plugin from the program's folder; where
+    // neither is there, the one beside it, so the error names the build tree's path.
     static std::string besideExecutable();
 
 private:

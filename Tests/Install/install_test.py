@@ -1,0 +1,344 @@
+#!/usr/bin/env python3
+"""The installed tree, the frei0r hosts reaching the installed module, and the Debian package.
+
+Run by ctest with one group's name (InstalledTree, Frei0rHosts, Package); the paths come from
+the environment ctest sets (Tests/CMakeLists.txt). Everything is made in a temporary folder.
+"""
+import ctypes
+import gzip
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as ET
+
+BUILD = os.environ["FXHOST_BUILD_DIR"]
+SOURCE = os.environ["FXHOST_SOURCE_DIR"]
+VERSION = os.environ["FXHOST_VERSION"]
+CMAKE = os.environ.get("FXHOST_CMAKE", "cmake")
+CPACK = os.environ.get("FXHOST_CPACK", "cpack")
+BUILD_FXHOST = os.path.join(BUILD, "bin", "fxhost")
+BUILD_BUNDLE = os.path.join(BUILD, "bin", "HueAndSaturation.plugin")
+SAMPLE = os.path.join(SOURCE, "samples", "colours.png")  # 192 x 128: FFmpeg's rows come unpadded
+MODULE = "ostrivane-hue-and-saturation"
+
+# What an installation holds, relative to its prefix, and nothing else.
+INSTALLED_FILES = {
+    "bin/fxhost": 0o755,
+    "lib/fxhost/HueAndSaturation.plugin": 0o644,
+    "lib/frei0r-1/ostrivane-hue-and-saturation.so": 0o644,
+    "share/doc/fxhost/README.md": 0o644,
+    "share/doc/fxhost/copyright": 0o644,
+    "share/doc/fxhost/changelog.gz": 0o644,
+    "share/man/man1/fxhost.1.gz": 0o644,
+    "share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml": 0o644,
+}
+
+
+def run(args, cwd=None, env=None, check=True):
+    result = subprocess.run(args, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                            text=True, timeout=300)
+    if check and result.returncode != 0:
+        raise AssertionError("%s exited %d\n%s%s" % (" ".join(args), result.returncode,
+                                                     result.stdout, result.stderr))
+    return result
+
+
+def clean_env(**extra):
+    """The environment of a user who has set nothing for fxhost or frei0r."""
+    env = {k: v for k, v in os.environ.items()
+           if not k.startswith(("FREI0R", "MLT_", "FXHOST", "LD_"))}
+    env.update(extra)
+    return env
+
+
+def rgba(image):
+    """An image's pixels as RGBA bytes, decoded by FFmpeg."""
+    return subprocess.run(["ffmpeg", "-v", "error", "-i", image, "-f", "rawvideo", "-pix_fmt", "rgba", "-"],
+                          stdout=subprocess.PIPE, check=True).stdout
+
+
+def reference(folder, name, hue, saturation):
+    """The sample through the build tree's fxhost and bundle, as RGBA bytes."""
+    out = os.path.join(folder, name)
+    run([BUILD_FXHOST, "-q", "render", "--plugin", BUILD_BUNDLE, "--set", "Hue Value=%g" % hue,
+         "--set", "Saturation=%g" % saturation, SAMPLE, out])
+    return rgba(out)
+
+
+def effect_table(fxhost):
+    """The effect's name and sliders as `fxhost info` prints them: [(index, name, min, max, default)]."""
+    out = run([fxhost, "info"], env=clean_env()).stdout
+    name = out.split("\n\n")[0].strip().splitlines()[-1]
+    sliders = [(int(m[1]), m[2], float(m[3]), float(m[4]), float(m[5])) for m in re.finditer(
+        r"^\s*(\d+)\s+(.+?)\s+float slider\s+valid (\S+) to (\S+)\s+slider .*?default (\S+)", out, re.M)]
+    return name, sliders
+
+
+def installed_prefix(folder):
+    prefix = os.path.join(folder, "prefix")
+    run([CMAKE, "--install", BUILD, "--prefix", prefix])
+    return prefix
+
+
+class InstalledTree(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.tmp = tempfile.mkdtemp(prefix="fxhost-install-")
+        cls.prefix = installed_prefix(cls.tmp)
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.tmp)
+
+    def test_installs_exactly_its_files(self):
+        found, folders = {}, set()
+        for root, dirs, files in os.walk(self.prefix):
+            for d in dirs:
+                folders.add(os.path.relpath(os.path.join(root, d), self.prefix))
+            for f in files:
+                path = os.path.join(root, f)
+                found[os.path.relpath(path, self.prefix)] = os.lstat(path).st_mode & 0o7777
+        self.assertEqual(found, INSTALLED_FILES)
+        expected_folders = {os.path.dirname(f) for f in INSTALLED_FILES}
+        expected_folders |= {p for f in expected_folders for p in self._parents(f)}
+        self.assertEqual(folders, expected_folders)
+
+    @staticmethod
+    def _parents(path):
+        while "/" in path:
+            path = os.path.dirname(path)
+            yield path
+
+    def test_fxhost_moved_to_another_prefix_finds_its_bundle(self):
+        moved = os.path.join(self.tmp, "elsewhere", "opt")
+        shutil.copytree(self.prefix, moved, symlinks=True)
+        cwd = tempfile.mkdtemp(dir=self.tmp)
+        fxhost = os.path.join(moved, "bin", "fxhost")
+        self.assertEqual(run([fxhost, "--version"], cwd=cwd, env=clean_env()).stdout.strip(),
+                         "fxhost " + VERSION)
+        name, sliders = effect_table(fxhost)
+        self.assertEqual(name, "Ostrivane Hue And Saturation")
+        self.assertEqual([s[1] for s in sliders], ["Hue Value", "Saturation"])
+        out = os.path.join(cwd, "out.png")
+        run([fxhost, "-q", "render", "--set", "Hue Value=90", "--set", "Saturation=1.5", SAMPLE, "out.png"],
+            cwd=cwd, env=clean_env())
+        self.assertEqual(rgba(out), reference(self.tmp, "reference.png", 90, 1.5))
+
+    def test_fxhost_without_its_bundle_names_where_it_looked(self):
+        lonely = os.path.join(self.tmp, "lonely", "bin")
+        os.makedirs(lonely)
+        shutil.copy2(os.path.join(self.prefix, "bin", "fxhost"), lonely)
+        result = run([os.path.join(lonely, "fxhost"), "info"], env=clean_env(), check=False)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(os.path.join(lonely, "HueAndSaturation.plugin"), result.stderr)
+
+    def test_changelog_and_manual_carry_the_version(self):
+        doc = os.path.join(self.prefix, "share", "doc", "fxhost")
+        with gzip.open(os.path.join(doc, "changelog.gz"), "rt") as changelog:
+            self.assertEqual(changelog.readline().split()[:2], ["fxhost", "(%s)" % VERSION])
+        with gzip.open(os.path.join(self.prefix, "share", "man", "man1", "fxhost.1.gz"), "rt") as page:
+            self.assertIn('"fxhost %s"' % VERSION, page.readline())
+        with open(os.path.join(doc, "copyright")) as copyright:
+            self.assertTrue(copyright.readline().startswith("Format: https://www.debian.org/doc/"))
+
+    def test_kdenlive_description_maps_each_slider_onto_its_range(self):
+        name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
+        root = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
+                                     "frei0r_%s.xml" % MODULE)).getroot()
+        self.assertEqual(root.tag, "effect")
+        self.assertEqual(root.get("tag"), "frei0r." + MODULE)
+        self.assertEqual(root.get("id"), "frei0r." + MODULE)
+        self.assertEqual(root.findtext("name"), name)
+        parameters = root.findall("parameter")
+        self.assertEqual(len(parameters), len(sliders))
+        # frei0r parameter i is the effect's slider i + 1 (0 is the input layer), 0 to 1 over its
+        # range: Kdenlive shows value x factor + offset, and keeps the frei0r value as default.
+        for number, (parameter, (index, label, low, high, default)) in enumerate(zip(parameters, sliders)):
+            with self.subTest(parameter=label):
+                self.assertEqual(index, number + 1)
+                self.assertEqual(parameter.get("name"), str(number))
+                self.assertEqual(parameter.get("type"), "animated")  # keyframable
+                self.assertEqual(parameter.findtext("name"), label)
+                self.assertEqual(float(parameter.get("min")), low)
+                self.assertEqual(float(parameter.get("max")), high)
+                self.assertEqual(float(parameter.get("factor")), high - low)
+                self.assertEqual(float(parameter.get("offset", "0")), low)
+                self.assertAlmostEqual(float(parameter.get("default")), (default - low) / (high - low))
+
+
+class Frei0rHosts(unittest.TestCase):
+    """FFmpeg and melt reach the installed module (and through it the installed bundle)."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tmp = tempfile.mkdtemp(prefix="fxhost-frei0r-")
+        # Installed, then moved: the module finds its bundle from where it is, not where it was put.
+        cls.prefix = os.path.join(cls.tmp, "moved")
+        shutil.move(installed_prefix(cls.tmp), cls.prefix)
+        cls.env = clean_env(FREI0R_PATH=os.path.join(cls.prefix, "lib", "frei0r-1"))
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.tmp)
+
+    def setUp(self):
+        if not shutil.which("ffmpeg"):
+            self.skipTest("ffmpeg is not installed")
+
+    def test_module_names_the_effect_and_the_package_version(self):
+        class PluginInfo(ctypes.Structure):  # f0r_plugin_info_t, frei0r.h 1.2
+            _fields_ = [("name", ctypes.c_char_p), ("author", ctypes.c_char_p), ("plugin_type", ctypes.c_int),
+                        ("color_model", ctypes.c_int), ("frei0r_version", ctypes.c_int),
+                        ("major_version", ctypes.c_int), ("minor_version", ctypes.c_int),
+                        ("num_params", ctypes.c_int), ("explanation", ctypes.c_char_p)]
+        module = ctypes.CDLL(os.path.join(self.prefix, "lib", "frei0r-1", MODULE + ".so"))
+        info = PluginInfo()
+        module.f0r_get_plugin_info(ctypes.byref(info))  # as MLT scans: before f0r_init
+        self.assertEqual(info.name.decode(), "Ostrivane Hue And Saturation")
+        self.assertEqual([info.major_version, info.minor_version], [int(v) for v in VERSION.split(".")[:2]])
+        self.assertEqual(info.num_params, 2)
+
+    def test_ffmpeg_renders_what_fxhost_renders(self):
+        got = subprocess.run(["ffmpeg", "-v", "error", "-i", SAMPLE, "-vf",
+                              "format=rgba,frei0r=%s:0.25|0.75" % MODULE, "-f", "rawvideo", "-pix_fmt",
+                              "rgba", "-"], env=self.env, stdout=subprocess.PIPE, check=True).stdout
+        self.assertTrue(got == reference(self.tmp, "ffmpeg-reference.png", 90, 1.5),
+                        "FFmpeg's frame differs from fxhost render at Hue Value 90, Saturation 1.5")
+
+    def test_gstreamer_finds_the_element_and_its_properties(self):
+        if not shutil.which("gst-inspect-1.0"):
+            self.skipTest("gst-inspect-1.0 is not installed")
+        env = dict(self.env, GST_REGISTRY=os.path.join(self.tmp, "registry.bin"))  # not the user's cache
+        out = run(["gst-inspect-1.0", "frei0r-filter-" + MODULE], env=env).stdout
+        self.assertRegex(out, r"Long-name\s+Ostrivane Hue And Saturation\n")
+        self.assertRegex(out, r"\n\s+hue-value\s+:")
+        self.assertRegex(out, r"\n\s+saturation\s+:")
+
+    def test_melt_renders_a_kdenlive_project_with_keyframed_hue(self):
+        if not shutil.which("melt"):
+            self.skipTest("melt is not installed")
+        frames, last = 5, "00:00:00.160"  # frames 0 to 4 at 25 fps
+        run(["ffmpeg", "-v", "error", "-loop", "1", "-framerate", "25", "-i", SAMPLE, "-frames:v", str(frames),
+             "-c:v", "ffv1", "-pix_fmt", "bgra", os.path.join(self.tmp, "clip.mkv")])
+        # What a user sets in Kdenlive's controls: the hue from 0 to 180 degrees over the clip, the
+        # saturation at 1.5. Kdenlive saves each shown value divided by the description's factor, under
+        # the description's parameter name, on the playlist's entry, keyframes as times.
+        description = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
+                                            "frei0r_%s.xml" % MODULE)).getroot()
+        controls = {p.findtext("name"): (p.get("name"), float(p.get("factor")))
+                    for p in description.iter("parameter")}
+        hue_keys, saturation = [(0, 0.0), (frames - 1, 180.0)], 1.5
+        hue_name, hue_factor = controls["Hue Value"]
+        saturation_name, saturation_factor = controls["Saturation"]
+        project = os.path.join(self.tmp, "project.kdenlive")
+        with open(project, "w") as f:
+            f.write("""<?xml version="1.0" encoding="utf-8"?>
+<mlt LC_NUMERIC="C" producer="main_bin" version="7.12.0" root="{root}">
+ <profile description="192x128 25 fps" width="192" height="128" progressive="1" sample_aspect_num="1"
+  sample_aspect_den="1" display_aspect_num="3" display_aspect_den="2" frame_rate_num="25" frame_rate_den="1"
+  colorspace="709"/>
+ <producer id="producer0" in="00:00:00.000" out="{last}">
+  <property name="length">{frames}</property>
+  <property name="resource">clip.mkv</property>
+  <property name="mlt_service">avformat</property>
+ </producer>
+ <playlist id="playlist0">
+  <entry producer="producer0" in="00:00:00.000" out="{last}">
+   <filter id="filter0">
+    <property name="mlt_service">frei0r.{module}</property>
+    <property name="kdenlive_id">frei0r.{module}</property>
+    <property name="{hue_name}">00:00:00.000={h0:g};{last}={h1:g}</property>
+    <property name="{saturation_name}">{saturation:g}</property>
+    <property name="kdenlive:collapsed">0</property>
+   </filter>
+  </entry>
+ </playlist>
+ <tractor id="tractor0" in="00:00:00.000" out="{last}">
+  <track producer="playlist0"/>
+ </tractor>
+</mlt>
+""".format(root=self.tmp, last=last, frames=frames, module=MODULE, hue_name=hue_name,
+                       h0=hue_keys[0][1] / hue_factor, h1=hue_keys[1][1] / hue_factor,
+                       saturation_name=saturation_name, saturation=saturation / saturation_factor))
+        out = os.path.join(self.tmp, "melt.mkv")
+        run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
+             "real_time=-1"], cwd=self.tmp, env=self.env)
+        pixels = rgba(out)
+        size = 192 * 128 * 4
+        self.assertEqual(len(pixels), frames * size)
+        for n in range(frames):
+            with self.subTest(frame=n):
+                (f0, v0), (f1, v1) = hue_keys
+                hue = v0 + (v1 - v0) * (n - f0) / (f1 - f0)  # 0, 45, 90, 135, 180 degrees
+                expected = reference(self.tmp, "melt-%d.png" % n, hue, saturation)
+                self.assertTrue(pixels[n * size:(n + 1) * size] == expected,
+                                "frame %d differs from fxhost render at Hue Value %g" % (n, hue))
+
+
+class Package(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.tmp = tempfile.mkdtemp(prefix="fxhost-package-")
+        run([CPACK, "-G", "DEB", "--config", os.path.join(BUILD, "CPackConfig.cmake"), "-B", cls.tmp])
+        arch = run(["dpkg", "--print-architecture"]).stdout.strip()
+        cls.deb = os.path.join(cls.tmp, "fxhost_%s_%s.deb" % (VERSION, arch))
+        cls.arch = arch
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.tmp)
+
+    def test_holds_the_installed_files_under_usr_and_nothing_else(self):
+        listing = run(["dpkg-deb", "-c", self.deb]).stdout.splitlines()
+        entries = {}
+        for line in listing:
+            mode, owner, _size, _date, _time, path = line.split(None, 5)
+            self.assertEqual(owner, "root/root", line)
+            entries[path] = mode
+        expected = {"./usr/" + f: "-" + self._mode(m) for f, m in INSTALLED_FILES.items()}
+        for f in list(expected):
+            folder = os.path.dirname(f)
+            while folder != ".":
+                expected[folder + "/"] = "d" + self._mode(0o755)
+                folder = os.path.dirname(folder)
+        self.assertEqual(entries, expected)
+
+    @staticmethod
+    def _mode(bits):
+        return "".join(c if bits & (1 << (8 - i)) else "-" for i, c in enumerate("rwxrwxrwx"))
+
+    def test_control_names_version_dependencies_and_hosts(self):
+        fields = {}
+        for name in ["Package", "Version", "Architecture", "Maintainer", "Depends", "Recommends", "Enhances",
+                     "Section"]:
+            fields[name] = run(["dpkg-deb", "-f", self.deb, name]).stdout.strip()
+        self.assertEqual(fields["Package"], "fxhost")
+        self.assertEqual(fields["Version"], VERSION)
+        self.assertEqual(fields["Architecture"], self.arch)
+        self.assertRegex(fields["Maintainer"], r"^[^<>]+ <[^@<>\s]+@[^@<>\s]+>$")
+        self.assertEqual(fields["Section"], "video")
+        # Worked out by dpkg-shlibdeps from what fxhost, the bundle and the module link.
+        depends = {d.split()[0] for d in fields["Depends"].split(", ")}
+        self.assertTrue({"libc6", "libstdc++6", "libegl1", "libopenimageio2.4", "libavformat59"} <= depends,
+                        fields["Depends"])
+        self.assertIn("libgl1-mesa-dri", fields["Recommends"])
+        self.assertEqual(set(fields["Enhances"].split(", ")), {"ffmpeg", "gstreamer1.0-plugins-bad", "kdenlive",
+                                                               "melt"})
+        # No maintainer scripts: plug-ins need no ldconfig, and apt's remove takes the files.
+        control = run(["dpkg-deb", "-I", self.deb]).stdout
+        self.assertNotRegex(control, r"\b(preinst|postinst|prerm|postrm)\b")
+
+    def test_lintian_finds_no_error_or_warning(self):
+        if not shutil.which("lintian"):
+            self.skipTest("lintian is not installed")
+        result = run(["lintian", "--tag-display-limit", "0", self.deb], check=False)
+        complaints = [l for l in result.stdout.splitlines() if l.startswith(("E:", "W:"))]
+        self.assertEqual(complaints, [], result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], "-v"] + sys.argv[1:])

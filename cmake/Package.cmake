@@ -1,0 +1,39 @@
+# `cpack -G DEB` in the build folder: one package, fxhost, for the host, the effect bundle and
+# its frei0r module, installed under /usr, its version the project's own.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME fxhost)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VENDOR "Ostrivane")
+set(CPACK_PACKAGE_CONTACT "Ostrivane packaging <packaging@ostrivane.example>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "hue and saturation video effect, its headless host and frei0r module")
+set(CPACK_PACKAGE_DESCRIPTION
+  "Ostrivane Hue And Saturation turns the hue of every pixel in YIQ space
+and mixes its saturation against its luminance, on the GPU through OpenGL
+(EGL, headless).
+
+This package holds the effect bundle; fxhost, a command-line host that
+renders images, sequences and movies through it; and a frei0r module that
+puts the effect into FFmpeg (-vf frei0r), MLT (melt, Kdenlive) and
+GStreamer. Kdenlive shows the effect's controls in degrees and its own
+units.")
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)  # fxhost_VERSION_ARCH.deb
+set(CPACK_DEBIAN_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)  # Depends from the libraries the ELF files link, by dpkg-shlibdeps
+# The effect renders through EGL: a GPU's driver where there is one, Mesa's llvmpipe otherwise.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
+# The programs that load frei0r modules, and the editor that reads the effect's description.
+set(CPACK_DEBIAN_PACKAGE_ENHANCES "ffmpeg, gstreamer1.0-plugins-bad, kdenlive, melt")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# CPack adds postinst and postrm scripts that run ldconfig for any shared object under /usr/lib,
+# though the bundle and the module are plug-ins the dynamic linker never looks for: a Debian
+# package of plug-ins has no maintainer scripts. Naming a postinst and postrm that do not exist
+# turns CPack's off, and CPack leaves the missing files out.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/packaging/no-scripts/postinst
+  ${CMAKE_BINARY_DIR}/packaging/no-scripts/postrm)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+
+include(CPack)
