@@ -83,8 +83,11 @@ void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
         const bool alpha = description->nb_components == 4;
         uint8_t* const pixels = static_cast<uint8_t*>(static_cast<void*>(world.def()->data));
         for (int y = 0; y < frame.height; ++y) {
-            auto at = [&](int plane) { return planes->data[plane] + static_cast<ptrdiff_t>(y) * planes->linesize[plane]; };
-            mMatrix->row(at(0), at(1), at(2), alpha ? at(3) : nullptr, pixels + static_cast<ptrdiff_t>(y) * world.rowbytes(), frame.width);
+            auto at = [&](int plane) {
+                return planes->data[plane] + static_cast<ptrdiff_t>(y) * planes->linesize[plane];
+            };
+            mMatrix->row(at(0), at(1), at(2), alpha ? at(3) : nullptr,
+                         pixels + static_cast<ptrdiff_t>(y) * world.rowbytes(), frame.width);
         }
         return;
     }
