@@ -65,8 +65,8 @@ TEST_F(PassThroughMovie, RoundTripLosesNoMoreThanBeforeWithTheStreamsMatrixAndRa
         const char* probed;  // ffprobe's range and matrix
         double bound;
     } cases[] = {
-        {"bt709.mkv", "bt709", "tv", "-colorspace bt709 -color_primaries bt709 -color_trc bt709 -color_range tv",
-         "tv,bt709", 38.9},
+        {"bt709.mkv", "bt709", "tv",
+         "-colorspace bt709 -color_primaries bt709 -color_trc bt709 -color_range tv", "tv,bt709", 38.9},
         {"bt601full.mkv", "bt601", "pc", "-colorspace smpte170m -color_range pc", "pc,smpte170m", 37.6},
     };
     const size_t frameBytes = 320 * 180 * 3 / 2;
@@ -74,7 +74,8 @@ TEST_F(PassThroughMovie, RoundTripLosesNoMoreThanBeforeWithTheStreamsMatrixAndRa
         const std::string source = dir + "/" + c.name, output = dir + "/out/" + c.name;
         ASSERT_EQ(makeClip(source, std::string("-f lavfi -i testsrc2=size=320x180:rate=25:duration=0.4 -vf "
                                                "\"scale=out_color_matrix=") +
-                                       c.matrix + ":out_range=" + c.range + ",format=yuv420p\" -c:v ffv1 " + c.tags),
+                                       c.matrix + ":out_range=" + c.range + ",format=yuv420p\" -c:v ffv1 " +
+                                       c.tags),
                   "");
         const CommandResult r = runCommand(kFxhost + " render -q --plugin " + kPassThrough +
                                            " --codec ffv1 --pix-fmt yuv420p " + source + " " + output);
@@ -93,17 +94,19 @@ TEST_F(PassThroughMovie, RoundTripLosesNoMoreThanBeforeWithTheStreamsMatrixAndRa
 // frames rendered by the effect, pixel for pixel.
 TEST_F(PassThroughMovie, TheEffectSeesAMoviesFramesAsItSeesTheSameImages) {
     const std::string clip = dir + "/clip.mp4";
-    ASSERT_EQ(makeClip(clip, "-f lavfi -i testsrc2=size=160x90:rate=25:duration=0.24 -c:v libx264 -pix_fmt yuv420p "
-                             "-bf 2 -colorspace bt709 -color_primaries bt709 -color_trc bt709"),
+    ASSERT_EQ(makeClip(clip,
+                       "-f lavfi -i testsrc2=size=160x90:rate=25:duration=0.24 -c:v libx264 -pix_fmt yuv420p "
+                       "-bf 2 -colorspace bt709 -color_primaries bt709 -color_trc bt709"),
               "");
     const std::string settings = " --set \"Hue Value=90\" --set Saturation=1.5 ";
-    const CommandResult decoded =
-        runCommand(kFxhost + " render -q --plugin " + kPassThrough + " " + clip + " " + dir + "/decoded_%04d.png");
+    const CommandResult decoded = runCommand(kFxhost + " render -q --plugin " + kPassThrough + " " + clip +
+                                             " " + dir + "/decoded_%04d.png");
     ASSERT_EQ(decoded.status, 0) << decoded.err;
-    const CommandResult movie = runCommand(kFxhost + " render -q" + settings + clip + " " + dir + "/out/movie_%04d.png");
+    const CommandResult movie =
+        runCommand(kFxhost + " render -q" + settings + clip + " " + dir + "/out/movie_%04d.png");
     ASSERT_EQ(movie.status, 0) << movie.err;
-    const CommandResult images =
-        runCommand(kFxhost + " render -q" + settings + dir + "/decoded_%04d.png " + dir + "/out/images_%04d.png");
+    const CommandResult images = runCommand(kFxhost + " render -q" + settings + dir + "/decoded_%04d.png " +
+                                            dir + "/out/images_%04d.png");
     ASSERT_EQ(images.status, 0) << images.err;
     ASSERT_EQ(filesIn(dir + "/out").size(), 12u);
     for (int frame = 1; frame <= 6; ++frame) {
@@ -112,7 +115,8 @@ TEST_F(PassThroughMovie, TheEffectSeesAMoviesFramesAsItSeesTheSameImages) {
                   "")
             << "frame " << frame;
         // Not a vacuous match: the effect changed the frame.
-        EXPECT_NE(samePixels(frameName(dir + "/out/movie_%04d.png", frame), frameName(dir + "/decoded_%04d.png", frame)),
+        EXPECT_NE(samePixels(frameName(dir + "/out/movie_%04d.png", frame),
+                             frameName(dir + "/decoded_%04d.png", frame)),
                   "");
     }
 }

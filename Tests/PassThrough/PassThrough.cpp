@@ -43,8 +43,8 @@ PF_Err Render(PF_InData* in, PF_SmartRenderExtra* extra) {
     const char* from = static_cast<const char*>(static_cast<const void*>(input->data));
     char* to = static_cast<char*>(static_cast<void*>(output->data));
     for (A_long y = 0; y < input->height; ++y) {
-        std::memcpy(to + static_cast<size_t>(y) * output->rowbytes, from + static_cast<size_t>(y) * input->rowbytes,
-                    row);
+        std::memcpy(to + static_cast<size_t>(y) * output->rowbytes,
+                    from + static_cast<size_t>(y) * input->rowbytes, row);
     }
     return extra->cb->checkin_layer_pixels(in->effect_ref, 0);
 }
@@ -56,14 +56,20 @@ extern "C" __attribute__((visibility("default"))) PF_Err EntryPointFunc(PF_Cmd c
                                                                         PF_LayerDef*, void* extra) {
     if (!in || !out) return PF_Err_BAD_CALLBACK_PARAM;
     switch (cmd) {
-        case PF_Cmd_ABOUT: return About(out);
+        case PF_Cmd_ABOUT:
+            return About(out);
         case PF_Cmd_GLOBAL_SETUP:
             out->out_flags = 0;
             out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
             return PF_Err_NONE;
-        case PF_Cmd_PARAMS_SETUP: out->num_params = 1; return PF_Err_NONE;
-        case PF_Cmd_SMART_PRE_RENDER: return PreRender(in, static_cast<PF_PreRenderExtra*>(extra));
-        case PF_Cmd_SMART_RENDER: return Render(in, static_cast<PF_SmartRenderExtra*>(extra));
-        default: return PF_Err_NONE;
+        case PF_Cmd_PARAMS_SETUP:
+            out->num_params = 1;
+            return PF_Err_NONE;
+        case PF_Cmd_SMART_PRE_RENDER:
+            return PreRender(in, static_cast<PF_PreRenderExtra*>(extra));
+        case PF_Cmd_SMART_RENDER:
+            return Render(in, static_cast<PF_SmartRenderExtra*>(extra));
+        default:
+            return PF_Err_NONE;
     }
 }
