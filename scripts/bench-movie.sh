@@ -74,7 +74,7 @@ row "fps, fxhost pass-through / ffmpeg hue" "$(fps pass) / $(fps hue)" "$r" ">= 
 r=$(median_ratio hue effect 1)
 row "fps, fxhost effect (llvmpipe) / ffmpeg hue" "$(fps effect) / $(fps hue)" "$r" "-" "-"
 r=$(median_ratio pass copy 3)
-row "CPU s (user + system), fxhost pass-through / ffmpeg copy" "$(median pass 3) / $(median copy 3)" "$r" "-" "-"
+row "CPU s (user + system), fxhost pass-through / ffmpeg copy" "$(printf '%.2f / %.2f' "$(median pass 3)" "$(median copy 3)")" "$r" "-" "-"
 r=$(median_ratio pass copy 2)
 row "peak RSS MiB, fxhost pass-through / ffmpeg copy" "$(mib pass) / $(mib copy)" "$r" "<= 1.2" "$(check "$r" "<=" 1.2)"
 r=$(median_ratio effect hue 2)
@@ -87,7 +87,7 @@ if [ -n "$BEFORE" ]; then
   r=$(median_ratio hue before_effect 1)
   row "before: fps, effect / ffmpeg hue" "$(fps before_effect) / $(fps hue)" "$r" "-" "-"
   r=$(median_ratio before_pass copy 3)
-  row "before: CPU s, pass-through / ffmpeg copy" "$(median before_pass 3) / $(median copy 3)" "$r" "-" "-"
+  row "before: CPU s, pass-through / ffmpeg copy" "$(printf '%.2f / %.2f' "$(median before_pass 3)" "$(median copy 3)")" "$r" "-" "-"
   r=$(median_ratio before_pass copy 2)
   row "before: peak RSS MiB, pass-through / ffmpeg copy" "$(mib before_pass) / $(mib copy)" "$r" "-" "-"
 fi
