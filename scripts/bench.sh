@@ -226,3 +226,6 @@ echo "8192x8192: $(grep '^per frame' "$WORK/big_times" | sed 's/^per frame: //')
 echo
 echo "GL objects at frame 10: $(grep '^gl_census_settled' "$WORK/memory" | cut -d' ' -f2-)"
 echo "RSS (KiB), low-high over $(value rss_window_frames "$WORK/memory") frames: first window $(value rss_first_window_kib "$WORK/memory"), last window $(value rss_last_window_kib "$WORK/memory")"
+echo
+echo "The movie path's own cost, with the pass-through bundle (scripts/bench-movie.sh):"
+BENCH_ROUNDS=$([ "${BENCH_QUICK:-0}" = 1 ] && echo 1 || echo 3) bash "$ROOT/scripts/bench-movie.sh"

@@ -14,12 +14,15 @@ public:
 
     // A new frame of the converter's format and size; the world must be 8-bit and of that size.
     av::Frame convert(const HostWorld& world);
+    // Takes back a frame convert() gave, to fill again once the encoder holds no reference to it.
+    void recycle(av::Frame frame);
 
 private:
     int mWidth;
     int mHeight;
     AVPixelFormat mFormat;
     av::ScaleContext mScale;
+    av::Frame mSpare;
 };
 
 }  // namespace fxhost

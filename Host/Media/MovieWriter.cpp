@@ -271,6 +271,7 @@ void MovieWriter::write(const HostWorld& world, int64_t pts) {
     if (s.pending) {
         s.lastGap = pts - s.pendingPts;
         s.send(s.pending.get(), s.lastGap);
+        s.converter->recycle(std::move(s.pending));
     }
     s.pending = std::move(frame);
     s.pendingPts = pts;
