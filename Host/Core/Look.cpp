@@ -54,12 +54,14 @@ Look Look::parse(const std::string& text, const std::string& origin) {
     if (!json.is_object() || json.value("format", Json()) != "fxhost look") {
         throw std::invalid_argument(where + "not a look (it has no \"format\": \"fxhost look\")");
     }
+    // Compared as JSON numbers, never narrowed first: 4294967297 read as an int would be 1.
     const Json version = json.value("version", Json());
-    if (!version.is_number_integer() || version.get<int>() < 1) {
-        throw std::invalid_argument(where + "\"version\" is not a version number");
+    if (!version.is_number_integer() || version < 1) {
+        throw std::invalid_argument(where + "\"version\" " + (version.is_null() ? "is missing" : "is " + version.dump()) +
+                                    ": it is an integer from 1 to " + std::to_string(kVersion));
     }
-    if (version.get<int>() > kVersion) {
-        throw std::invalid_argument(where + "version " + version.dump() +
+    if (version > kVersion) {
+        throw std::invalid_argument(where + "\"version\" " + version.dump() +
                                     " is newer than this fxhost reads (" + std::to_string(kVersion) + ")");
     }
     if (!json.contains("effect") || !json["effect"].is_string()) {

@@ -119,7 +119,13 @@ TEST_F(Looks, BadLooksExitTwoNamingTheFaultAndWriteNothing) {
          "parameter \"Hue Value\": neither a number nor a list"},
         {head + R"("parameters": {"Hue Value": 90},})", "not JSON"},
         {R"({"format": "fxhost look", "version": 2, "effect": "x", "parameters": {}})",
-         "version 2 is newer than this fxhost reads (1)"},
+         "\"version\" 2 is newer than this fxhost reads (1)"},
+        {R"({"format": "fxhost look", "version": 4294967297, "effect": "x", "parameters": {}})",
+         "\"version\" 4294967297 is newer than this fxhost reads (1)"},
+        {R"({"format": "fxhost look", "version": 1.0, "effect": "x", "parameters": {}})",
+         "\"version\" is 1.0: it is an integer from 1 to 1"},
+        {R"({"format": "fxhost look", "version": -4294967295, "effect": "x", "parameters": {}})",
+         "\"version\" is -4294967295: it is an integer from 1 to 1"},
         {R"({"effect": "x", "parameters": {}})", "not a look"},
     };
     for (const auto& c : cases) {
