@@ -116,7 +116,8 @@ HandlerResponse PreviewServer::gate(const httplib::Request& request, httplib::Re
         answer(response, 403, "forbidden: requests from other origins are refused");
         return HandlerResponse::Handled;
     }
-    if (request.method != "GET" && request.method != "HEAD") {
+    // httplib answers HEAD through the GET routes: refused here, as every method but GET is.
+    if (request.method != "GET") {
         answer(response, 405, "only GET is served");
         return HandlerResponse::Handled;
     }

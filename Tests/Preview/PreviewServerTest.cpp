@@ -179,6 +179,12 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
               "HTTP/1.1 415 Unsupported Media Type");
     EXPECT_EQ(rawStatusLine(preview.port(), head + "Content-Length: 0\r\n\r\n"),
               "HTTP/1.1 405 Method Not Allowed");
+    // Every other method too, HEAD included, though httplib would answer it as a GET.
+    for (const std::string method : {"HEAD", "PUT", "DELETE", "OPTIONS", "PATCH"}) {
+        const std::string request = method + " /api/effect?token=" + preview.token() + " HTTP/1.1\r\nHost: 127.0.0.1:" +
+                                    std::to_string(preview.port()) + "\r\n\r\n";
+        EXPECT_EQ(rawStatusLine(preview.port(), request), "HTTP/1.1 405 Method Not Allowed") << method;
+    }
     const std::string longTarget = "/api/frame?token=" + preview.token() + "&set=" + std::string(20000, 'x');
     EXPECT_EQ(rawStatusLine(preview.port(), "GET " + longTarget + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"),
               "HTTP/1.1 414 URI Too Long");
