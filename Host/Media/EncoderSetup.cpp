@@ -252,6 +252,17 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
         setOption(request, context.get(), "--codec-opt " + option, option.substr(0, equals), option.substr(equals + 1));
     }
 
+    // x265 prints its banner, settings and summary itself, not through libav's log: it follows
+    // libav's level (its warnings only with -v), and its errors still reach standard error. A
+    // log-level the user gave in x265-params stands.
+    if (named(codec, "libx265") && !Console::verbose()) {
+        AVDictionary* params = nullptr;
+        av_opt_get_dict_val(context->priv_data, "x265-params", 0, &params);
+        av_dict_set(&params, "log-level", "error", AV_DICT_DONT_OVERWRITE);
+        av_opt_set_dict_val(context->priv_data, "x265-params", params, 0);
+        av_dict_free(&params);
+    }
+
     const int opened = avcodec_open2(context.get(), codec, nullptr);
     if (opened < 0) {
         const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(format);

@@ -136,6 +136,22 @@ TEST_F(FxhostMovie, MovieIntoAMovie) {
     EXPECT_EQ(probe(dir + "/out/vfr.mkv", times), probe(vfr, times));
 }
 
+// -q leaves standard error empty, the codecs' own logging included (x265 prints its banner itself,
+// not through libav's log), and an error still reaches it.
+TEST_F(FxhostMovie, QuietSilencesTheCodecsButNotErrors) {
+    for (const std::string out : {"--codec libx265 x265.mp4", "--codec libx264 x264.mkv", "vp9.webm"}) {
+        const size_t name = out.rfind(' ') + 1;
+        const CommandResult r = runCommand(kFxhost + " -q render --frames 1-3 " + out.substr(0, name) + clip + " " +
+                                           dir + "/out/" + out.substr(name));
+        EXPECT_EQ(r.status, 0) << out;
+        EXPECT_EQ(r.err, "") << out;
+    }
+    const CommandResult bad =
+        runCommand(kFxhost + " -q render --codec libx265 --pix-fmt rgb24 " + clip + " " + dir + "/out/bad.mp4");
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_NE(bad.err.find("rgb24"), std::string::npos) << bad.err;
+}
+
 // A movie cut short stops with exit 3 naming the file and the frame, before anything is written.
 TEST_F(FxhostMovie, ACutInputExitsThreeNamingWhere) {
     ASSERT_EQ(makeClip(dir + "/whole.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=2,noise=alls=30:allf=t "
