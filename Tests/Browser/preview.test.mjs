@@ -2,9 +2,11 @@
 // parameters' names, a drag, the settled view against the exact frame, the frame scrubber, the
 // copied command, a foreign Host name, and no console error or CSP violation on the way.
 //   node preview.test.mjs FXHOST [SCREENSHOT.png]
-// FXHOST_BROWSER_INPUT=WxH picks the frames' size (default 640x360), e.g. 1920x1080 for a screenshot.
+// FXHOST_BROWSER_INPUT=WxH picks the frames' size (default 640x360), e.g. 1920x1080 for a screenshot;
+// FXHOST_BROWSER_DIR a folder for them (default: a new one under the system's temporary folder), so
+// that a screenshot's command line shows no path of the machine it was taken on.
 import { spawn, execFileSync } from 'node:child_process';
-import { mkdtempSync, rmSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
@@ -20,7 +22,8 @@ try {
 
 const [fxhost, screenshot] = process.argv.slice(2);
 const browserPath = process.env.CHROMIUM || '/usr/lib/chromium/chromium';
-const dir = mkdtempSync(join(tmpdir(), 'fxhost-browser-'));
+const dir = process.env.FXHOST_BROWSER_DIR || mkdtempSync(join(tmpdir(), 'fxhost-browser-'));
+mkdirSync(dir, { recursive: true });
 const failures = [];
 const began = Date.now();
 function check(what, fn) {
@@ -38,7 +41,8 @@ const [width, height] = (process.env.FXHOST_BROWSER_INPUT || '640x360').split('x
 execFileSync('ffmpeg', ['-v', 'error', '-y', '-f', 'lavfi', '-i', `testsrc2=size=${width}x${height}:rate=1`, '-frames:v', '3',
   '-start_number', '1', join(dir, 'in_%04d.png')]);
 
-const server = spawn(fxhost, ['preview', '--set', 'Saturation=1.2', join(dir, 'in_%04d.png')],
+// The hue keyed, still 0 at the first frame: the drag below replaces its keys with one value.
+const server = spawn(fxhost, ['preview', '--set', 'Saturation=1.2', '--set', 'Hue Value=0@1,40@3', join(dir, 'in_%04d.png')],
   { stdio: ['ignore', 'pipe', 'inherit'] });
 const url = await new Promise((resolve, reject) => {
   createInterface({ input: server.stdout }).once('line', resolve);
@@ -76,6 +80,8 @@ try {
   await hue.waitFor();
   const startValue = await saturation.inputValue();
   check('a slider per parameter, by its name, at the value given to --set', () => assert.equal(startValue, '1.2'));
+  const hueLabel = page.locator('label[for=parameter-0]');
+  const keyedLabel = await hueLabel.textContent();
   const viewer = page.locator('#viewer');
   const settled = async () => {
     await page.waitForFunction(() => {
@@ -121,6 +127,11 @@ try {
   check(`a drag of ${inputs} steps sends fewer requests (${duringDrag})`,
     () => assert.ok(duringDrag < inputs * 0.75, `${duringDrag} of ${inputs}`));
   check('a drag changes the image', () => assert.notEqual(dragged.digest, start.digest));
+  const movedLabel = await hueLabel.textContent();
+  check('a keyed slider says so until it is moved', () => {
+    assert.equal(keyedLabel, 'Hue Value (keyed)');
+    assert.equal(movedLabel, 'Hue Value');
+  });
 
   // Settled at 1:1, the view is the exact frame for the values the sliders show.
   await viewer.focus();

@@ -218,6 +218,9 @@ function buildParameters() {
       state.values[i] = Number(clamped.toFixed(12));
       state.touched[i] = true;
       slider.dataset.touched = 'true';
+      // The keys are gone from what is sent: the label stops saying they are there.
+      label.textContent = p.name;
+      label.removeAttribute('title');
       show(from);
       changed();
     };
