@@ -26,6 +26,8 @@ H=Plugins/Shared/Helper
 C=Host/Core
 I=Host/Image
 F=Host/Farm
+V=Host/Movie
+P=Host/Preview
 
 # file <TAB> perl substitution (on the whole file) <TAB> what the fault is
 FAULTS=$(cat <<'LIST'
@@ -99,6 +101,34 @@ I/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.bac
 I/ImageReader.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
 I/ImageWriter.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
 F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
+V/DecodeConverter.cpp	s/case AVCOL_SPC_BT709: return SWS_CS_ITU709;/case AVCOL_SPC_BT709: return SWS_CS_DEFAULT;/	a BT.709 stream read with BT.601's matrix
+V/DecodeConverter.cpp	s/case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;/case AVCOL_SPC_BT2020_CL: return SWS_CS_DEFAULT;/	a BT.2020 stream read with BT.601's matrix
+V/DecodeConverter.cpp	s/bool full = frame\.color_range == AVCOL_RANGE_JPEG;/bool full = false;/	a full-range stream read as limited
+V/FrameConverter.cpp	s/\? SWS_CS_ITU601\n(\s*): static_cast<int>\(matrix\);/? SWS_CS_ITU601\n$1: SWS_CS_ITU601;/	a movie tagged BT.709 written with BT.601's matrix
+V/FrameConverter.cpp	s/const int full = range == AVCOL_RANGE_JPEG \? 1 : 0;/const int full = 0;/	a movie tagged full range written at limited range
+V/StreamCopier.cpp	s/const int64_t shift = av_rescale_q\(mShift, mShiftBase, base\);/const int64_t shift = 0;/	a part's copied streams not shifted with its video
+V/StreamCopier.cpp	s/if \(time != AV_NOPTS_VALUE && !mFromStart && av_compare_ts/if (false && av_compare_ts/	a part keeps the sound from before its first frame
+V/MovieReader.cpp	s/avcodec_send_packet\(mCodec\.get\(\), nullptr\);\n\s*mDraining = true;\n\s*continue;/return false;/	the decoder not drained: the frames it holds back are lost
+V/MovieWriter.cpp	s/(\n\s*)drain\(\);\n\}/$1;\n}/	the encoder not drained at the end
+V/StreamCopier.cpp	s/if \(data\.type == AV_PKT_DATA_CPB_PROPERTIES\) continue;/continue;/	stream side data (rotation) dropped
+V/EncoderSetup.cpp	s/return request\.alpha \? AV_PIX_FMT_YUVA444P10 : AV_PIX_FMT_YUV422P10;/return AV_PIX_FMT_YUV422P10;/	alpha into ProRes 422 without its plane
+V/EncoderSetup.cpp	s/return request\.alpha \? AV_PIX_FMT_YUVA420P : AV_PIX_FMT_YUV420P;/return AV_PIX_FMT_YUV420P;/	alpha into VP9 without its plane
+V/MovieReader.cpp	s/if \(format\.duration > end - start \+ 1\.5 \* frameLength\) \{/if (false) {/	a movie cut short not refused before the first frame
+V/EncoderSetup.cpp	s/av_dict_set\(&params, "log-level", "error", AV_DICT_DONT_OVERWRITE\);/;/	-q leaves x265's banner on standard error
+P/AccessGate.cpp	s/host == "127\.0\.0\.1" \+ port/host.rfind("127.0.0.1:", 0) == 0/	the Host check takes 127.0.0.1 at any port
+P/AccessGate.cpp	s/pair\.erase\(0, pair\.find_first_not_of\(' '\)\);/;/	the cookie found only first in its header
+P/AccessGate.cpp	s/at = end \+ 1;/break;/	only the first cookie of the header looked at
+P/PreviewRenderer.cpp	s/if \(slot\) \{\n(\s*)slot->answered = true;\n\s*slot->result\.status = Result::Status::Replaced;\n\s*slot->answeredSignal\.notify_all\(\);/if (slot) {\n$1Result replaced;\n$1replaced.status = Result::Status::Replaced;\n$1return replaced;/	a newer frame request dropped and the waiting one rendered
+P/PreviewRenderer.cpp	s/mSlots\[request\.view \+ \(request\.before/mSlots[std::string() + (request.before/	one view's newer request replaces another view's
+P/RenderCommand.cpp	s/for \(const PreviewSummary::Parameter& parameter : mSummary\.parameters\) \{/for (const PreviewSummary::Parameter& parameter : mSummary.parameters) {\n        if (parameter.index == 0) continue;/	the copied command leaves out the first slider
+P/PreviewServer.cpp	s/if \(request\.method != "GET"\) \{/if (request.method != "GET" && request.method != "HEAD") {/	HEAD answered as a GET
+Host/Preview/page/app.js	s/label\.textContent = p\.name;\n\s*label\.removeAttribute\('title'\);//	a moved slider still says "(keyed)"
+C/ParameterCurve.cpp	s/if \(frame >= mKeys\.back\(\)\.frame\) return/if (frame >= mKeys.back().frame - 1) return/	the last key's value reached a frame early
+C/ParameterCurve.cpp	s/if \(frame <= mKeys\.front\(\)\.frame\) return/if (frame <= mKeys.front().frame + 1) return/	the first key's value held a frame past it
+C/ParameterCurve.cpp	s/return a\.value \+ \(b\.value - a\.value\) \* t;/return a.value + (b.value - a.value) * t * t;/	keys eased, not linear, between them
+C/Look.cpp	s/if \(version > kVersion\) \{/if (version > kVersion + 1) {/	a look one version newer read
+C/Look.cpp	s/version < 1\) \{/version.get<int>() < 1) {/	a version past 32 bits wraps
+F/FarmCommand.cpp	s/if \(!mLook\.empty\(\)\) renderOptions = \{"--look", lookCopy\};/if (!mLook.empty()) renderOptions = {"--look", mLook};/	queued chunks read the look as it is when they run
 LIST
 )
 
@@ -118,6 +148,8 @@ while IFS=$'\t' read -r file subst what; do
         C/*) path=$C/${file#C/} ;;
         I/*) path=$I/${file#I/} ;;
         F/*) path=$F/${file#F/} ;;
+        V/*) path=$V/${file#V/} ;;
+        P/*) path=$P/${file#P/} ;;
         *) path=$file ;;
     esac
     before=$(md5sum "$path")
