@@ -48,7 +48,8 @@ Look Look::parse(const std::string& text, const std::string& origin) {
     Json json;
     try {
         json = Json::parse(text);
-    } catch (const Json::parse_error& e) {
+    } catch (const Json::exception& e) {
+        // A syntax error, and also a number past a double's range (out_of_range, not parse_error).
         throw std::invalid_argument(where + "not JSON (" + e.what() + ")");
     }
     if (!json.is_object() || json.value("format", Json()) != "fxhost look") {

@@ -118,6 +118,7 @@ TEST_F(Looks, BadLooksExitTwoNamingTheFaultAndWriteNothing) {
         {head + R"("parameters": {"Hue Value": "90"}})",
          "parameter \"Hue Value\": neither a number nor a list"},
         {head + R"("parameters": {"Hue Value": 90},})", "not JSON"},
+        {head + R"("parameters": {"Hue Value": 1e999}})", "not JSON ([json.exception.out_of_range.406] number overflow"},
         {R"({"format": "fxhost look", "version": 2, "effect": "x", "parameters": {}})",
          "\"version\" 2 is newer than this fxhost reads (1)"},
         {R"({"format": "fxhost look", "version": 4294967297, "effect": "x", "parameters": {}})",
