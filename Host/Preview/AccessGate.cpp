@@ -45,6 +45,51 @@ std::string AccessGate::cookie() const {
     return mCookieName + "=" + mToken + "; Path=/; HttpOnly; SameSite=Strict";
 }
 
+int AccessGate::admit(const httplib::Request& request, std::string& why) const {
+    const std::string port = std::to_string(mPort);
+    // A page on another site may reach a loopback server through a name it controls (DNS
+    // rebinding); the Host header it sends is then that name.
+    if (!hostAllowed(request.get_header_value("Host"))) {
+        why = "forbidden: the Host header must be 127.0.0.1:" + port + ", localhost:" + port + " or [::1]:" + port;
+        return 403;
+    }
+    // The server takes no bodies; refused before any is read.
+    if (request.has_header("Transfer-Encoding")) {
+        why = "request bodies are refused (Transfer-Encoding)";
+        return 411;
+    }
+    if (request.has_header("Content-Encoding")) {
+        why = "request bodies are refused (Content-Encoding)";
+        return 415;
+    }
+    if (request.has_header("Content-Length") && request.get_header_value("Content-Length") != "0") {
+        why = "request bodies are refused (Content-Length)";
+        return 413;
+    }
+    if (!originAllowed(request.get_header_value("Origin")) ||
+        request.get_header_value("Sec-Fetch-Site") == "cross-site") {
+        why = "forbidden: requests from other origins are refused";
+        return 403;
+    }
+    // httplib answers HEAD through the GET routes: refused here, as every method but GET is.
+    if (request.method != "GET") {
+        why = "only GET is served";
+        return 405;
+    }
+    const bool inQuery = request.has_param("token");
+    const std::string token =
+        inQuery ? request.get_param_value("token") : cookieToken(request.get_header_value("Cookie"));
+    if (token.empty() && !inQuery) {
+        why = "a token is needed: open the address fxhost preview printed";
+        return 401;
+    }
+    if (!tokenMatches(token)) {
+        why = "forbidden: wrong token";
+        return 403;
+    }
+    return 0;
+}
+
 bool AccessGate::hostAllowed(const std::string& host) const {
     const std::string port = ":" + std::to_string(mPort);
     return host == "127.0.0.1" + port || host == "localhost" + port || host == "[::1]" + port ||

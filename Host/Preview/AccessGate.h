@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include <httplib.h>
+
 namespace fxhost {
 
 class AccessGate {
@@ -20,6 +22,10 @@ public:
     const std::string& cookieName() const { return mCookieName; }
     // The Set-Cookie value that hands the token to the page.
     std::string cookie() const;
+
+    // The whole check of a request, before its body is read and before it is routed: 0 when it
+    // may go on, otherwise the HTTP status to answer with and, in `why`, the reason in words.
+    int admit(const httplib::Request& request, std::string& why) const;
 
     bool hostAllowed(const std::string& host) const;
     // An absent Origin (a plain navigation, a script) or this server's own.

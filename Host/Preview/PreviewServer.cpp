@@ -90,49 +90,11 @@ void PreviewServer::stop() {
 }
 
 HandlerResponse PreviewServer::gate(const httplib::Request& request, httplib::Response& response) {
-    // A page on another site may reach a loopback server through a name it controls (DNS
-    // rebinding); the Host header it sends is then that name.
-    if (!mGate->hostAllowed(request.get_header_value("Host"))) {
-        answer(response, 403,
-               "forbidden: the Host header must be 127.0.0.1:" + std::to_string(mPort) +
-                   ", localhost:" + std::to_string(mPort) + " or [::1]:" + std::to_string(mPort));
-        return HandlerResponse::Handled;
-    }
-    // The server takes no bodies; refused before any is read.
-    if (request.has_header("Transfer-Encoding")) {
-        answer(response, 411, "request bodies are refused (Transfer-Encoding)");
-        return HandlerResponse::Handled;
-    }
-    if (request.has_header("Content-Encoding")) {
-        answer(response, 415, "request bodies are refused (Content-Encoding)");
-        return HandlerResponse::Handled;
-    }
-    if (request.has_header("Content-Length") && request.get_header_value("Content-Length") != "0") {
-        answer(response, 413, "request bodies are refused (Content-Length)");
-        return HandlerResponse::Handled;
-    }
-    if (!mGate->originAllowed(request.get_header_value("Origin")) ||
-        request.get_header_value("Sec-Fetch-Site") == "cross-site") {
-        answer(response, 403, "forbidden: requests from other origins are refused");
-        return HandlerResponse::Handled;
-    }
-    // httplib answers HEAD through the GET routes: refused here, as every method but GET is.
-    if (request.method != "GET") {
-        answer(response, 405, "only GET is served");
-        return HandlerResponse::Handled;
-    }
-    const bool inQuery = request.has_param("token");
-    const std::string token =
-        inQuery ? request.get_param_value("token") : mGate->cookieToken(request.get_header_value("Cookie"));
-    if (token.empty() && !inQuery) {
-        answer(response, 401, "a token is needed: open the address fxhost preview printed");
-        return HandlerResponse::Handled;
-    }
-    if (!mGate->tokenMatches(token)) {
-        answer(response, 403, "forbidden: wrong token");
-        return HandlerResponse::Handled;
-    }
-    return HandlerResponse::Unhandled;
+    std::string why;
+    const int status = mGate->admit(request, why);
+    if (status == 0) return HandlerResponse::Unhandled;
+    answer(response, status, why);
+    return HandlerResponse::Handled;
 }
 
 void PreviewServer::route() {
