@@ -24,4 +24,6 @@ $SUDO apt-get install -y -qq --no-install-recommends file dpkg-dev lintian pytho
 $SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null
 command -v npm >/dev/null || $SUDO apt-get install -y -qq --no-install-recommends nodejs npm >/dev/null
 npm ci --prefix Tests/Browser --no-audit --no-fund >/dev/null
+# The fuzz targets (scripts/fuzz.sh): clang and its libFuzzer runtime.
+$SUDO apt-get install -y -qq --no-install-recommends clang-14 libclang-rt-14-dev >/dev/null
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
