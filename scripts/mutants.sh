@@ -120,8 +120,8 @@ P/AccessGate.cpp	s/pair\.erase\(0, pair\.find_first_not_of\(' '\)\);/;/	the cook
 P/AccessGate.cpp	s/at = end \+ 1;/break;/	only the first cookie of the header looked at
 P/PreviewRenderer.cpp	s/if \(slot\) \{\n(\s*)slot->answered = true;\n\s*slot->result\.status = Result::Status::Replaced;\n\s*slot->answeredSignal\.notify_all\(\);/if (slot) {\n$1Result replaced;\n$1replaced.status = Result::Status::Replaced;\n$1return replaced;/	a newer frame request dropped and the waiting one rendered
 P/PreviewRenderer.cpp	s/mSlots\[request\.view \+ \(request\.before/mSlots[std::string() + (request.before/	one view's newer request replaces another view's
-P/RenderCommand.cpp	s/for \(const PreviewSummary::Parameter& parameter : mSummary\.parameters\) \{/for (const PreviewSummary::Parameter& parameter : mSummary.parameters) {\n        if (parameter.index == 0) continue;/	the copied command leaves out the first slider
-P/PreviewServer.cpp	s/if \(request\.method != "GET"\) \{/if (request.method != "GET" && request.method != "HEAD") {/	HEAD answered as a GET
+P/RenderCommand.cpp	s/for \(const PreviewSummary::Parameter& parameter : mSummary\.parameters\) \{/for (const PreviewSummary::Parameter& parameter : mSummary.parameters) {\n        if (parameter.index == 1) continue;/	the copied command leaves out the first slider
+P/AccessGate.cpp	s/if \(request\.method != "GET"\) \{/if (request.method != "GET" && request.method != "HEAD") {/	HEAD answered as a GET
 Host/Preview/page/app.js	s/label\.textContent = p\.name;\n\s*label\.removeAttribute\('title'\);//	a moved slider still says "(keyed)"
 C/ParameterCurve.cpp	s/if \(frame >= mKeys\.back\(\)\.frame\) return/if (frame >= mKeys.back().frame - 1) return/	the last key's value reached a frame early
 C/ParameterCurve.cpp	s/if \(frame <= mKeys\.front\(\)\.frame\) return/if (frame <= mKeys.front().frame + 1) return/	the first key's value held a frame past it
