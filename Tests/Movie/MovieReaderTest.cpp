@@ -81,6 +81,9 @@ protected:
             {"bt601full.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 " + x264 +
                                   "-colorspace smpte170m -color_range pc"},
             {"bt2020.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 " + x264 + "-colorspace bt2020nc"},
+            // FFV1 decodes full range into yuv420p, where H.264 picks yuvj420p: only the tag says so.
+            {"bt709full.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 -c:v ffv1 -pix_fmt yuv420p "
+                              "-colorspace bt709 -color_range pc -chroma_sample_location left"},
             {"untagged.mp4", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 " + x264},
             {"gop.mp4", noisy + x264 + "-colorspace bt709 -bf 3 -x264-params keyint=20:open_gop=1 -t 1.92"},
             {"vfr.mkv", "-f lavfi -i testsrc2=size=67x37:rate=25:duration=1 -vf \"select='not(eq(mod(n,4),1))'\" "
@@ -124,6 +127,7 @@ TEST_F(MovieReaderTest, ConvertsWithTheStreamsOwnMatrixAndRange) {
     } cases[] = {{"bt709.mp4", "bt709", "tv"},
                  {"bt601full.mkv", "bt601", "pc"},
                  {"bt2020.mkv", "bt2020", "tv"},
+                 {"bt709full.mkv", "bt709", "pc"},
                  {"untagged.mp4", "bt601", "tv"}};  // FFmpeg's own choice for a stream without tags
     for (const auto& c : cases) {
         MovieReader reader(clip(c.name));
