@@ -26,7 +26,7 @@ H=Plugins/Shared/Helper
 C=Host/Core
 I=Host/Image
 F=Host/Farm
-V=Host/Movie
+V=Host/Media
 P=Host/Preview
 
 # file <TAB> perl substitution (on the whole file) <TAB> what the fault is
