@@ -264,6 +264,21 @@ TEST_F(MovieWriterTest, VariableFrameRateStaysVariable) {
     EXPECT_EQ(field(output, "stream=codec_name", "v"), "h264");
 }
 
+// Full range kept: the tag, and the pixels written at that range (limited pixels tagged full
+// lose their contrast, 15 dB and more).
+TEST_F(MovieWriterTest, AFullRangeStreamIsWrittenAtFullRange) {
+    const std::string source = path("full.mkv");
+    ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=160x96:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p "
+                               "-colorspace bt709 -color_range pc"),
+              "");
+    const std::string output = path("full-out.mkv");
+    rewrite(source, output, 160, 96, false);
+    EXPECT_EQ(field(output, "stream=codec_name,pix_fmt,color_range", "v"), "ffv1\nyuv420p\npc");
+    const std::string frames = decoded(output, "scale=in_color_matrix=bt709:in_range=pc");
+    for (size_t i : {size_t(0), size_t(4)})
+        EXPECT_GT(psnr(frames, i, *pattern(160, 96, static_cast<int>(i), false)), 40.0) << "frame " << i;
+}
+
 // Interlaced anamorphic video, as from a PAL camera.
 TEST_F(MovieWriterTest, InterlacedVideoKeepsItsFieldOrderAndPixelAspect) {
     for (const std::string order : {"tff", "bff"}) {
