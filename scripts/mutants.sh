@@ -1,11 +1,13 @@
 #!/bin/bash
 # Plants one-line faults in the plug-in, its library and fxhost (the stand-in host, frame lists,
-# sequence plans, images, interruption, progress files, the farm's batch script), one at a time,
+# sequence plans, images, interruption, progress files, the farm's batch script and look, movies,
+# the preview, keys and looks), one at a time,
 # builds and runs the suites, and reports whether the suites caught each. The tree is put back
 # after every fault. Usage: bash scripts/mutants.sh [build-dir] [first-number]; DRY=1 only checks
 # that each applies, ONLY=2,7 plants only those, LIMIT=SECONDS bounds one suite run (1500).
 # TARGETS="fxhost TestCLI" builds only those and TESTS='^(CLI|Image)$' runs only the matching
 # suites: a fault one of them catches is caught by the whole suite too, but a miss says nothing.
+# GTEST_FILTER='MovieWriterTest.*' (read by every test program) narrows a slow suite further.
 # Not part of CI: from a quarter of a minute a fault in the effect to several for the farm's.
 set -u
 cd "$(dirname "$0")/.."
