@@ -6,7 +6,7 @@
 #   scripts/fuzz.sh setkeys 600          --set assignments against the effect's parameter table
 #   scripts/fuzz.sh previewrequest 600   the preview's requests: the gate and the frame request parser
 #   scripts/fuzz.sh movie 600            movie files through the reader (seeds: tiny clips of six kinds)
-#   scripts/fuzz.sh inputs 15            the four above, 15 s each, as CI runs them
+#   scripts/fuzz.sh inputs 10            the four above, 10 s each, as CI runs them
 # New inputs go to build-fuzz/corpus/TARGET; the committed seeds in Fuzz/corpus/TARGET are only read.
 # A finding stops the run with a crash-* (or leak-*, timeout-*) file in build-fuzz and a non-zero status.
 # FUZZ_TABLE_BUNDLE=PATH lets setkeys and previewrequest read the parameter table of that bundle
