@@ -178,10 +178,14 @@ try {
   });
 
   // The copied command is the command for what is shown.
+  // Copied at once after a step of a slider, while its command is still settling.
+  await saturation.focus();
+  await page.keyboard.press('ArrowRight');
   await page.getByRole('button', { name: 'Copy' }).click();
+  await page.getByRole('button', { name: 'Copied' }).waitFor({ timeout: 20000 });
   const copied = await page.evaluate(() => navigator.clipboard.readText());
   const query = new URLSearchParams([['token', token], ['set', `Hue Value=${values.hue}`],
-    ['set', `Saturation=${values.saturation}`], ['frame', '1']]);
+    ['set', `Saturation=${await saturation.inputValue()}`], ['frame', '1']]);
   const command = (await (await fetch(`http://127.0.0.1:${port}/api/command?${query}`)).text()).trim();
   check('the copied command is /api/command for the view', () => assert.equal(copied, command));
 

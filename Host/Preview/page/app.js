@@ -528,12 +528,16 @@ function buildKeys() {
 
 let commandTimer = 0;
 let commandSequence = 0;
+let commandPending = false;
 function showCommandLater() {
   clearTimeout(commandTimer);
+  commandPending = true;
   commandTimer = setTimeout(showCommand, SETTLE_MS);
 }
 
 async function showCommand() {
+  clearTimeout(commandTimer);
+  commandPending = false;
   const sequence = ++commandSequence;
   try {
     const response = await fetch(`/api/command?${setQuery()}`, { cache: 'no-store', credentials: 'same-origin' });
@@ -553,6 +557,9 @@ async function showCommand() {
 
 function buildCommand() {
   $('copy-command').addEventListener('click', async () => {
+    // A change still settling has not reached the text: it is asked for now, so that what is
+    // copied is the command for what is shown.
+    if (commandPending) await showCommand();
     const text = $('command').textContent;
     try {
       await navigator.clipboard.writeText(text);
