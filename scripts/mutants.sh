@@ -124,13 +124,14 @@ P/PreviewRenderer.cpp	s/if \(slot\) \{\n(\s*)slot->answered = true;\n\s*slot->re
 P/PreviewRenderer.cpp	s/mSlots\[request\.view \+ \(request\.before/mSlots[std::string() + (request.before/	one view's newer request replaces another view's
 P/RenderCommand.cpp	s/for \(const PreviewSummary::Parameter& parameter : mSummary\.parameters\) \{/for (const PreviewSummary::Parameter& parameter : mSummary.parameters) {\n        if (parameter.index == 1) continue;/	the copied command leaves out the first slider
 P/AccessGate.cpp	s/if \(request\.method != "GET"\) \{/if (request.method != "GET" && request.method != "HEAD") {/	HEAD answered as a GET
-Host/Preview/page/app.js	s/label\.textContent = p\.name;\n\s*label\.removeAttribute\('title'\);//	a moved slider still says "(keyed)"
+P/page/app.js	s/label\.textContent = p\.name;\n\s*label\.removeAttribute\('title'\);//	a moved slider still says "(keyed)"
 C/ParameterCurve.cpp	s/if \(frame >= mKeys\.back\(\)\.frame\) return/if (frame >= mKeys.back().frame - 1) return/	the last key's value reached a frame early
 C/ParameterCurve.cpp	s/if \(frame <= mKeys\.front\(\)\.frame\) return/if (frame <= mKeys.front().frame + 1) return/	the first key's value held a frame past it
 C/ParameterCurve.cpp	s/return a\.value \+ \(b\.value - a\.value\) \* t;/return a.value + (b.value - a.value) * t * t;/	keys eased, not linear, between them
 C/Look.cpp	s/if \(version > kVersion\) \{/if (version > kVersion + 1) {/	a look one version newer read
 C/Look.cpp	s/version < 1\) \{/version.get<int>() < 1) {/	a version past 32 bits wraps
 F/FarmCommand.cpp	s/if \(!mLook\.empty\(\)\) renderOptions = \{"--look", lookCopy\};/if (!mLook.empty()) renderOptions = {"--look", mLook};/	queued chunks read the look as it is when they run
+P/page/app.js	s/    if \(commandPending\) await showCommand\(\);\n//	Copy right after a change copies the command from before it
 LIST
 )
 
