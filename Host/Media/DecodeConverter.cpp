@@ -49,22 +49,6 @@ bool DecodeConverter::hasAlpha(AVPixelFormat format) {
     return description && (description->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL));
 }
 
-// 8-bit planar YUV goes through two steps: swscale brings chroma to full resolution (bicubic, sited
-// as the stream says, accurate rounding, on its vectorised planar path and slice threads), then
-// YuvMatrix turns it into RGB. swscale's own one-step conversion to packed RGB at that quality runs
-// a scalar per-pixel loop that costs several times both steps together; its fast packed path
-// repeats chroma and ignores siting, which costs 10 dB on sharp colour edges.
-bool DecodeConverter::twoStep(const AVPixFmtDescriptor& description) {
-    if (!isYuv(&description) || !(description.flags & AV_PIX_FMT_FLAG_PLANAR) ||
-        (description.flags & (AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL))) {
-        return false;
-    }
-    for (int i = 0; i < description.nb_components; ++i) {
-        if (description.comp[i].depth != 8) return false;
-    }
-    return true;
-}
-
 void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
     bool full = frame.color_range == AVCOL_RANGE_JPEG;
     const AVPixelFormat format = withoutJpeg(static_cast<AVPixelFormat>(frame.format), full);
@@ -72,84 +56,41 @@ void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
     if (!description) throw std::runtime_error("a decoded frame has no pixel format");
     const Key key{frame.width, frame.height, format, swsMatrix(frame.colorspace), full,
                   frame.chroma_location};
-    if (!(key == mKey)) prepare(frame, key, *description);
-    if (mMatrix) {
-        const AVFrame* planes = &frame;
-        if (mContext) {
-            const int scaled = sws_scale_frame(mContext.get(), mPlanes.get(), &frame);
-            if (scaled < 0) throw std::runtime_error("cannot convert a frame: " + av::errorText(scaled));
-            planes = mPlanes.get();
+    if (!mContext || !(key == mKey)) {
+        mContext.reset(sws_alloc_context());
+        SwsContext* context = mContext.get();
+        if (!context) throw std::bad_alloc();
+        // Accurate rounding keeps swscale off its fast path, which ignores chroma siting and rounds
+        // coarsely; full chroma interpolation filters chroma up rather than repeating it.
+        av_opt_set_int(context, "sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, 0);
+        av_opt_set_int(context, "srcw", frame.width, 0);
+        av_opt_set_int(context, "srch", frame.height, 0);
+        av_opt_set_int(context, "src_format", format, 0);
+        av_opt_set_int(context, "dstw", frame.width, 0);
+        av_opt_set_int(context, "dsth", frame.height, 0);
+        av_opt_set_int(context, "dst_format", AV_PIX_FMT_ARGB, 0);
+        int x = 0, y = 0;
+        if (frame.chroma_location != AVCHROMA_LOC_UNSPECIFIED &&
+            avcodec_enum_to_chroma_pos(&x, &y, frame.chroma_location) == 0) {
+            av_opt_set_int(context, "src_h_chr_pos", x, 0);
+            av_opt_set_int(context, "src_v_chr_pos", y, 0);
         }
-        const bool alpha = description->nb_components == 4;
-        uint8_t* const pixels = static_cast<uint8_t*>(static_cast<void*>(world.def()->data));
-        for (int y = 0; y < frame.height; ++y) {
-            auto at = [&](int plane) {
-                return planes->data[plane] + static_cast<ptrdiff_t>(y) * planes->linesize[plane];
-            };
-            mMatrix->row(at(0), at(1), at(2), alpha ? at(3) : nullptr,
-                         pixels + static_cast<ptrdiff_t>(y) * world.rowbytes(), frame.width);
+        if (sws_init_context(context, nullptr, nullptr) < 0) {
+            mContext.reset();
+            throw std::runtime_error(std::string("cannot convert frames of pixel format ") + description->name +
+                                     " to RGB");
         }
-        return;
+        if (isYuv(description)) {
+            // Without this swscale would take every stream for BT.601 at limited range.
+            sws_setColorspaceDetails(context, sws_getCoefficients(key.space), full ? 1 : 0,
+                                     sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
+        }
+        mKey = key;
     }
     uint8_t* const planes[4] = {static_cast<uint8_t*>(static_cast<void*>(world.def()->data)), nullptr, nullptr,
                                 nullptr};
     const int strides[4] = {world.rowbytes(), 0, 0, 0};
     sws_scale(mContext.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
-}
-
-void DecodeConverter::prepare(const AVFrame& frame, const Key& key, const AVPixFmtDescriptor& description) {
-    mKey = Key();
-    mContext.reset();
-    mPlanes.reset();
-    mMatrix.reset();
-    const AVPixelFormat format = static_cast<AVPixelFormat>(key.format);
-    const bool twoSteps = twoStep(description);
-    const bool alpha = description.nb_components == 4;
-    const AVPixelFormat full444 = alpha ? AV_PIX_FMT_YUVA444P : AV_PIX_FMT_YUV444P;
-    if (twoSteps) {
-        mMatrix = std::make_unique<YuvMatrix>(key.space, key.range != 0);
-        if (format == full444) {
-            mKey = key;
-            return;
-        }
-        mPlanes.reset(av_frame_alloc());
-        if (!mPlanes) throw std::bad_alloc();
-        mPlanes->format = full444;
-        mPlanes->width = frame.width;
-        mPlanes->height = frame.height;
-        if (av_frame_get_buffer(mPlanes.get(), 0) < 0) throw std::bad_alloc();
-    }
-    mContext.reset(sws_alloc_context());
-    SwsContext* context = mContext.get();
-    if (!context) throw std::bad_alloc();
-    // Accurate rounding keeps swscale off its fast path, which ignores chroma siting and rounds
-    // coarsely; full chroma interpolation filters chroma up rather than repeating it.
-    av_opt_set_int(context, "sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, 0);
-    av_opt_set_int(context, "srcw", frame.width, 0);
-    av_opt_set_int(context, "srch", frame.height, 0);
-    av_opt_set_int(context, "src_format", format, 0);
-    av_opt_set_int(context, "dstw", frame.width, 0);
-    av_opt_set_int(context, "dsth", frame.height, 0);
-    av_opt_set_int(context, "dst_format", twoSteps ? full444 : AV_PIX_FMT_ARGB, 0);
-    // Slices of the frame on every core: the reader thread hands over sooner.
-    if (twoSteps) av_opt_set_int(context, "threads", 0, 0);
-    int x = 0, y = 0;
-    if (frame.chroma_location != AVCHROMA_LOC_UNSPECIFIED &&
-        avcodec_enum_to_chroma_pos(&x, &y, frame.chroma_location) == 0) {
-        av_opt_set_int(context, "src_h_chr_pos", x, 0);
-        av_opt_set_int(context, "src_v_chr_pos", y, 0);
-    }
-    if (sws_init_context(context, nullptr, nullptr) < 0) {
-        mContext.reset();
-        throw std::runtime_error(std::string("cannot convert frames of pixel format ") + description.name +
-                                 " to RGB");
-    }
-    if (!twoSteps && isYuv(&description)) {
-        // Without this swscale would take every stream for BT.601 at limited range.
-        sws_setColorspaceDetails(context, sws_getCoefficients(key.space), key.range ? 1 : 0,
-                                 sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
-    }
-    mKey = key;
 }
 
 }  // namespace fxhost

@@ -5,13 +5,8 @@
 // opaque otherwise. Failures throw std::runtime_error naming the pixel format.
 #pragma once
 
-#include <memory>
-
 #include "HostWorld.h"
 #include "LibAv.h"
-#include "YuvMatrix.h"
-
-struct AVPixFmtDescriptor;
 
 namespace fxhost {
 
@@ -31,12 +26,7 @@ private:
                    range == o.range && siting == o.siting;
         }
     };
-    static bool twoStep(const AVPixFmtDescriptor& description);
-    void prepare(const AVFrame& frame, const Key& key, const AVPixFmtDescriptor& description);
-
-    av::ScaleContext mContext;        // to ARGB, or (two steps) chroma to full resolution
-    av::Frame mPlanes;                // the full-resolution planes of two steps, kept between frames
-    std::unique_ptr<YuvMatrix> mMatrix;  // the second of two steps
+    av::ScaleContext mContext;
     Key mKey;
 };
 
