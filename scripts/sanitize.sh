@@ -48,12 +48,13 @@ if [ "$mode" = asan ]; then
   # The unit suites share nothing (no port, no Slurm, no timing tighter than 20 s), so two run at
   # once. The quick battery on the shipped bundle (ValidateQuick) is left to the plain run: the
   # validator's code runs here under the Validate suite, and the bundle's under Effect and Faults.
-  ctest --output-on-failure -j"$jobs" -E '^(CLI|Farm.*|Looks|Preview.*|Validate|ValidateQuick)$' "$@"
+  ctest --output-on-failure -j"$jobs" -E '^(CLI|Farm.*|Looks|Preview.*|Frei0r|Validate|ValidateQuick)$' "$@"
   # fxhost started from the tests trips LeakSanitizer's own thread tracer at exit ("Tracer
   # caught signal 11"), though the same runs are clean when started from a shell; the suites
-  # that run fxhost as a program (CLI, Farm, whose tasks run it too, Looks and the preview's)
-  # run with the leak check off, everything else it checks stays on.
-  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm|Looks|Preview.*)$' "$@"
+  # that run fxhost as a program (CLI, Farm, whose tasks run it too, Looks and the preview's),
+  # and the frei0r module's, which runs FFmpeg, melt and GStreamer with the module loaded, meet
+  # the same at their exits; they run with the leak check off, everything else it checks stays on.
+  ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" ctest --output-on-failure -R '^(CLI|Farm|Looks|Preview.*|Frei0r)$' "$@"
   # The validator's own tests make broken bundles crash on purpose and expect the test's process
   # to end by that signal; AddressSanitizer's SEGV handler would end it with status 1 instead.
   ASAN_OPTIONS="$ASAN_OPTIONS:handle_segv=0" ctest --output-on-failure -R '^Validate$' "$@"
