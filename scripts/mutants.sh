@@ -26,7 +26,8 @@ U=$G/AEOpenGLUtilities.cpp
 M=Plugins/Shared/Math
 H=Plugins/Shared/Helper
 C=Host/Core
-I=Host/Image
+W=Host/Frames
+J=Host/Render
 F=Host/Farm
 V=Host/Media
 P=Host/Preview
@@ -91,17 +92,17 @@ E	s/(\n\s*)(AEOpenglMainFrameBuffer::mainFrameBuffer\(\)->destory\(\);)(.*?)\n\s
 H/Semaphore.cpp	s/while \(!mBlocked\.empty\(\)\) \{/if (!mBlocked.empty()) {/	signal-all wakes one waiter
 G/SaveRestoreGLContextEGL.cpp	s/(EGLPlatform::setCurrent\(mSaved\);\n\s*\}\n\s*)eglBindAPI\(mSaved\.api\);/$1eglBindAPI(EGL_OPENGL_API);/	the host's client API left as OpenGL
 Host/CLI/fxhost.cpp	s/plan\.removeLeftovers\(\);/;/	a run after a killed run leaves its partial files
-I/FrameList.cpp	s/if \(end - i < 3\) end = i \+ 1;/;/	two frames written as a range
-I/FrameList.cpp	s/frame <= last; frame \+= step\)/frame <= last; ++frame)/	a step ignored
-I/FrameList.cpp	s/const auto twice = std::adjacent_find\(mFrames\.begin\(\), mFrames\.end\(\)\);/const auto twice = mFrames.end();/	a frame listed twice accepted
-I/SequencePlan.cpp	s/if \(!gaps\.empty\(\)\) \{/if (false) {/	a gap on disk rendered around
-I/SequencePlan.cpp	s/if \(existing == Existing::Overwrite\) \{/if (existing != Existing::Refuse) {/	--skip-existing renders existing frames again
-I/SequencePlan.cpp	s/if \(!missing\.empty\(\)\) \{/if (false) {/	a listed frame without input not refused
-I/Interruption.cpp	s/_exit\(128 \+ signal\);/_exit(1);/	an interrupted run exits 1
-I/ProgressLog.cpp	s/std::fopen\(destination\.c_str\(\), "a"\)/std::fopen(destination.c_str(), "w")/	a resumed run truncates the progress file
-I/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.back\(\), "interrupted"\);/;/	no interrupted block
-I/ImageReader.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
-I/ImageWriter.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
+W/FrameList.cpp	s/if \(end - i < 3\) end = i \+ 1;/;/	two frames written as a range
+W/FrameList.cpp	s/frame <= last; frame \+= step\)/frame <= last; ++frame)/	a step ignored
+W/FrameList.cpp	s/const auto twice = std::adjacent_find\(mFrames\.begin\(\), mFrames\.end\(\)\);/const auto twice = mFrames.end();/	a frame listed twice accepted
+J/SequencePlan.cpp	s/if \(!gaps\.empty\(\)\) \{/if (false) {/	a gap on disk rendered around
+J/SequencePlan.cpp	s/if \(existing == Existing::Overwrite\) \{/if (existing != Existing::Refuse) {/	--skip-existing renders existing frames again
+J/SequencePlan.cpp	s/if \(!missing\.empty\(\)\) \{/if (false) {/	a listed frame without input not refused
+C/Interruption.cpp	s/_exit\(128 \+ signal\);/_exit(1);/	an interrupted run exits 1
+J/ProgressLog.cpp	s/std::fopen\(destination\.c_str\(\), "a"\)/std::fopen(destination.c_str(), "w")/	a resumed run truncates the progress file
+J/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.back\(\), "interrupted"\);/;/	no interrupted block
+V/ImageReader.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
+V/ImageWriter.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
 F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT709: return SWS_CS_ITU709;/case AVCOL_SPC_BT709: return SWS_CS_DEFAULT;/	a BT.709 stream read with BT.601's matrix
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;/case AVCOL_SPC_BT2020_CL: return SWS_CS_DEFAULT;/	a BT.2020 stream read with BT.601's matrix
@@ -132,6 +133,7 @@ C/Look.cpp	s/if \(version > kVersion\) \{/if (version > kVersion + 1) {/	a look 
 C/Look.cpp	s/version < 1\) \{/version.get<int>() < 1) {/	a version past 32 bits wraps
 F/FarmCommand.cpp	s/if \(!mLook\.empty\(\)\) renderOptions = \{"--look", lookCopy\};/if (!mLook.empty()) renderOptions = {"--look", mLook};/	queued chunks read the look as it is when they run
 P/page/app.js	s/    if \(commandPending\) await showCommand\(\);\n//	Copy right after a change copies the command from before it
+C/Interruption.cpp	s/FileGuard\(\) \{ gFiles\.lock_shared\(\); \}/FileGuard() {}/; s/~FileGuard\(\) \{ gFiles\.unlock_shared\(\); \}/~FileGuard() {}/	a temporary file created after an interruption removed the registered ones
 LIST
 )
 
@@ -149,7 +151,8 @@ while IFS=$'\t' read -r file subst what; do
         M/*) path=$M/${file#M/} ;;
         H/*) path=$H/${file#H/} ;;
         C/*) path=$C/${file#C/} ;;
-        I/*) path=$I/${file#I/} ;;
+        W/*) path=$W/${file#W/} ;;
+        J/*) path=$J/${file#J/} ;;
         F/*) path=$F/${file#F/} ;;
         V/*) path=$V/${file#V/} ;;
         P/*) path=$P/${file#P/} ;;
