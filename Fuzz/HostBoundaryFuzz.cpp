@@ -15,6 +15,7 @@
 #include <string>
 
 #include "EffectHost.h"
+#include "FuzzHost.h"
 #include "KnownFrames.h"
 
 using fxhost::Callback;
@@ -25,20 +26,9 @@ using fxhost::HostWorld;
 
 namespace {
 
-[[noreturn]] void finding(const std::string& what) {
-    std::fprintf(stderr, "host boundary: %s\n", what.c_str());
-    std::abort();
-}
+[[noreturn]] void finding(const std::string& what) { fuzzhost::finding("host boundary", what); }
 
-EffectHost& host() {
-    static EffectHost* sHost = [] {
-        auto* made = new EffectHost(OSTRIVANE_BUNDLE_PATH);
-        if (made->globalSetup() != PF_Err_NONE || made->paramsSetup() != PF_Err_NONE)
-            finding("set-up failed");
-        return made;
-    }();
-    return *sHost;
-}
+EffectHost& host() { return fuzzhost::effect("host boundary"); }
 
 double parameterValue(FuzzedDataProvider& data) {
     switch (data.ConsumeIntegralInRange(0, 9)) {

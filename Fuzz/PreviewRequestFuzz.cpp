@@ -18,6 +18,7 @@
 
 #include "AccessGate.h"
 #include "EffectHost.h"
+#include "FuzzHost.h"
 #include "FrameRequest.h"
 
 using fxhost::EffectHost;
@@ -26,19 +27,9 @@ namespace {
 
 constexpr int kPort = 8421;
 
-[[noreturn]] void finding(const std::string& what) {
-    std::fprintf(stderr, "preview request: %s\n", what.c_str());
-    std::abort();
-}
+[[noreturn]] void finding(const std::string& what) { fuzzhost::finding("preview request", what); }
 
-EffectHost& host() {
-    static EffectHost* sHost = [] {
-        auto* made = new EffectHost(OSTRIVANE_BUNDLE_PATH);
-        if (made->globalSetup() != PF_Err_NONE || made->paramsSetup() != PF_Err_NONE) finding("set-up failed");
-        return made;
-    }();
-    return *sHost;
-}
+EffectHost& host() { return fuzzhost::effect("preview request"); }
 
 std::string replaced(std::string text, const std::string& token) {
     for (size_t at = text.find("@TOKEN@"); at != std::string::npos; at = text.find("@TOKEN@", at + token.size())) {

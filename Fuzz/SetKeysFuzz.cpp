@@ -11,6 +11,7 @@
 #include <string>
 
 #include "EffectHost.h"
+#include "FuzzHost.h"
 #include "ParameterSettings.h"
 
 using fxhost::EffectHost;
@@ -18,19 +19,9 @@ using fxhost::ParameterSettings;
 
 namespace {
 
-[[noreturn]] void finding(const std::string& what) {
-    std::fprintf(stderr, "--set: %s\n", what.c_str());
-    std::abort();
-}
+[[noreturn]] void finding(const std::string& what) { fuzzhost::finding("--set", what); }
 
-EffectHost& host() {
-    static EffectHost* sHost = [] {
-        auto* made = new EffectHost(OSTRIVANE_BUNDLE_PATH);
-        if (made->globalSetup() != PF_Err_NONE || made->paramsSetup() != PF_Err_NONE) finding("set-up failed");
-        return made;
-    }();
-    return *sHost;
-}
+EffectHost& host() { return fuzzhost::effect("--set"); }
 
 }  // namespace
 
