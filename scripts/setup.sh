@@ -11,8 +11,12 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev \
   libgtest-dev libbenchmark-dev libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
-  libcpp-httplib-dev nlohmann-json3-dev \
-  frei0r-plugins-dev melt gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
+  libcpp-httplib-dev nlohmann-json3-dev >/dev/null
+# frei0r's header, and the module's hosts in the tests beside FFmpeg: melt with its profiles and
+# module descriptions (libmlt-data, which melt's library only recommends) and GStreamer with its
+# frei0r elements.
+$SUDO apt-get install -y -qq --no-install-recommends frei0r-plugins-dev melt libmlt-data \
+  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works
