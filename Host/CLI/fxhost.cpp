@@ -77,6 +77,14 @@ int main(int argc, char** argv) {
     for (CLI::App* command : {info, render, sheet}) {
         command->add_option("--plugin", plugin, "The effect bundle (default: the one built beside fxhost)");
     }
+    std::string rendererWord = "auto";
+    const auto addRendererOption = [&rendererWord](CLI::App* command) {
+        command
+            ->add_option("--renderer", rendererWord,
+                         "auto, gl or cpu: the effect's GL pass or its own CPU renderer; auto takes the CPU "
+                         "where GL would be a software rasteriser (default auto)")
+            ->check(CLI::IsMember({"auto", "gl", "cpu"}));
+    };
     for (CLI::App* command : {render, sheet}) {
         command->add_option("--set", sets,
                             "NAME=VALUE, or keys NAME=V@F,V@F,...: a parameter by name (any case) or index; "
@@ -137,6 +145,7 @@ int main(int argc, char** argv) {
     preview->add_option("--bind", previewOptions.address, "Address to listen on (default 127.0.0.1)");
     preview->add_option("INPUT", previewOptions.input, "Image, image sequence (%04d, ####) or movie")
         ->required();
+    for (CLI::App* command : {info, render, sheet, preview}) addRendererOption(command);
     fxhost::FarmCommand farm(app);
     CLI::App* validate = fxhost::addValidateCommand(app, plugin);
 
@@ -180,6 +189,7 @@ int main(int argc, char** argv) {
         if (info->parsed()) {
             fxhost::HostOptions options;
             options.bundleOutput = fxhost::Console::bundleOutput();
+            options.renderer = fxhost::parseRenderer(rendererWord);
             fxhost::EffectHost host(plugin, options);
             const std::string report = fxhost::describeEffect(host);
             std::cout << report << std::flush;
@@ -196,8 +206,10 @@ int main(int argc, char** argv) {
             }
         }
         for (const std::string& set : sets) settings.add(set);
+        outputOptions.renderer = fxhost::parseRenderer(rendererWord);
         if (preview->parsed()) {
             previewOptions.plugin = plugin;
+            previewOptions.renderer = outputOptions.renderer;
             previewOptions.settings = settings;
             return fxhost::runPreview(previewOptions);
         }

@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+#include "OstrivaneRendererSuite.h"
+
 namespace fxhost {
 
 namespace {
@@ -129,9 +131,13 @@ EffectHost::EffectHost(const std::string& bundlePath, HostOptions options)
       mInData(),
       mOutData(),
       mLastRequest() {
-    if (mOptions.hostGLContext) {
+    mWanted = resolveRenderer(mOptions.renderer);
+    mServedWhy = mOptions.renderer == Renderer::Auto ? autoRenderer().why : "asked for";
+    // The host's context stands for a host that renders with GL; a CPU render makes none.
+    if (mOptions.hostGLContext && mWanted == Renderer::GL) {
         mGL.reset(new HostGLContext());
     }
+    mSuites->setRendererChooser([this](A_long offered, A_long* chosen) { return chooseRenderer(offered, chosen); });
     mUtils.ansi = HostSuites::ansiTable();
     mUtils.get_pixel_data8 = HostCallbacks::pixelData8;
     mUtils.get_pixel_data16 = HostCallbacks::pixelData16;
@@ -238,7 +244,40 @@ PF_Err EffectHost::about() {
 
 PF_Err EffectHost::globalSetup() {
     mSetUp = true;
-    return send(PF_Cmd_GLOBAL_SETUP);
+    mRendererAsked = false;
+    const PF_Err err = send(PF_Cmd_GLOBAL_SETUP);
+    settleRenderer();
+    return err;
+}
+
+A_Err EffectHost::chooseRenderer(A_long offered, A_long* chosen) {
+    mRendererAsked = true;
+    if (mWanted == Renderer::CPU && (offered & kOstrivaneRenderer_CPU)) {
+        *chosen = kOstrivaneRenderer_CPU;
+        mServed = Renderer::CPU;
+    } else if (offered & kOstrivaneRenderer_GL) {
+        *chosen = kOstrivaneRenderer_GL;
+        mServed = Renderer::GL;
+    } else if (offered & kOstrivaneRenderer_CPU) {
+        *chosen = kOstrivaneRenderer_CPU;
+        mServed = Renderer::CPU;
+    } else {
+        return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    return A_Err_NONE;
+}
+
+// A bundle that never asked renders with GL, as every bundle did before the suite.
+void EffectHost::settleRenderer() {
+    if (!mRendererAsked) mServed = Renderer::GL;
+    if (mServed != mWanted) {
+        if (mOptions.renderer == Renderer::CPU)
+            throw std::runtime_error(mBundle.path() + ": the effect has no CPU renderer (use --renderer gl or auto)");
+        mServedWhy = mWanted == Renderer::CPU ? "the effect has no CPU renderer" : "the effect has no GL pass";
+    }
+    if (mServed == Renderer::GL && !mGL && mOptions.hostGLContext) {
+        mGL.reset(new HostGLContext());
+    }
 }
 
 PF_Err EffectHost::paramsSetup() {

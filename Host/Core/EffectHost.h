@@ -23,6 +23,7 @@
 #include "ParameterCurve.h"
 #include "PFSmartRender.h"
 #include "PFTypes.h"
+#include "Renderer.h"
 
 namespace fxhost {
 
@@ -31,6 +32,10 @@ struct HostOptions {
     // Where the bundle's standard output goes while it runs a command: a file descriptor
     // standing in for 1 (2, or one open on /dev/null), or -1 to leave it as it is.
     int bundleOutput = -1;
+    // Which of the effect's renderers to ask for in set-up. With the CPU renderer no GL context is
+    // made, the host's own included. Under Auto a bundle without a CPU renderer gets GL; under CPU
+    // its set-up throws std::runtime_error naming the bundle.
+    Renderer renderer = Renderer::GL;
 };
 
 class EffectHost {
@@ -71,6 +76,10 @@ public:
     FaultPlan& faults() { return mFaults; }
     HostSuites& suites() { return *mSuites; }
     HostGLContext* glContext() { return mGL.get(); }
+    // The renderer that serves the effect since set-up (GL before it, and for a bundle that never
+    // asked), and why, in a few words.
+    Renderer renderer() const { return mServed; }
+    const std::string& rendererReason() const { return mServedWhy; }
     const Bundle& bundle() const { return mBundle; }
     // The effect's name: the name it sets in PF_OutData on about, or else the last line of its
     // about text. Sends PF_Cmd_ABOUT the first time; throws std::runtime_error if that fails.
@@ -102,8 +111,15 @@ private:
     void probe();
     double frameAt(A_long time, A_u_long scale) const;
 
+    A_Err chooseRenderer(A_long offered, A_long* chosen);
+    void settleRenderer();
+
     Bundle mBundle;
     HostOptions mOptions;
+    Renderer mWanted = Renderer::GL;  // the request with Auto resolved
+    Renderer mServed = Renderer::GL;
+    std::string mServedWhy;
+    bool mRendererAsked = false;
     FaultPlan mFaults;
     std::unique_ptr<HostSuites> mSuites;
     std::unique_ptr<HostGLContext> mGL;

@@ -118,6 +118,7 @@ std::string describeEffect(EffectHost& host) {
     text += "Version:    " + versionText(out.my_version) + "\n";
     text += "out_flags:  " + outFlagNames(out.out_flags) + "\n";
     text += "out_flags2: " + outFlag2Names(out.out_flags2) + "\n";
+    text += "Renderer:   " + std::string(rendererName(host.renderer())) + " (" + host.rendererReason() + ")\n";
     text += "Parameters: " + std::to_string(out.num_params) + "\n";
     const auto& params = host.params();
     for (size_t i = 0; i < params.size(); ++i) {

@@ -8,6 +8,7 @@
 #include "AEGPSuites.h"
 #include "DrawbotSuites.h"
 #include "HostWorld.h"
+#include "OstrivaneRendererSuite.h"
 #include "PFSuites.h"
 
 namespace fxhost {
@@ -98,6 +99,14 @@ struct SuiteFunctions {
     }
 
     // AEGP Utility Suite
+    static A_Err chooseRenderer(PF_ProgPtr, A_long offered, A_long* chosen) {
+        if (!chosen) return PF_Err_BAD_CALLBACK_PARAM;
+        if (sActive && sActive->mRendererChooser) return sActive->mRendererChooser(offered, chosen);
+        if (!(offered & kOstrivaneRenderer_GL)) return PF_Err_BAD_CALLBACK_PARAM;
+        *chosen = kOstrivaneRenderer_GL;
+        return A_Err_NONE;
+    }
+
     static A_Err reportInfo(AEGP_PluginID, const A_char* text) {
         std::printf("%s\n", text ? text : "");
         return A_Err_NONE;
@@ -182,6 +191,8 @@ const DRAWBOT_SurfaceSuite2 kSurfaceSuite = {[](DRAWBOT_SurfaceRef) { return not
 const DRAWBOT_PathSuite1 kPathSuite = {[](DRAWBOT_PathRef, float, float) { return notImplemented(); },
                                        [](DRAWBOT_PathRef, float, float) { return notImplemented(); }};
 
+const OstrivaneRendererSuite1 kRendererSuite = {SuiteFunctions::chooseRenderer};
+
 struct ServedSuite {
     const char* name;
     int32_t version;
@@ -201,6 +212,7 @@ const ServedSuite kServedSuites[] = {
     {kDRAWBOT_SupplierSuite, kDRAWBOT_SupplierSuite_Version1, &kSupplierSuite},
     {kDRAWBOT_SurfaceSuite, kDRAWBOT_SurfaceSuite_Version2, &kSurfaceSuite},
     {kDRAWBOT_PathSuite, kDRAWBOT_PathSuite_Version1, &kPathSuite},
+    {kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1, &kRendererSuite},
 };
 
 }  // namespace

@@ -37,6 +37,11 @@ public:
 
     void setScriptHandler(ScriptHandler handler) { mScriptHandler = std::move(handler); }
 
+    // Answers "Ostrivane Renderer Suite": gets the effect's offered mask and sets the chosen bit,
+    // or returns an error code. Without a chooser the suite answers GL where it is offered.
+    using RendererChooser = std::function<A_Err(A_long offered, A_long* chosen)>;
+    void setRendererChooser(RendererChooser chooser) { mRendererChooser = std::move(chooser); }
+
     // Counts a call of a faultable callback and gives the injected code, or 0.
     PF_Err injected(Callback callback, int paramIndex = -1);
     int calls(Callback callback) const;
@@ -59,6 +64,7 @@ private:
     int mLiveHandles = 0;
     int mLiveMemHandles = 0;
     ScriptHandler mScriptHandler;
+    RendererChooser mRendererChooser;
 };
 
 }  // namespace fxhost

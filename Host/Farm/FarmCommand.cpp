@@ -66,6 +66,10 @@ FarmCommand::FarmCommand(CLI::App& app) : mPlugin(Bundle::besideExecutable()) {
     mSubmit->add_option("--png-compression", mPngCompression, "As render's: zlib level of PNG output, 0 to 9")
         ->check(CLI::Range(0, 9));
     mSubmit->add_flag("--strict-depth", mStrictDepth, "As render's: refuse inputs deeper than 8 bits");
+    mSubmit
+        ->add_option("--renderer", mRenderer,
+                     "As render's: auto, gl or cpu; auto is settled here, so every chunk renders with the same one")
+        ->check(CLI::IsMember({"auto", "gl", "cpu"}));
     mSubmit->add_option("--chunk", mChunk, "Frames a task renders")->required()->check(CLI::PositiveNumber);
     mSubmit->add_option("--partition", mPartition, "Slurm partition");
     mSubmit->add_option("--time", mTime, "Time limit of a task, as sbatch takes it");
@@ -143,7 +147,13 @@ int FarmCommand::submit() {
         }
     }
     for (const std::string& set : mSets) settings.add(set);
-    { const RenderJob checked(absolute(mPlugin), settings); }
+    OutputOptions checkOptions;
+    checkOptions.renderer = parseRenderer(mRenderer);
+    Renderer served = Renderer::GL;
+    {
+        RenderJob checked(absolute(mPlugin), settings, checkOptions);
+        served = checked.host().renderer();
+    }
     // Chunks read a copy taken now: one queued, requeued or resumed later renders with the look
     // as it was submitted, however the original is edited meanwhile.
     const std::string lookCopy = sequence.stateDir() + "/look.json";
@@ -153,6 +163,7 @@ int FarmCommand::submit() {
         renderOptions.insert(renderOptions.end(), {"--png-compression", std::to_string(mPngCompression)});
     }
     if (mStrictDepth) renderOptions.push_back("--strict-depth");
+    renderOptions.insert(renderOptions.end(), {"--renderer", rendererName(served)});
     const BatchScript script(sequence, {thisProgram(), absolute(mPlugin), input, mSets, renderOptions,
                                         mPartition, mTime, mMemory, mSbatchArgs});
     size_t toRender = 0;

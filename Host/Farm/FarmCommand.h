@@ -34,6 +34,7 @@ private:
     std::vector<std::string> mSets, mSbatchArgs;
     int mChunk = 0;
     int mPngCompression = -1;
+    std::string mRenderer = "auto";
     bool mStrictDepth = false;
     bool mDryRun = false;
 };

@@ -1,7 +1,10 @@
 #include "SharedEffect.h"
 
+#include <cstdlib>
+
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 
 #include "BundleLocator.h"
@@ -45,6 +48,18 @@ void SharedEffect::configure(const char* candidates, const char* fallbackName) {
     effect.mFallbackName = fallbackName;
 }
 
+// FXHOST_RENDERER=gl|cpu forces one of the effect's renderers; unset (or auto), the CPU where GL
+// would be a software rasteriser. A word it does not know is an error naming the variable.
+Renderer SharedEffect::requestedRenderer() {
+    const char* word = std::getenv("FXHOST_RENDERER");
+    if (!word || !*word) return Renderer::Auto;
+    try {
+        return parseRenderer(word);
+    } catch (const std::invalid_argument& e) {
+        throw std::runtime_error(std::string("FXHOST_RENDERER: ") + e.what());
+    }
+}
+
 void SharedEffect::acquire() {
     if (!mHost) {
         CallerGLState caller;
@@ -55,6 +70,7 @@ void SharedEffect::acquire() {
         options.hostGLContext = false;  // the application's context, if any, is the host's
         std::string path;
         try {
+            options.renderer = requestedRenderer();
             path = BundleLocator(mCandidates).find();
             auto host = std::make_unique<EffectHost>(path, options);
             require(host->globalSetup(), *host, "the effect's global set-up");
@@ -122,7 +138,9 @@ const EffectDescription& SharedEffect::description() {
 
 std::string SharedEffect::render(const std::vector<double>& values, HostWorld& input, HostWorld& output) {
     if (!mHost) return "the effect is not set up";
-    CallerGLState caller;
+    // The CPU renderer touches no GL, so the application's EGL state need not even be looked at.
+    std::optional<CallerGLState> caller;
+    if (mHost->renderer() == Renderer::GL) caller.emplace();
     // The effect makes a context for each thread it first renders on, and reports it; stdout is
     // the process's, so it is swapped only then, never while an application thread may be writing
     // its own output there frame after frame.

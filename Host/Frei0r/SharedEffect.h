@@ -48,6 +48,7 @@ public:
 private:
     SharedEffect() = default;
     void describe();
+    static Renderer requestedRenderer();
 
     std::mutex mMutex;
     std::string mCandidates;

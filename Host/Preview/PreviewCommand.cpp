@@ -31,7 +31,7 @@ int runPreview(const PreviewOptions& options) {
             ": the preview can be reached from other machines; the token is all that guards it, "
             "and it travels unencrypted");
     }
-    PreviewRenderer renderer(options.plugin, options.settings, options.input);
+    PreviewRenderer renderer(options.plugin, options.settings, options.input, options.renderer);
     const RenderCommand command(options.plugin, options.input, renderer.summary());
     PreviewServer server(renderer, command, options.address, options.port);
     // A signal stops the server rather than the process: waiting renders are answered, the frame

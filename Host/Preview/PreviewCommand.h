@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ParameterSettings.h"
+#include "Renderer.h"
 
 namespace fxhost {
 
@@ -16,6 +17,7 @@ struct PreviewOptions {
     std::string input;
     std::string address = "127.0.0.1";
     int port = 0;  // 0: a free port
+    Renderer renderer = Renderer::Auto;
 };
 
 int runPreview(const PreviewOptions& options);

@@ -68,10 +68,10 @@ Pixels pixelsOf(const HostWorld& world, int channels) {
 }  // namespace
 
 PreviewRenderer::PreviewRenderer(const std::string& plugin, const ParameterSettings& settings,
-                                 const std::string& input) {
+                                 const std::string& input, Renderer renderer) {
     const char* delay = std::getenv("FXHOST_PREVIEW_TEST_DELAY_MS");
     if (delay) mDelayMs = std::max(0, std::atoi(delay));
-    mThread = std::thread(&PreviewRenderer::run, this, plugin, settings, input);
+    mThread = std::thread(&PreviewRenderer::run, this, plugin, settings, input, renderer);
     std::unique_lock<std::mutex> hold(mLock);
     mStartedSignal.wait(hold, [this] { return mStarted; });
     if (mStartStatus != 0) {
@@ -122,7 +122,7 @@ PreviewRenderer::Result PreviewRenderer::render(const FrameRequest& request) {
 }
 
 void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& settings,
-                          const std::string& input) {
+                          const std::string& input, Renderer renderer) {
     std::unique_ptr<RenderJob> job;
     std::unique_ptr<FrameSource> source;
     FrameSlot frame;
@@ -133,10 +133,12 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
         int status = 0;
         std::string error;
         try {
-            job = std::make_unique<RenderJob>(plugin, settings);
+            OutputOptions jobOptions;
+            jobOptions.renderer = renderer;
+            job = std::make_unique<RenderJob>(plugin, settings, jobOptions);
             EffectHost& host = job->host();
             SourceOptions options;
-            if (host.glContext()) options.maxTextureSize = host.glContext()->maxTextureSize();
+            if (host.glContext() && host.renderer() == Renderer::GL) options.maxTextureSize = host.glContext()->maxTextureSize();
             source = FrameSource::open(input, options);
             mSummary.frames = source->frames();
             mSummary.kind = source->kind();

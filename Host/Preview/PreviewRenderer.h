@@ -58,7 +58,8 @@ public:
 
     // Starts the thread and waits until the effect is set up with `settings` and the input's
     // first frame is read; throws what that throws.
-    PreviewRenderer(const std::string& plugin, const ParameterSettings& settings, const std::string& input);
+    PreviewRenderer(const std::string& plugin, const ParameterSettings& settings, const std::string& input,
+                    Renderer renderer = Renderer::GL);
     ~PreviewRenderer();  // close(), then waits for the frame being rendered
 
     const PreviewSummary& summary() const { return mSummary; }
@@ -75,7 +76,8 @@ public:
 
 private:
     struct Pending;
-    void run(const std::string& plugin, const ParameterSettings& settings, const std::string& input);
+    void run(const std::string& plugin, const ParameterSettings& settings, const std::string& input,
+             Renderer renderer);
 
     std::mutex mLock;
     std::condition_variable mWake;  // the render thread: a request, or closing

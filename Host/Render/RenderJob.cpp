@@ -44,9 +44,10 @@ OIIO::ImageBuf wrap(HostWorld& world, int x, int y, int width, int height) {
 }
 
 // The bundle's own standard output (its driver report) is kept off the host's.
-HostOptions hostOptions() {
+HostOptions hostOptions(Renderer renderer) {
     HostOptions options;
     options.bundleOutput = Console::bundleOutput();
+    options.renderer = renderer;
     return options;
 }
 
@@ -63,9 +64,11 @@ void showProgress(int done, int total) {
 
 RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& settings,
                      const OutputOptions& options) try
-    : mHost(plugin, hostOptions()), mOptions(options) {
-    if (mHost.glContext()) mMaxTextureSize = mHost.glContext()->maxTextureSize();
+    : mHost(plugin, hostOptions(options.renderer)), mOptions(options) {
     require(mHost.globalSetup(), mHost, "PF_Cmd_GLOBAL_SETUP");
+    // The GL pass cannot take frames larger than the driver's textures; the CPU renderer has no such bound.
+    if (mHost.glContext() && mHost.renderer() == Renderer::GL) mMaxTextureSize = mHost.glContext()->maxTextureSize();
+    Console::detail("renderer: %s (%s)\n", rendererName(mHost.renderer()), mHost.rendererReason().c_str());
     require(mHost.paramsSetup(), mHost, "PF_Cmd_PARAMS_SETUP");
     try {
         settings.apply(mHost);

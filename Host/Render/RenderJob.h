@@ -27,6 +27,7 @@ struct OutputOptions {
     bool times = false;        // print where a sequence's time went, per frame
     bool strictDepth = false;  // refuse inputs the 8-bit worlds cannot hold, rather than warn
     MovieOptions movie;        // how a movie OUTPUT is encoded
+    Renderer renderer = Renderer::GL;  // which of the effect's renderers to ask for
 };
 
 class RenderJob {

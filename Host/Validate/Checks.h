@@ -24,6 +24,7 @@ void worlds(ValidationContext& c);
 void threads(ValidationContext& c);
 void parameterValues(ValidationContext& c);
 void timing(ValidationContext& c);
+void renderers(ValidationContext& c);
 
 }  // namespace checks
 }  // namespace fxhost

@@ -77,6 +77,11 @@ const std::vector<ValidationTest>& validationTests() {
          checks::worlds},
         {"threads", "frames sent from a pool of threads in turn give the same bytes as on the host's thread",
          checks::threads},
+        {"renderers",
+         "an effect that offers a CPU renderer besides its GL pass: a chart of every alpha through both, at "
+         "each float slider's limits and default, agrees but for rounding (one level at full alpha, what "
+         "un-premultiplying magnifies below it) in at least 99.5 % of channel values",
+         checks::renderers},
         {"timing", "1920x1080 frames render; set-up, first-frame and per-frame times reported, not judged",
          checks::timing},
     };

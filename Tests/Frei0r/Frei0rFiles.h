@@ -77,10 +77,18 @@ protected:
         return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
     }
 
+    // The renderer both the module and fxhost are asked for: FXHOST_RENDERER, which ctest sets for
+    // each run of this suite, else auto.
+    static std::string renderer() {
+        const char* word = getenv("FXHOST_RENDERER");
+        return word && *word ? word : "auto";
+    }
+
     std::string fxhostReference(const std::string& input, const std::string& hue, const std::string& saturation) {
         const std::string out = path("ref-" + hue + "-" + saturation + "-" + std::filesystem::path(input).filename().string());
-        const CommandResult r = runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " -q render --set \"Hue Value=" + hue +
-                                           "\" --set Saturation=" + saturation + " " + input + " " + out);
+        const CommandResult r = runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " -q render --renderer " + renderer() +
+                                           " --set \"Hue Value=" + hue + "\" --set Saturation=" + saturation + " " +
+                                           input + " " + out);
         EXPECT_EQ(r.status, 0) << r.err;
         return rawRgba(out);
     }

@@ -6,7 +6,9 @@
 #include <cstring>
 
 #include "PFSmartRender.h"
+#include "OstrivaneRendererSuite.h"
 #include "PFTypes.h"
+#include "SPBasic.h"
 
 namespace {
 
@@ -49,6 +51,22 @@ PF_Err Render(PF_InData* in, PF_SmartRenderExtra* extra) {
     return extra->cb->checkin_layer_pixels(in->effect_ref, 0);
 }
 
+// It copies without GL either way, so it offers both renderers and takes whichever the host picks.
+PF_Err GlobalSetup(PF_InData* in, PF_OutData* out) {
+    out->out_flags = 0;
+    out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+    const void* table = nullptr;
+    if (in->pica_basicP &&
+        in->pica_basicP->AcquireSuite(kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1, &table) == 0 && table) {
+        A_long chosen = 0;
+        const A_Err err = static_cast<const OstrivaneRendererSuite1*>(table)->ChooseRenderer(
+            in->effect_ref, kOstrivaneRenderer_GL | kOstrivaneRenderer_CPU, &chosen);
+        in->pica_basicP->ReleaseSuite(kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1);
+        return err;
+    }
+    return PF_Err_NONE;
+}
+
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) PF_Err EntryPointFunc(PF_Cmd cmd, PF_InData* in,
@@ -59,9 +77,7 @@ extern "C" __attribute__((visibility("default"))) PF_Err EntryPointFunc(PF_Cmd c
         case PF_Cmd_ABOUT:
             return About(out);
         case PF_Cmd_GLOBAL_SETUP:
-            out->out_flags = 0;
-            out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
-            return PF_Err_NONE;
+            return GlobalSetup(in, out);
         case PF_Cmd_PARAMS_SETUP:
             out->num_params = 1;
             return PF_Err_NONE;

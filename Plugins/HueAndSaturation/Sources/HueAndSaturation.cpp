@@ -10,7 +10,9 @@
 #include "AEOpenGLContextManager.h"
 #include "AEOpenGLUtilities.h"
 #include "AEOpenglMainFrameBuffer.h"
+#include "HueAndSaturationCPURender.h"
 #include "HueAndSaturationRender.h"
+#include "OstrivaneRendererSuite.h"
 #include "PFSmartRender.h"
 #include "PFSuites.h"
 #include "RectHelpers.h"
@@ -42,6 +44,31 @@ HueAndSaturationRender* WarpRender() {
     return mWarpRender;
 }
 
+// Which renderer this load uses, as the host chose in set-up; GL where the host never said.
+bool mCPURendering = false;
+
+// Offers both renderers to a host that serves the renderer suite. A host without it keeps the GL
+// pass; a host that answers with an error fails the set-up with that code.
+void ChooseRenderer(PF_InData* in_data) {
+    mCPURendering = false;
+    const void* table = nullptr;
+    SPBasicSuite* basic = in_data->pica_basicP;
+    if (!basic || basic->AcquireSuite(kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1, &table) != 0) {
+        return;
+    }
+    if (!table) {
+        return;
+    }
+    const auto* suite = static_cast<const OstrivaneRendererSuite1*>(table);
+    A_long chosen = kOstrivaneRenderer_GL;
+    const A_Err err = suite->ChooseRenderer(in_data->effect_ref, kOstrivaneRenderer_GL | kOstrivaneRenderer_CPU, &chosen);
+    basic->ReleaseSuite(kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1);
+    if (err) {
+        throw static_cast<int>(err);
+    }
+    mCPURendering = chosen == kOstrivaneRenderer_CPU;
+}
+
 PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
     SuiteScoper<PF_ANSICallbacksSuite1> ansi(in_data, kPFANSISuite, kPFANSISuiteVersion1, nullptr, nullptr);
     // A host may report success with a null table: that is a missing suite too.
@@ -53,11 +80,17 @@ PF_Err About(PF_InData* in_data, PF_OutData* out_data) {
     return PF_Err_NONE;
 }
 
-PF_Err GlobalSetup(PF_InData*, PF_OutData* out_data) {
+PF_Err GlobalSetup(PF_InData* in_data, PF_OutData* out_data) {
     out_data->my_version =
         PF_VERSION(kMajorVersion, kMinorVersion, kBugVersion, kStageVersion, kBuildVersion);
     out_data->out_flags = 0;
     out_data->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+
+    ChooseRenderer(in_data);
+    if (mCPURendering) {
+        // No context, no EGL: the CPU renderer needs nothing from GL.
+        return PF_Err_NONE;
+    }
 
     // The bracket's destructor puts the host's context back on the exception path too.
     SaveRestoreGLContextEGL saved;
@@ -68,6 +101,10 @@ PF_Err GlobalSetup(PF_InData*, PF_OutData* out_data) {
 }
 
 PF_Err GlobalSetdown() {
+    if (mCPURendering) {
+        mCPURendering = false;
+        return PF_Err_NONE;
+    }
     SaveRestoreGLContextEGL saved;
     // Without a set-up there is no shared data context; this thread's context then holds
     // whatever the frames made.
@@ -152,6 +189,31 @@ A_long LargestFrameSide() {
     return std::min(texture, renderbuffer);
 }
 
+// The CPU road of a frame: the same suites and parameter reads as the GL road, in the same order
+// and with the same first-error rule, then the CPU renderer straight from world to world.
+PF_Err SmartRenderCPU(PF_InData* in_data, PF_LayerDef* input, PF_LayerDef* output) {
+    // The renderer writes as many rows and columns as the input has; a smaller output cannot take them.
+    if (output->width < input->width || output->height < input->height) {
+        return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    SuiteScoper<AEGP_PFInterfaceSuite1> interfaceSuite(in_data, kAEGPPFInterfaceSuite,
+                                                       kAEGPPFInterfaceSuiteVersion1, nullptr, nullptr);
+    SuiteScoper<AEGP_LayerSuite5> layerSuite(in_data, kAEGPLayerSuite, kAEGPLayerSuiteVersion5, nullptr, nullptr);
+    SuiteScoper<AEGP_ItemSuite6> itemSuite(in_data, kAEGPItemSuite, kAEGPItemSuiteVersion6, nullptr, nullptr);
+    PF_Err err = PF_Err_NONE;
+    PF_ParamDef record;
+    std::memset(&record, 0, sizeof record);
+    HueAndSaturationCPURender pass;
+    CheckoutParam(in_data, kHueValueId, record, err);
+    pass.setHue(static_cast<float>(record.u.fs_d.value));
+    CheckinParam(in_data, record, err);
+    CheckoutParam(in_data, kSaturationId, record, err);
+    pass.setSaturation(static_cast<float>(record.u.fs_d.value));
+    CheckinParam(in_data, record, err);
+    pass.render(*input, *output);
+    return err;
+}
+
 PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
     if (!extra || !extra->cb) {
         return PF_Err_BAD_CALLBACK_PARAM;
@@ -167,6 +229,9 @@ PF_Err SmartRender(PF_InData* in_data, PF_SmartRenderExtra* extra) {
     // An empty layer or a missing output is refused before GL is touched; the output stays as it was.
     if (!input || !output || input->width < 0 || input->height < 0) {
         return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    if (mCPURendering) {
+        return SmartRenderCPU(in_data, input, output);
     }
     float multiplier16bit = 1.0f;
     unsigned long pixelSize = 4;

@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# The effect's two renderers against FFmpeg's own `hue`, side by side in one run: wall time and peak
+# resident memory (/usr/bin/time) of whole processes, each case the median of RUNS runs taken in
+# turn with its peers (alternating, so that a busy spell of a shared machine falls on all of them).
+# Cases: 24 x 1080p PNG; 48 x 1080p H.264 + AAC to H.264; the frei0r module inside FFmpeg against
+# `hue` and Debian's hueshift0r + saturat0r; one 640 x 360 PNG; --version. Prints a table of
+# ratios (FFmpeg's time over fxhost's: above 1 means fxhost is faster).
+#   scripts/bench-renderers.sh [RUNS]     (default 3)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT=$PWD
+RUNS=${1:-3}
+need=()
+command -v ffmpeg >/dev/null || need+=(ffmpeg)
+[ -e /usr/lib/frei0r-1/hueshift0r.so ] || need+=(frei0r-plugins)
+[ -x /usr/bin/time ] || need+=(time)
+if [ ${#need[@]} -gt 0 ]; then
+  SUDO=""; [ "$(id -u)" != 0 ] && SUDO=sudo
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${need[@]}" >/dev/null
+fi
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j2 --target fxhost frei0r-ostrivane-hue-and-saturation >/dev/null
+FX=$ROOT/build/bin/fxhost
+WORK=$(mktemp -d "${TMPDIR:-/tmp}/ostrivane-renderers.XXXXXX")
+trap 'rm -rf "$WORK"' EXIT
+export FREI0R_PATH=$ROOT/build/lib/frei0r-1:/usr/lib/frei0r-1
+log() { echo "bench: $*" >&2; }
+
+# Inputs: 24 PNG frames and a 48-frame H.264 + AAC movie of 1080p, and one 640 x 360 PNG.
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -frames:v 24 "$WORK/png_%04d.png"
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -f lavfi -i "sine=frequency=440:sample_rate=48000" \
+  -map 0:v -map 1:a -frames:v 48 -t 2 -c:v libx264 -pix_fmt yuv420p -c:a aac "$WORK/movie.mp4"
+ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=640x360:rate=1" -frames:v 1 "$WORK/small.png"
+
+# One run of a case: "seconds peak_MiB" appended to WORK/NAME.
+run() {
+  local name=$1; shift
+  rm -rf "$WORK/out"; mkdir -p "$WORK/out"
+  /usr/bin/time -f "%e %M" -o "$WORK/t" "$@" >/dev/null 2>"$WORK/err_$name" || { cat "$WORK/err_$name" >&2; exit 1; }
+  awk '{ printf "%s %.1f\n", $1, $2 / 1024 }' "$WORK/t" >> "$WORK/$name"
+}
+median() { sort -n -k"$2" "$WORK/$1" | awk -v k="$2" '{ v[NR] = $k } END { print v[int((NR + 1) / 2)] }'; }
+
+F0R="scale=in_color_matrix=bt601:in_range=tv:flags=bicubic+accurate_rnd+full_chroma_int,format=rgba"
+declare -A CASE
+CASE[png_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/png_%04d.png $WORK/out/o_%04d.png"
+CASE[png_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/png_%04d.png $WORK/out/o_%04d.png"
+CASE[png_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/png_%04d.png -vf hue=h=90:s=1.5 $WORK/out/o_%04d.png"
+CASE[movie_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/movie.mp4 $WORK/out/o.mp4"
+CASE[movie_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/movie.mp4 $WORK/out/o.mp4"
+CASE[movie_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf hue=h=90:s=1.5 -c:a copy $WORK/out/o.mp4"
+CASE[f0r_cpu]="env FXHOST_RENDERER=cpu ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75 -c:a copy $WORK/out/o.mp4"
+CASE[f0r_gl]="env FXHOST_RENDERER=gl ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75 -c:a copy $WORK/out/o.mp4"
+CASE[f0r_debian]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=hueshift0r:0.25,frei0r=saturat0r:0.1875 -c:a copy $WORK/out/o.mp4"
+CASE[f0r_hue]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf hue=h=90:s=1.5 -c:a copy $WORK/out/o.mp4"
+CASE[small_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/small.png $WORK/out/o.png"
+CASE[small_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/small.png $WORK/out/o.png"
+CASE[small_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/small.png -vf hue=h=90:s=1.5 $WORK/out/o.png"
+CASE[version_fx]="$FX --version"
+CASE[version_ffmpeg]="ffmpeg -version"
+GROUPS="png movie f0r small version"
+members() { printf '%s\n' "${!CASE[@]}" | grep "^$1_" | sort; }
+
+for ((i = 1; i <= RUNS; i++)); do
+  for group in $GROUPS; do
+    for name in $(members "$group"); do
+      log "run $i: $name"
+      eval "run $name ${CASE[$name]}"
+    done
+  done
+done
+
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
+row() {  # case, peer: median seconds and MiB, and the peer's time and memory over the case's
+  local t m pt pm
+  t=$(median "$1" 1); m=$(median "$1" 2); pt=$(median "$2" 1); pm=$(median "$2" 2)
+  printf '| %-13s | %7s | %8s | %-14s | %10s | %12s |\n' "$1" "$t" "$m" "$2" "$(ratio "$pt" "$t")" "$(ratio "$m" "$pm")"
+}
+echo "load average at the end: $(cut -d' ' -f1-3 /proc/loadavg); median of $RUNS"
+printf '| %-13s | %7s | %8s | %-14s | %10s | %12s |\n' case "s" "MiB" "against" "speed x" "memory x"
+printf '|%s|%s|%s|%s|%s|%s|\n' --------------- --------- ---------- ---------------- ------------ --------------
+for group in png movie small version; do
+  peer=$(members "$group" | grep -E '_ffmpeg$')
+  for name in $(members "$group" | grep -v -E '_ffmpeg$'); do row "$name" "$peer"; done
+done
+for name in f0r_cpu f0r_gl f0r_debian; do row "$name" f0r_hue; done
+row f0r_cpu f0r_debian
