@@ -175,7 +175,7 @@ TEST_F(FxhostFiles, StandardOutputCarriesOnlyWhatTheCommandPrints) {
     ASSERT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("Hue Value"), std::string::npos);
     EXPECT_EQ((r.out + r.err).find("OpenGL"), std::string::npos);
-    r = fxhost("-v info");
+    r = fxhost("-v info --renderer gl");
     EXPECT_EQ(r.out.find("OpenGL"), std::string::npos);
     EXPECT_NE(r.err.find("OpenGL Renderer"), std::string::npos);
 }
@@ -196,7 +196,7 @@ TEST_F(FxhostFiles, ErrorsNameTheirCause) {
         EXPECT_EQ(filesInDir(), 0);
     }
     const std::string wide = make("wide.png", OIIO::ImageSpec(20000, 1, 3, OIIO::TypeDesc::UINT8));
-    const CommandResult r = fxhost("render " + wide + " " + dir + "/out.png");
+    const CommandResult r = fxhost("render --renderer gl " + wide + " " + dir + "/out.png");
     EXPECT_EQ(r.status, 3);
     EXPECT_NE(r.err.find("20000x1, too large for this GL implementation: its largest texture is"),
               std::string::npos)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 
@@ -29,4 +31,30 @@ TEST(FxhostInfo, BundleThatIsMissingOrNotAnEffectIsAClearError) {
     r = runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " info --plugin /lib/x86_64-linux-gnu/libm.so.6");
     EXPECT_NE(r.status, 0);
     EXPECT_NE(r.err.find("does not export EntryPointFunc"), std::string::npos) << r.err;
+}
+
+// Which renderer a command asked for, which served, and why: in info's table and in -v's lines.
+// An effect with no CPU renderer gets GL under auto and is refused under cpu, by name.
+TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
+    const std::string fxhost = OSTRIVANE_FXHOST_PATH, glOnly = OSTRIVANE_PASSTHROUGH_GL_ONLY_PATH;
+    const std::string out = "/tmp/fxhost-renderer-" + std::to_string(getpid()) + ".png";
+    const struct {
+        std::string args;
+        int status;
+        std::string said;
+    } cases[] = {
+        {"info --renderer cpu", 0, "Renderer:   cpu (asked for)\n"},
+        {"info --renderer gl", 0, "Renderer:   gl (asked for)\n"},
+        {"info --renderer auto --plugin " + glOnly, 0, "Renderer:   gl (the effect has no CPU renderer)\n"},
+        {"info --renderer cpu --plugin " + glOnly, 1, glOnly + ": the effect has no CPU renderer"},
+        {"-v render --renderer cpu " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + out, 0,
+         "renderer: cpu (asked for)\n"},
+        {"render --renderer fast in.png out.png", 2, "--renderer"},
+    };
+    for (const auto& c : cases) {
+        const CommandResult r = runCommand(fxhost + " " + c.args);
+        EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
+        EXPECT_NE((r.out + r.err).find(c.said), std::string::npos) << c.args << "\n" << r.out << r.err;
+    }
+    std::remove(out.c_str());
 }

@@ -100,6 +100,11 @@ TEST_F(FarmOnSlurm, ChunksMatchALocalRenderAndResumeRendersOnlyTheChunksMissingF
     const std::string job = r.out.substr(0, r.out.size() - 1);
     EXPECT_NE(r.err.find("renders chunks 1-4 of 4 (24 of 24 frames to render, 6 a chunk)"), std::string::npos)
         << r.err;
+    // auto is settled at submission, as fxhost info settles it here: every chunk names the renderer.
+    const bool cpu = runCommand(kFxhost + " info").out.find("Renderer:   cpu") != std::string::npos;
+    EXPECT_NE(readText(state + "/render.sh").find(std::string("'--renderer' '") + (cpu ? "cpu" : "gl") + "'"),
+              std::string::npos)
+        << readText(state + "/render.sh");
     waitFor(job);
     expectAllMatch();
     EXPECT_NE(readText(state + "/check.log").find("all 24 frames of " + out + " are there and read back"),

@@ -52,9 +52,13 @@ PF_Err Render(PF_InData* in, PF_SmartRenderExtra* extra) {
 }
 
 // It copies without GL either way, so it offers both renderers and takes whichever the host picks.
+// Built with PASS_THROUGH_GL_ONLY it never asks, as an effect with a GL pass alone.
 PF_Err GlobalSetup(PF_InData* in, PF_OutData* out) {
     out->out_flags = 0;
     out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER;
+#ifdef PASS_THROUGH_GL_ONLY
+    return PF_Err_NONE;
+#endif
     const void* table = nullptr;
     if (in->pica_basicP &&
         in->pica_basicP->AcquireSuite(kOstrivaneRendererSuite, kOstrivaneRendererSuiteVersion1, &table) == 0 && table) {
