@@ -63,6 +63,7 @@ const Fault kFaults[] = {
      "after PF_Cmd_GLOBAL_SETDOWN (success), the host's context was used: the host's renderbuffer 1 was deleted"},
     {"BrokenEscapesAllocations", "faults.allocations",
      "made by the bundle's code refused: command 0: an exception crossed EntryPointFunc"},
+    {"BrokenCPUDrifts", "renderers", "the renderers differ beyond rounding at pixel (0, 0)"},
 };
 
 TEST(Validate, EachBrokenBundleFailsTheTestNamingItsFaultAndNoOther) {
