@@ -134,6 +134,12 @@ C/Look.cpp	s/version < 1\) \{/version.get<int>() < 1) {/	a version past 32 bits 
 F/FarmCommand.cpp	s/if \(!mLook\.empty\(\)\) renderOptions = \{"--look", lookCopy\};/if (!mLook.empty()) renderOptions = {"--look", mLook};/	queued chunks read the look as it is when they run
 P/page/app.js	s/    if \(commandPending\) await showCommand\(\);\n//	Copy right after a change copies the command from before it
 C/Interruption.cpp	s/FileGuard\(\) \{ gFiles\.lock_shared\(\); \}/FileGuard() {}/; s/~FileGuard\(\) \{ gFiles\.unlock_shared\(\); \}/~FileGuard() {}/	a temporary file created after an interruption removed the registered ones
+C/EffectHost.cpp	s/if \(mOptions\.renderer == Renderer::CPU\)\n/if (false)\n/	--renderer cpu quietly renders with GL for an effect without a CPU renderer
+C/Renderer.cpp	s/if \(node\.empty\(\)\) return \{Renderer::CPU,/if (node.empty()) return {Renderer::GL,/	auto takes GL on a machine without a GPU
+F/FarmCommand.cpp	s/renderOptions\.insert\(renderOptions\.end\(\), \{"--renderer", rendererName\(served\)\}\);/;/	the farm leaves auto for each chunk to settle
+Host/Frei0r/SharedEffect.cpp	s/std::getenv\("FXHOST_RENDERER"\)/nullptr/	the frei0r module ignores FXHOST_RENDERER
+Host/Validate/RendererChecks.cpp	s/return alpha == 0 \? 0 : \(255 \+ alpha - 1\) \/ alpha;/return 255;/	the validator lets the renderers differ by any amount
+E	s/mCPURendering = chosen == kOstrivaneRenderer_CPU;/mCPURendering = false;/	the effect ignores the host's choice of its CPU renderer
 LIST
 )
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "CommandRunner.h"
@@ -51,6 +52,15 @@ TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
          "renderer: cpu (asked for)\n"},
         {"render --renderer fast in.png out.png", 2, "--renderer"},
     };
+    // Without a GPU device node, GL could only be a software rasteriser: auto takes the CPU.
+    bool gpuNode = std::filesystem::exists("/dev/nvidiactl");
+    if (std::filesystem::is_directory("/dev/dri"))
+        for (const auto& entry : std::filesystem::directory_iterator("/dev/dri"))
+            gpuNode = gpuNode || entry.path().filename().string().rfind("renderD", 0) == 0;
+    if (!gpuNode) {
+        const CommandResult r = runCommand(fxhost + " info");
+        EXPECT_NE(r.out.find("Renderer:   cpu (no GPU device node"), std::string::npos) << r.out;
+    }
     for (const auto& c : cases) {
         const CommandResult r = runCommand(fxhost + " " + c.args);
         EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
