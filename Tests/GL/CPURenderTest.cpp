@@ -122,7 +122,8 @@ protected:
     static void expectSameRule(const std::vector<std::uint8_t>& gl, const std::vector<std::uint8_t>& cpu,
                                double minimumIdentical) {
         ASSERT_EQ(gl.size(), cpu.size());
-        size_t differing = 0;
+        size_t differing = 0, tooFar = 0;
+        ::testing::Message first;
         for (size_t i = 0; i < gl.size(); i += 4) {
             ASSERT_EQ(cpu[i], gl[i]) << "alpha of pixel " << i / 4;
             const int alpha = gl[i];
@@ -130,9 +131,12 @@ protected:
             for (size_t c = 1; c < 4; ++c) {
                 const int difference = std::abs(int(cpu[i + c]) - int(gl[i + c]));
                 differing += difference != 0;
-                EXPECT_LE(difference, allowed) << "pixel " << i / 4 << " channel " << c << " alpha " << alpha;
+                if (difference > allowed && tooFar++ == 0)
+                    first << "pixel " << i / 4 << " channel " << c << " at alpha " << alpha << ": " << int(cpu[i + c])
+                          << " on the CPU, " << int(gl[i + c]) << " on the GPU";
             }
         }
+        EXPECT_EQ(tooFar, 0u) << "colour channels too far apart, the first: " << first;
         const double identical = 1.0 - double(differing) / double(gl.size() / 4 * 3);
         EXPECT_GE(identical, minimumIdentical) << differing << " colour channels differ";
     }
