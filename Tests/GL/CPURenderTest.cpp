@@ -119,13 +119,15 @@ protected:
     // The rule the CPU renderer keeps: alpha always equal; colour equal in all but a share of
     // channels, and never further apart than one premultiplied level becomes when divided by
     // the alpha: one level at alpha 255, four from alpha 64 up.
-    static void expectSameRule(const std::vector<std::uint8_t>& gl, const std::vector<std::uint8_t>& cpu,
-                               double minimumIdentical) {
-        ASSERT_EQ(gl.size(), cpu.size());
+    // Returns the number of colour channels that differ.
+    static size_t expectSameRule(const std::vector<std::uint8_t>& gl, const std::vector<std::uint8_t>& cpu,
+                                 double minimumIdentical) {
+        EXPECT_EQ(gl.size(), cpu.size());
+        if (gl.size() != cpu.size()) return gl.size();
         size_t differing = 0, tooFar = 0;
         ::testing::Message first;
         for (size_t i = 0; i < gl.size(); i += 4) {
-            ASSERT_EQ(cpu[i], gl[i]) << "alpha of pixel " << i / 4;
+            EXPECT_EQ(cpu[i], gl[i]) << "alpha of pixel " << i / 4;
             const int alpha = gl[i];
             const int allowed = alpha == 0 ? 0 : (255 + alpha - 1) / alpha;
             for (size_t c = 1; c < 4; ++c) {
@@ -139,20 +141,27 @@ protected:
         EXPECT_EQ(tooFar, 0u) << "colour channels too far apart, the first: " << first;
         const double identical = 1.0 - double(differing) / double(gl.size() / 4 * 3);
         EXPECT_GE(identical, minimumIdentical) << differing << " colour channels differ";
+        return differing;
     }
 };
 
 TEST_F(CPURenderTest, GivesTheGLRoadsBytesOverHueAndSaturation) {
     const Frame opaque = opaqueChart();
     const Frame alphas = alphaChart();
+    size_t differing = 0, channels = 0;
     // 3600090 is 90 after ten thousand turns: the turn is taken modulo 360 before it is narrowed.
     for (const float hue : {0.0f, 90.0f, 200.5f, 359.9f, -45.0f, 725.0f, 3600090.0f}) {
         for (const float saturation : {0.0f, 0.5f, 1.0f, 1.37f, 2.0f}) {
             SCOPED_TRACE(::testing::Message() << "hue " << hue << ", saturation " << saturation);
-            expectSameRule(glRoad(opaque, hue, saturation), cpu(opaque, hue, saturation), 0.999);
-            expectSameRule(glRoad(alphas, hue, saturation), cpu(alphas, hue, saturation), 0.999);
+            differing += expectSameRule(glRoad(opaque, hue, saturation), cpu(opaque, hue, saturation), 0.999);
+            differing += expectSameRule(glRoad(alphas, hue, saturation), cpu(alphas, hue, saturation), 0.999);
+            channels += (opaque.bytes.size() + alphas.bytes.size()) / 4 * 3;
         }
     }
+    // Over all of them, about one channel in 150000 differs where the GL compiler's own atan is
+    // followed; a library atan2 or a plain rotation, three microradians off at times, gives ten
+    // times as many.
+    EXPECT_LE(differing, channels / 50000) << "of " << channels << " colour channels";
 }
 
 // Pure red has Y 0.299, I 0.595716, Q 0.211456; turned by 180 degrees it is about

@@ -8,6 +8,10 @@
 #include <thread>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
 // The kernel is built twice, for AVX2 and for the baseline, and the loader picks one. Neither clone
 // fuses a multiply and an add (no FMA in either target, and contraction is off in ISO C++ mode), so
 // both give the same bytes.
@@ -47,8 +51,7 @@ typedef std::uint32_t Pixels __attribute__((vector_size(4 * kBlock)));
 constexpr long long kPixelsPerThread = 1LL << 18;
 
 struct Turn {
-    float cosine;
-    float sine;
+    float angle;
     float saturation;
 };
 
@@ -61,6 +64,81 @@ inline Floats toLevel(Floats value) {
     value = value < one ? value : one;
     const Floats scaled = value * 255.0f;
     return (scaled + 8388608.0f) - 8388608.0f;
+}
+
+template <typename To, typename From>
+inline To bitsOf(From value) {
+    static_assert(sizeof(To) == sizeof(From), "same size");
+    To to;
+    std::memcpy(&to, &value, sizeof(to));
+    return to;
+}
+
+inline Floats absolute(Floats value) { return bitsOf<Floats>(bitsOf<Ints>(value) & 0x7fffffff); }
+inline Floats smaller(Floats a, Floats b) { return a < b ? a : b; }
+inline Floats larger(Floats a, Floats b) { return a > b ? a : b; }
+
+inline Floats squareRoot(Floats value) {
+#if defined(__SSE2__)
+    static_assert(sizeof(Floats) % sizeof(__m128) == 0, "whole SSE registers");
+    __m128 parts[sizeof(Floats) / sizeof(__m128)];
+    std::memcpy(parts, &value, sizeof(value));
+    for (__m128& part : parts) part = _mm_sqrt_ps(part);
+    std::memcpy(&value, parts, sizeof(value));
+#else
+    for (int i = 0; i < kBlock; ++i) value[i] = std::sqrt(value[i]);
+#endif
+    return value;
+}
+
+// The GL compiler's atan(y, x), step for step: the half-plane x <= 0 turned by a quarter, the
+// quotient as s times the reciprocal of t, folded into 0..1, an odd polynomial of degree 11 summed
+// term by term (its error reaches 3e-6, and the hue carries it), and the fold and turn undone.
+inline Floats arcTangent(Floats y, Floats x) {
+    const Floats zero = {}, one = zero + 1.0f;
+    const float halfPi = 1.57079632679489661923f;
+    const Ints flip = zero >= x;
+    const Floats absX = absolute(x);
+    const Floats s = flip ? absX : y;
+    const Floats t = flip ? y : absX;
+    const Floats reciprocal = one / t;
+    const Floats tangent = absX == absolute(y) ? one : absolute(s * reciprocal);
+
+    const Floats u = smaller(tangent, one) / larger(tangent, one);
+    const Floats u2 = u * u, u3 = u2 * u, u5 = u3 * u2, u7 = u5 * u2, u9 = u7 * u2, u11 = u9 * u2;
+    Floats arc = u * 0.9999793128310355f + u3 * -0.3326756418091246f + u5 * 0.1938924977115610f +
+                 u7 * -0.1173503194786851f + u9 * 0.0536813784310406f + u11 * -0.0121323213173444f;
+    arc = one < tangent ? (halfPi - arc * 2.0f) + arc : arc;
+    arc = flip ? arc + halfPi : arc;
+    return smaller(y, reciprocal) < zero ? -arc : arc;
+}
+
+// The GL compiler's sine and cosine of the same angle: reduced by multiples of pi/4 in three
+// parts, then the polynomial for sine or cosine as the octant asks, with its sign; products and
+// sums rounded one by one.
+inline void sineAndCosine(Floats angle, Floats& sine, Floats& cosine) {
+    const Ints angleBits = bitsOf<Ints>(angle);
+    const Floats x = absolute(angle);
+    const Ints octant = __builtin_convertvector(x * 1.27323954473516f, Ints) + 1;
+    const Ints even = octant & ~1;
+    const Floats j = __builtin_convertvector(even, Floats);
+    const Floats reduced = ((x + j * -0.78515625f) + j * -2.4187564849853515625e-4f) + j * -3.77489497744594108e-8f;
+    const Floats z = reduced * reduced;
+    const Floats cosinePolynomial =
+        ((((z * 2.443315711809948e-5f + -1.388731625493765e-3f) * z + 4.166664568298827e-2f) * z) * z - z * 0.5f) + 1.0f;
+    const Floats sinePolynomial =
+        (((z * -1.9515295891e-4f + 8.3321608736e-3f) * z + -1.6666654611e-1f) * z) * reduced + reduced;
+
+    const Ints zeroInts = {};
+    const Ints sineSign = (angleBits ^ (octant << 29)) & static_cast<std::int32_t>(0x80000000u);
+    const Floats sineValue = (even & 2) == zeroInts ? sinePolynomial : cosinePolynomial;
+    const Ints cosineOctant = even - 2;
+    const Ints cosineSign = (4 & ~cosineOctant) << 29;
+    const Floats cosineValue = (cosineOctant & 2) == zeroInts ? sinePolynomial : cosinePolynomial;
+
+    const Floats minusOne = Floats{} - 1.0f, one = Floats{} + 1.0f;
+    sine = smaller(larger(bitsOf<Floats>(bitsOf<Ints>(sineValue) ^ sineSign), minusOne), one);
+    cosine = smaller(larger(bitsOf<Floats>(bitsOf<Ints>(cosineValue) ^ cosineSign), minusOne), one);
 }
 
 inline Floats channel(Pixels pixels, int shift) {
@@ -86,15 +164,18 @@ __attribute__((always_inline)) inline void renderBlock(const std::uint8_t* in, s
     Pixels pixels;
     std::memcpy(&pixels, in, sizeof(pixels));
     const Floats a = channel(pixels, 0), r = channel(pixels, 8), g = channel(pixels, 16), b = channel(pixels, 24);
-    const float c = turn.cosine, s = turn.sine, saturation = turn.saturation;
+    const float saturation = turn.saturation;
 
     const Floats y = r * 0.299f + g * 0.587f + b * 0.114f;
     const Floats i0 = r * 0.595716f + g * -0.274453f + b * -0.321263f;
     const Floats q0 = r * 0.211456f + g * -0.522591f + b * 0.31135f;
-    // The pass turns the angle atan(Q, I) back by the hue and rebuilds I and Q from the chroma;
-    // the same turn as a rotation.
-    const Floats i1 = i0 * c + q0 * s;
-    const Floats q1 = q0 * c - i0 * s;
+    // The angle of (I, Q), turned back by the hue; I and Q rebuilt from the chroma.
+    const Floats hue = arcTangent(q0, i0) + -turn.angle;
+    const Floats chroma = squareRoot(i0 * i0 + q0 * q0);
+    Floats sine, cosine;
+    sineAndCosine(hue, sine, cosine);
+    const Floats q1 = chroma * sine;
+    const Floats i1 = chroma * cosine;
     Floats rr = y + i1 * 0.9563f + q1 * 0.6210f;
     Floats gg = y + i1 * -0.2721f + q1 * -0.6474f;
     Floats bb = y + i1 * -1.1070f + q1 * 1.7046f;
@@ -146,9 +227,8 @@ void HueAndSaturationCPURender::render(const PF_LayerDef& input, PF_LayerDef& ou
     const A_long height = std::min(input.height, output.height);
     if (width <= 0 || height <= 0 || input.data == nullptr || output.data == nullptr) return;
 
-    // The angle is narrowed to float before its sine and cosine, as the pass's uniform is.
-    const float angle = static_cast<float>(std::fmod(static_cast<double>(mHue), 360.0) * kDegreesToRadians);
-    const Turn turn{std::cos(angle), std::sin(angle), mSaturation};
+    // Taken modulo 360 in double and narrowed to float, as the pass's uniform is.
+    const Turn turn{static_cast<float>(std::fmod(static_cast<double>(mHue), 360.0) * kDegreesToRadians), mSaturation};
 
     const auto* inBase = static_cast<const std::uint8_t*>(static_cast<const void*>(input.data));
     auto* outBase = static_cast<std::uint8_t*>(static_cast<void*>(output.data));
