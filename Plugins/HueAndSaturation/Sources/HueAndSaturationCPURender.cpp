@@ -195,11 +195,11 @@ __attribute__((always_inline)) inline void renderBlock(const std::uint8_t* in, s
     }
     const Floats zero = {};
     const Floats storedAlpha = toLevel(a);
-    const Ints opaque = storedAlpha != zero;
-    const Floats divisor = opaque ? storedAlpha * kByteToFloat : zero + 1.0f;
-    const Floats outR = opaque ? toLevel((toLevel(rr * a) * kByteToFloat) / divisor) : zero;
-    const Floats outG = opaque ? toLevel((toLevel(gg * a) * kByteToFloat) / divisor) : zero;
-    const Floats outB = opaque ? toLevel((toLevel(bb * a) * kByteToFloat) / divisor) : zero;
+    const Ints visible = storedAlpha != zero;
+    const Floats divisor = visible ? storedAlpha * kByteToFloat : zero + 1.0f;
+    const Floats outR = visible ? toLevel((toLevel(rr * a) * kByteToFloat) / divisor) : zero;
+    const Floats outG = visible ? toLevel((toLevel(gg * a) * kByteToFloat) / divisor) : zero;
+    const Floats outB = visible ? toLevel((toLevel(bb * a) * kByteToFloat) / divisor) : zero;
     pixels = bits(storedAlpha) | bits(outR) << 8 | bits(outG) << 16 | bits(outB) << 24;
     std::memcpy(out, &pixels, sizeof(pixels));
 }
