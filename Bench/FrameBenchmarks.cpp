@@ -1,6 +1,7 @@
 // Google Benchmark cases: the frame through the bundle and the stand-in host at three sizes,
-// and the two floors measured on the same bytes: a plain GL upload plus read-back on the
-// same GL implementation, and a CPU copy of the frame's bytes in and out.
+// the effect's CPU renderer alone on the same world (on one thread and on all cores), and the
+// two floors measured on the same bytes: a plain GL upload plus read-back on the same GL
+// implementation, and a CPU copy of the frame's bytes in and out.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "AEOpenGLContext.h"
 #include "BenchFrame.h"
 #include "EffectHost.h"
+#include "HueAndSaturationCPURender.h"
 #include "ImageFile.h"
 
 using namespace gl;
@@ -48,6 +50,24 @@ void Frame(benchmark::State& state) {
         }
     }
     if (!host.violations().empty()) state.SkipWithError(host.violations().front().c_str());
+    state.SetItemsProcessed(state.iterations() * width * height);
+}
+
+// The CPU renderer alone, world to world; range(2) is its thread limit (0: one a core).
+void CPUEffect(benchmark::State& state) {
+    const int width = static_cast<int>(state.range(0));
+    const int height = static_cast<int>(state.range(1));
+    fxhost::HostWorld input(width, height, fxhost::Depth::Eight);
+    fxhost::HostWorld output(width, height, fxhost::Depth::Eight);
+    BenchFrame::fill(input);
+    HueAndSaturationCPURender render;
+    render.setHue(static_cast<float>(BenchFrame::kHueDegrees));
+    render.setSaturation(static_cast<float>(BenchFrame::kSaturation));
+    render.setMaxThreads(static_cast<unsigned>(state.range(2)));
+    for (auto _ : state) {
+        render.render(*input.def(), *output.def());
+        benchmark::DoNotOptimize(output.def()->data);
+    }
     state.SetItemsProcessed(state.iterations() * width * height);
 }
 
@@ -126,6 +146,14 @@ void Sizes(benchmark::internal::Benchmark* b) {
 }  // namespace
 
 BENCHMARK(Frame)->Apply(Sizes);
+BENCHMARK(CPUEffect)
+    ->Args({1280, 720, 0})
+    ->Args({1920, 1080, 0})
+    ->Args({3840, 2160, 0})
+    ->Args({1920, 1080, 1})
+    ->ArgNames({"w", "h", "threads"})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(TransferFloor)->Apply(Sizes);
 BENCHMARK(MemoryFloor)->Apply(Sizes);
 BENCHMARK(HostConversions)

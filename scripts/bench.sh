@@ -14,7 +14,7 @@ if ! command -v ffmpeg >/dev/null; then
   DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends ffmpeg >/dev/null
 fi
 [ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j2 --target OstrivaneBench fxhost >/dev/null
+cmake --build build -j2 --target OstrivaneBench OstrivaneExactness fxhost >/dev/null
 
 BENCH=$ROOT/build/bin/OstrivaneBench
 FXHOST=$ROOT/build/bin/fxhost
@@ -140,6 +140,11 @@ MOVIE_SPLIT=$(grep '^per frame' "$WORK/times_movie" | sed 's/^per frame: //')
 log "frei0r module in ffmpeg, $SEQ_FRAMES frames at 1920x1080"
 "$ROOT/scripts/bench-frei0r.sh" "$SEQ_FRAMES" >"$WORK/frei0r"
 
+# 4f. The CPU renderer's bytes against the GL road's on the two charts (minutes on llvmpipe).
+log "CPU renderer against the GL road"
+EXACT_STATUS=0
+"$ROOT/build/bin/OstrivaneExactness" $([ "${BENCH_QUICK:-0}" = 1 ] && echo --small) >"$WORK/exactness" 2>&1 || EXACT_STATUS=$?
+
 # 5. Memory and GL objects over MEM_FRAMES frames at 1080p, after 10 frames to settle.
 log "memory over $MEM_FRAMES frames"
 "$BENCH" --memory 1920x1080 "$MEM_FRAMES" >"$WORK/memory" 2>&1
@@ -174,6 +179,12 @@ for size in $SIZES; do
   ours=$(case_ms Frame "$w" "$h" "$A"); fl=$(case_ms MemoryFloor "$w" "$h" "$A")
   row "frame $size / memory floor (ms)" "$(printf '%.2f' "$fl")" "$(ratio "$ours" "$fl")" "-" "-"
 done
+C1080=$(case_ms CPUEffect 1920 "1080/threads:0" "$A"); C1080ONE=$(case_ms CPUEffect 1920 "1080/threads:1" "$A")
+M1080=$(case_ms MemoryFloor 1920 1080 "$A")
+r=$(ratio "$C1080" "$M1080")
+row "CPU effect 1920x1080 / memory floor (ms)" "$(printf '%.2f / %.2f' "$C1080" "$M1080")" "$r" "<= 3.0" "$(check "$r" "<=" 3.0)"
+row "CPU effect 1920x1080, one thread (ms)" "$(printf '%.2f' "$C1080ONE")" "$(ratio "$C1080ONE" "$M1080")" "-" "-"
+row "frame 1920x1080 through the bundle / CPU effect" "$(printf '%.2f / %.2f' "$F1080" "$C1080")" "$(ratio "$F1080" "$C1080")" "-" "-"
 s=$(ratio "$F2160" "$F1080")
 row "scaling: frame 3840x2160 / 1920x1080" "$(printf '%.1f / %.1f' "$F2160" "$F1080")" "$s" "<= 4.5" "$(check "$s" "<=" 4.5)"
 s=$(ratio "$F1080" "$F720")
@@ -226,6 +237,9 @@ echo "8192x8192: $(grep '^per frame' "$WORK/big_times" | sed 's/^per frame: //')
 echo
 echo "GL objects at frame 10: $(grep '^gl_census_settled' "$WORK/memory" | cut -d' ' -f2-)"
 echo "RSS (KiB), low-high over $(value rss_window_frames "$WORK/memory") frames: first window $(value rss_first_window_kib "$WORK/memory"), last window $(value rss_last_window_kib "$WORK/memory")"
+echo
+echo "The CPU renderer against the GL road (OstrivaneExactness; exit status $EXACT_STATUS, 0 when no channel breaks the rule):"
+sed -n '/^Charts:/,$p' "$WORK/exactness"
 echo
 echo "The movie path's own cost, with the pass-through bundle (scripts/bench-movie.sh):"
 BENCH_ROUNDS=$([ "${BENCH_QUICK:-0}" = 1 ] && echo 1 || echo 3) bash "$ROOT/scripts/bench-movie.sh"
