@@ -110,8 +110,9 @@ ParameterSettings::Curves ParameterSettings::resolve(EffectHost& host) const {
         const int index = resolve(host, assignment.substr(0, assignment.find('=')));
         const auto earlier = setBy.emplace(index, assignment);
         if (!earlier.second) {
-            throw std::invalid_argument("--set \"" + assignment + "\": parameter " + describe(host.params()[index]) +
-                                        " is already set by --set \"" + earlier.first->second + "\"");
+            throw std::invalid_argument("--set \"" + assignment + "\": parameter " +
+                                        describe(host.params()[index]) + " is already set by --set \"" +
+                                        earlier.first->second + "\"");
         }
     }
     return curves;

@@ -84,7 +84,8 @@ std::string cutShort(const char* what, uint64_t end, uint64_t fileSize) {
 std::string SharedObjectFile::problem(const std::string& path) {
     const Descriptor file(path);
     struct stat info {};
-    if (file.fd() < 0 || fstat(file.fd(), &info) != 0) return std::string("cannot open it: ") + std::strerror(errno);
+    if (file.fd() < 0 || fstat(file.fd(), &info) != 0)
+        return std::string("cannot open it: ") + std::strerror(errno);
     if (!S_ISREG(info.st_mode)) return "not a regular file";
     const uint64_t size = static_cast<uint64_t>(info.st_size);
 
@@ -97,16 +98,19 @@ std::string SharedObjectFile::problem(const std::string& path) {
     if (header.e_ident[EI_CLASS] != kClass || header.e_ident[EI_DATA] != kData ||
         (kMachine != EM_NONE && header.e_machine != kMachine))
         return "an ELF object for another machine (machine " + std::to_string(header.e_machine) + ")";
-    if (header.e_type != ET_DYN) return "an ELF object but not a shared object (type " +
-                                        std::to_string(header.e_type) + ")";
-    if (header.e_phnum == 0 || header.e_phentsize != sizeof(Phdr)) return "damaged: no usable program header table";
+    if (header.e_type != ET_DYN)
+        return "an ELF object but not a shared object (type " + std::to_string(header.e_type) + ")";
+    if (header.e_phnum == 0 || header.e_phentsize != sizeof(Phdr))
+        return "damaged: no usable program header table";
     if (!within(header.e_phoff, header.e_phnum, sizeof(Phdr), size))
-        return cutShort("the program header table", header.e_phoff + uint64_t{header.e_phnum} * sizeof(Phdr), size);
+        return cutShort("the program header table", header.e_phoff + uint64_t{header.e_phnum} * sizeof(Phdr),
+                        size);
     if (header.e_shnum != 0) {
-        if (header.e_shentsize != sizeof(Shdr)) return "damaged: its section header entries have the wrong size";
+        if (header.e_shentsize != sizeof(Shdr))
+            return "damaged: its section header entries have the wrong size";
         if (!within(header.e_shoff, header.e_shnum, sizeof(Shdr), size))
-            return cutShort("the section header table", header.e_shoff + uint64_t{header.e_shnum} * sizeof(Shdr),
-                            size);
+            return cutShort("the section header table",
+                            header.e_shoff + uint64_t{header.e_shnum} * sizeof(Shdr), size);
     }
     for (unsigned i = 0; i < header.e_phnum; ++i) {
         Phdr segment{};

@@ -55,9 +55,13 @@ std::string RenderCommand::quote(const std::string& word) {
     return quoted + "'";
 }
 
-std::string RenderCommand::head() const { return quote(mProgram) + " render --plugin " + quote(mPlugin); }
+std::string RenderCommand::head() const {
+    return quote(mProgram) + " render --plugin " + quote(mPlugin);
+}
 
-std::string RenderCommand::tail() const { return quote(mInput) + " " + quote(mOutput); }
+std::string RenderCommand::tail() const {
+    return quote(mInput) + " " + quote(mOutput);
+}
 
 std::string RenderCommand::line(const FrameRequest& request) const {
     std::string line = head();

@@ -168,7 +168,8 @@ TEST_F(FxhostFiles, ArgumentErrorsExitTwoNamingTheArgument) {
         SCOPED_TRACE(c.args);
         std::string args = c.args;
         if (args.find(" IN ") != std::string::npos)
-            args.replace(args.find(" IN "), 4, " " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png ");
+            args.replace(args.find(" IN "), 4,
+                         " " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png ");
         const CommandResult r = fxhost(args);
         EXPECT_EQ(r.status, 2);
         EXPECT_NE(r.err.find(c.named), std::string::npos) << r.err;
@@ -194,7 +195,8 @@ TEST_F(FxhostFiles, StandardOutputCarriesOnlyWhatTheCommandPrints) {
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "");
     size_t reports = 0;
-    for (size_t at = r.err.find("OpenGL Renderer"); at != std::string::npos; at = r.err.find("OpenGL Renderer", at + 1))
+    for (size_t at = r.err.find("OpenGL Renderer"); at != std::string::npos;
+         at = r.err.find("OpenGL Renderer", at + 1))
         ++reports;
     EXPECT_EQ(reports, 1u) << r.err;
 }

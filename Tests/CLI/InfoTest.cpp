@@ -37,8 +37,8 @@ TEST(FxhostInfo, MissingOrCutShortBundleExitsOneInEveryCommand) {
     char name[] = "/tmp/fxhost-bundle-XXXXXX";
     ASSERT_NE(mkdtemp(name), nullptr);
     const std::string dir = name, sample = std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png";
-    ASSERT_EQ(std::system(("cp " + sample + " " + dir + "/in_0001.png && head -c 5000 " + OSTRIVANE_BUNDLE_PATH +
-                           " > " + dir + "/cut.plugin")
+    ASSERT_EQ(std::system(("cp " + sample + " " + dir + "/in_0001.png && head -c 5000 " +
+                           OSTRIVANE_BUNDLE_PATH + " > " + dir + "/cut.plugin")
                               .c_str()),
               0);
     const std::string fxhost = OSTRIVANE_FXHOST_PATH;
@@ -48,7 +48,8 @@ TEST(FxhostInfo, MissingOrCutShortBundleExitsOneInEveryCommand) {
         fxhost + " sheet --plugin BUNDLE --vary 'Hue Value=0:300:2' " + sample + " " + dir + "/sheet.png",
         "timeout 60 " + fxhost + " preview --plugin BUNDLE " + sample,
         fxhost + " validate --plugin BUNDLE",
-        fxhost + " farm submit --dry-run --chunk 1 --plugin BUNDLE " + dir + "/in_%04d.png " + dir + "/out_%04d.png",
+        fxhost + " farm submit --dry-run --chunk 1 --plugin BUNDLE " + dir + "/in_%04d.png " + dir +
+            "/out_%04d.png",
     };
     for (const std::string& bundle : {dir + "/missing.plugin", dir + "/cut.plugin"}) {
         for (std::string command : commands) {
