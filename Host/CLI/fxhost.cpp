@@ -5,7 +5,7 @@
 //                         [--codec NAME] [--crf N] [--preset NAME] [--pix-fmt NAME] [--codec-opt K=V]... [--fps RATE]
 //                         INPUT OUTPUT    (images, sequences or movies)
 //   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--look FILE] [--set ...]... --vary NAME=FROM:TO:COUNT
-//                         [--frame N] INPUT OUTPUT
+//                         [--frame N] [--tile-width W] [--png-compression 0-9] [--strict-depth] INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
 //   fxhost [-q|-v] preview [--plugin BUNDLE] [--look FILE] [--set ...]... [--port N] [--bind ADDR] INPUT
@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 256));
     render->add_flag("--times", outputOptions.times,
                      "Print where a frame's time went (decode, convert, render, encode) and peak memory");
-    sheet->add_option("INPUT", input, "Input image (one file, no frame number)")->required();
+    sheet->add_option("INPUT", input, "Input image (one file: no movie, no frame number)")->required();
     sheet->add_option("OUTPUT", output, "The sheet: tiles of --tile-width in a grid, of the input's type")
         ->required();
     sheet->add_option("--vary", vary, "NAME=FROM:TO:COUNT: the parameter to step and how")->required();
@@ -217,6 +217,7 @@ int main(int argc, char** argv) {
             // An empty value reads as no --frames at all; only the option's count tells them apart.
             if (render->get_option("--frames")->count() > 0 && frames.empty())
                 throw fxhost::JobError(kUsage, "--frames: the list is empty");
+            fxhost::refuseMovieOptions(render, output);
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,
                                             skipExisting ? Existing::Skip

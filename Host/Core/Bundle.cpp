@@ -6,14 +6,22 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "SharedObjectFile.h"
+
 namespace fxhost {
 
 Bundle::Bundle(const std::string& path) : mPath(path), mEntryPoint(nullptr) {
     if (access(path.c_str(), R_OK) != 0) {
         throw std::runtime_error("cannot load effect bundle '" + path + "': no such readable file");
     }
+    // The loader maps the file as its headers describe it and faults on a page past the end of a
+    // file cut short, taking the whole program with it; such a file is refused here instead.
+    const std::string problem = SharedObjectFile::problem(path);
+    if (!problem.empty()) throw std::runtime_error("cannot load effect bundle '" + path + "': " + problem);
+    // A name without a slash would send dlopen to the library search path, not to this folder.
+    const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
     // RTLD_NODELETE: the bundle's statics and GL objects must outlive any one host object.
-    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (!handle) {
         const char* why = dlerror();
         throw std::runtime_error("cannot load effect bundle '" + path +

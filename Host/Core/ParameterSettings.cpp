@@ -102,7 +102,19 @@ ParameterSettings::Curves ParameterSettings::resolve(EffectHost& host) const {
             }
         }
     }
-    for (const std::string& assignment : mAssignments) resolveAssignment(host, assignment, curves);
+    // A parameter set twice on one command line is a slip (the first value would be lost without a
+    // word), so it is refused rather than resolved in favour of either.
+    std::map<int, std::string> setBy;
+    for (const std::string& assignment : mAssignments) {
+        resolveAssignment(host, assignment, curves);
+        const int index = resolve(host, assignment.substr(0, assignment.find('=')));
+        const auto earlier = setBy.emplace(index, assignment);
+        if (!earlier.second) {
+            throw std::invalid_argument("--set \"" + assignment + "\": parameter " +
+                                        describe(host.params()[index]) + " is already set by --set \"" +
+                                        earlier.first->second + "\"");
+        }
+    }
     return curves;
 }
 

@@ -1,7 +1,7 @@
 // The values asked for on the command line: a look (--look FILE) and assignments (--set), each
 // NAME=VALUE or NAME=V@F,V@F,... (keys at frames; see ParameterCurve), where NAME is a registered
-// parameter's name (any case) or its index. The look comes first and every assignment after it
-// overrides that parameter, the last one winning. resolve() checks all of it against the table the
+// parameter's name (any case) or its index. The look comes first and an assignment overrides it
+// for that parameter; one parameter assigned twice is refused. resolve() checks all of it against the table the
 // effect registered and throws std::invalid_argument naming the assignment or look, the key and the
 // parameter's valid range; apply() hands the curves to the host, which answers the effect's
 // parameter requests with the value at the time asked for.

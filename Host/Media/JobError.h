@@ -10,7 +10,7 @@ namespace fxhost {
 class JobError : public std::runtime_error {
 public:
     // Exit statuses of the program.
-    enum { kUsage = 2, kImage = 3, kEffect = 4, kHostFault = 5 };
+    enum { kTrouble = 1, kUsage = 2, kImage = 3, kEffect = 4, kHostFault = 5 };
     JobError(int status, const std::string& message) : std::runtime_error(message), mStatus(status) {}
     int status() const { return mStatus; }
 

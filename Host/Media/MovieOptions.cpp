@@ -1,5 +1,8 @@
 #include "MovieOptions.h"
 
+#include "JobError.h"
+#include "MovieFile.h"
+
 extern "C" {
 #include <libavutil/parseutils.h>
 }
@@ -31,6 +34,16 @@ void addMovieOptions(CLI::App* command, MovieOptions& options) {
                 options.fps = rate;
             },
             "Frame rate of a movie made from images (default 25)");
+}
+
+void refuseMovieOptions(const CLI::App* command, const std::string& output) {
+    if (MovieFile::isMovie(output)) return;
+    for (const char* name : {"--codec", "--crf", "--preset", "--pix-fmt", "--codec-opt", "--fps"}) {
+        if (command->get_option(name)->count() > 0) {
+            throw JobError(JobError::kUsage, std::string(name) + " is for a movie OUTPUT, and '" + output +
+                                                 "' is an image; leave it out, or name a movie (out.mov, out.mp4...)");
+        }
+    }
 }
 
 }  // namespace fxhost

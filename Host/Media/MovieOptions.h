@@ -28,4 +28,8 @@ struct MovieOptions {
 // refused while parsing (exit 2); whether the encoder takes them is checked by MovieWriter.
 void addMovieOptions(CLI::App* command, MovieOptions& options);
 
+// Throws JobError (exit 2) naming the first of those options given on `command` when `output` is
+// not a movie: an image output has no encoder or frame rate for them, and they would go unused.
+void refuseMovieOptions(const CLI::App* command, const std::string& output);
+
 }  // namespace fxhost

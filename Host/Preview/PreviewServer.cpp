@@ -156,7 +156,8 @@ void PreviewServer::effect(httplib::Response& response) {
                            {"parameters", parameters},
                            {"width", summary.width},
                            {"height", summary.height},
-                           {"frames", nullptr}};
+                           {"frames", nullptr},
+                           {"command", {{"head", mCommand.head()}, {"tail", mCommand.tail()}}}};
     if (summary.kind != FrameSource::Kind::Image)
         json["frames"] = {summary.frames.first(), summary.frames.last()};
     response.set_content(json.dump() + "\n", "application/json");

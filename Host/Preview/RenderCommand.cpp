@@ -55,13 +55,21 @@ std::string RenderCommand::quote(const std::string& word) {
     return quoted + "'";
 }
 
+std::string RenderCommand::head() const {
+    return quote(mProgram) + " render --plugin " + quote(mPlugin);
+}
+
+std::string RenderCommand::tail() const {
+    return quote(mInput) + " " + quote(mOutput);
+}
+
 std::string RenderCommand::line(const FrameRequest& request) const {
-    std::string line = quote(mProgram) + " render --plugin " + quote(mPlugin);
+    std::string line = head();
     for (const PreviewSummary::Parameter& parameter : mSummary.parameters) {
         line += " --set " + quote(parameter.name + "=" + request.values.at(parameter.index).text());
     }
     if (mSummary.kind != FrameSource::Kind::Image) line += " --frames " + std::to_string(request.frame);
-    return line + " " + quote(mInput) + " " + quote(mOutput);
+    return line + " " + tail();
 }
 
 }  // namespace fxhost

@@ -17,6 +17,10 @@ public:
     RenderCommand(const std::string& plugin, const std::string& input, const PreviewSummary& summary);
 
     std::string line(const FrameRequest& request) const;
+    // What every line starts with (program, "render", --plugin) and ends with (input, output),
+    // quoted: the page puts the --set and --frames words between them as the sliders move.
+    std::string head() const;
+    std::string tail() const;
 
     // The word as a POSIX shell reads it back: as it is when it is plain, else in single quotes.
     static std::string quote(const std::string& word);

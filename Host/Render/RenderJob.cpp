@@ -16,7 +16,9 @@
 #include <OpenImageIO/imagebufalgo.h>
 
 #include "Console.h"
+#include "FramePattern.h"
 #include "FrameSink.h"
+#include "MovieFile.h"
 #include "MovieSource.h"
 
 namespace fxhost {
@@ -78,7 +80,8 @@ RenderJob::RenderJob(const std::string& plugin, const ParameterSettings& setting
 } catch (const JobError&) {
     throw;
 } catch (const std::runtime_error& e) {
-    throw JobError(JobError::kUsage, e.what());
+    // A bundle that cannot be loaded, or no GL context: host trouble, not a bad argument.
+    throw JobError(JobError::kTrouble, e.what());
 }
 
 SourceOptions RenderJob::sourceOptions() const {
@@ -191,6 +194,15 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
         throw JobError(JobError::kUsage, "--vary COUNT must be from 1 to 256");
     }
 
+    // A sheet is one picture rendered again and again; which frame of many it should be is for
+    // fxhost render to pick, rather than the first being taken without a word.
+    const bool movie = MovieFile::isMovie(input);
+    if (movie || FramePattern(input).isSequence()) {
+        throw JobError(JobError::kUsage, "sheet takes one image, not " +
+                                             std::string(movie ? "a movie" : "a sequence") + " ('" + input +
+                                             "'); write the frame as an image first: fxhost render --frames N " +
+                                             input + " frame.png");
+    }
     FrameSlot source;
     double convert = 0;
     const std::unique_ptr<FrameSource> frames = FrameSource::open(input, sourceOptions());

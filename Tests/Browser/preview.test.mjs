@@ -193,6 +193,16 @@ try {
     ['set', `Saturation=${await saturation.inputValue()}`], ['frame', '1']]);
   const command = (await (await fetch(`http://127.0.0.1:${port}/api/command?${query}`)).text()).trim();
   check('the copied command is /api/command for the view', () => assert.equal(copied, command));
+  // The shown command follows a change in the same event, not when the frames settle.
+  const shown = await saturation.evaluate((slider) => {
+    slider.value = '0.5';
+    slider.dispatchEvent(new Event('input', { bubbles: true }));
+    return document.getElementById('command').textContent;
+  });
+  const halfQuery = new URLSearchParams([['token', token], ['set', `Hue Value=${values.hue}`],
+    ['set', 'Saturation=0.5'], ['frame', '1']]);
+  const half = (await (await fetch(`http://127.0.0.1:${port}/api/command?${halfQuery}`)).text()).trim();
+  check('the shown command is /api/command as soon as a slider moves', () => assert.equal(shown, half));
 
   // Scrubbing: the viewer's arrow key moves to the next frame, which looks different.
   await viewer.focus();

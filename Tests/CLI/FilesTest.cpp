@@ -155,10 +155,22 @@ TEST_F(FxhostFiles, ArgumentErrorsExitTwoNamingTheArgument) {
         {"sheet --vary Saturation=0:2:2 --tile-width 2 in.png out.png", "--tile-width"},
         {"render in.png", "OUTPUT"},
         {"-q -v info", "--quiet and --verbose"},
+        // Refused before any file is read: the input need not be there.
+        {"sheet --vary Saturation=0:2:2 clip.mov out.png", "sheet takes one image, not a movie ('clip.mov')"},
+        {"sheet --vary Saturation=0:2:2 in_%04d.png out.png", "sheet takes one image, not a sequence"},
+        {"render --set 'Hue Value=10' --set 'hue value=20' IN out.png",
+         "--set \"hue value=20\": parameter \"Hue Value\" (0 to 360) is already set by --set \"Hue Value=10\""},
+        {"render --crf 18 IN out.png", "--crf is for a movie OUTPUT, and 'out.png' is an image"},
+        {"render --fps 24 IN out_%04d.png", "--fps is for a movie OUTPUT"},
+        {"render --codec-opt tune=film IN out.exr", "--codec-opt is for a movie OUTPUT"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args);
-        const CommandResult r = fxhost(c.args);
+        std::string args = c.args;
+        if (args.find(" IN ") != std::string::npos)
+            args.replace(args.find(" IN "), 4,
+                         " " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png ");
+        const CommandResult r = fxhost(args);
         EXPECT_EQ(r.status, 2);
         EXPECT_NE(r.err.find(c.named), std::string::npos) << r.err;
         EXPECT_EQ(r.out, "");
@@ -169,7 +181,7 @@ TEST_F(FxhostFiles, ArgumentErrorsExitTwoNamingTheArgument) {
 }
 
 // info's table is all of its standard output; the effect's driver report goes to standard
-// error, and only when asked for.
+// error, only when asked for, and once.
 TEST_F(FxhostFiles, StandardOutputCarriesOnlyWhatTheCommandPrints) {
     CommandResult r = fxhost("info");
     ASSERT_EQ(r.status, 0);
@@ -178,6 +190,15 @@ TEST_F(FxhostFiles, StandardOutputCarriesOnlyWhatTheCommandPrints) {
     r = fxhost("-v info --renderer gl");
     EXPECT_EQ(r.out.find("OpenGL"), std::string::npos);
     EXPECT_NE(r.err.find("OpenGL Renderer"), std::string::npos);
+    // A render makes a context of its own beside the effect's shared one: the report is still said once.
+    r = fxhost("-v render " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + dir + "/out.png");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    size_t reports = 0;
+    for (size_t at = r.err.find("OpenGL Renderer"); at != std::string::npos;
+         at = r.err.find("OpenGL Renderer", at + 1))
+        ++reports;
+    EXPECT_EQ(reports, 1u) << r.err;
 }
 
 // A failed write says why, of the name asked for, and leaves nothing behind; an image beyond

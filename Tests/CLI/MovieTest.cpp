@@ -1,6 +1,6 @@
 // fxhost render with movies, end to end: a movie's frames numbered from 1 into images, ranges
-// checked against its length, images into a movie and back bit-exact, damaged inputs, an
-// interruption part-way, and the farm's refusal of a movie OUTPUT.
+// checked against its length, images into a movie and back bit-exact, alpha kept in mov and webm,
+// damaged inputs, an interruption part-way, and the farm's refusal of a movie OUTPUT.
 #include <gtest/gtest.h>
 
 #include <dirent.h>
@@ -112,6 +112,36 @@ TEST_F(FxhostMovie, ImagesIntoAMovieAndBackBitExact) {
     ASSERT_EQ(out.status, 0) << out.err;
     for (int frame = 1; frame <= 12; ++frame) {
         EXPECT_EQ(samePixels(frameName(dir + "/out/back_%04d.png", frame), frameName(dir + "/in_%04d.png", frame)), "");
+    }
+}
+
+// RGBA images into the containers that hold alpha: the movie says it has alpha, and its decoded
+// alpha is the images' (VP9 keeps alpha beside the picture, read by the libvpx decoder alone).
+TEST_F(FxhostMovie, RgbaImagesKeepTheirAlphaInAMovie) {
+    const std::string frames = dir + "/rgba_%04d.png";
+    ASSERT_EQ(makeClip(frames, "-f lavfi -i \"testsrc2=size=64x36:rate=25:duration=0.12,format=rgba,geq=r='r(X,Y)':"
+                               "g='g(X,Y)':b='b(X,Y)':a='mod(X*7+Y*3+N*50,256)'\" -start_number 1"),
+              "");
+    const std::string alphaIn = runCommand("ffmpeg -nostdin -v error -i " + frames + " -pix_fmt rgba -f rawvideo -").out;
+    struct Case {
+        const char* name;
+        const char* probeArgs;  // what ffprobe says of a stream with alpha
+        const char* withAlpha;
+        const char* decoder;
+    };
+    for (const Case& c : {Case{"alpha.mov", "-show_entries stream=pix_fmt", "yuva444p", ""},
+                          Case{"alpha.webm", "-show_entries stream_tags=alpha_mode", "1", "-c:v libvpx-vp9 "}}) {
+        const std::string movie = dir + "/out/" + c.name;
+        const CommandResult r = render(frames + " " + movie);
+        ASSERT_EQ(r.status, 0) << c.name << ": " << r.err;
+        EXPECT_EQ(probe(movie, std::string(c.probeArgs) + " -of csv=p=0").rfind(c.withAlpha, 0), 0u) << c.name;
+        const std::string alphaOut =
+            runCommand("ffmpeg -nostdin -v error " + std::string(c.decoder) + "-i " + movie + " -pix_fmt rgba -f rawvideo -").out;
+        ASSERT_EQ(alphaOut.size(), alphaIn.size()) << c.name;
+        double difference = 0;
+        for (size_t i = 3; i < alphaIn.size(); i += 4) difference += std::abs(uint8_t(alphaIn[i]) - uint8_t(alphaOut[i]));
+        // ProRes keeps alpha within a step; VP9 codes it lossily, about one step on average here.
+        EXPECT_LT(difference / (alphaIn.size() / 4), 3.0) << c.name;
     }
 }
 

@@ -154,8 +154,8 @@ function settleLater() {
 
 function changed() {
   state.lastChange = performance.now();
+  showCommand();
   update();
-  showCommandLater();
 }
 
 function receive(name, bitmap, request, renderMs, totalMs) {
@@ -526,40 +526,51 @@ function buildKeys() {
 
 // ---- the command line ----
 
-let commandTimer = 0;
-let commandSequence = 0;
-let commandPending = false;
-function showCommandLater() {
-  clearTimeout(commandTimer);
-  commandPending = true;
-  commandTimer = setTimeout(showCommand, SETTLE_MS);
+// The words /api/command writes, made here from the values as they stand, so that the line shown
+// (and copied) is never behind the sliders: a word quoted as a POSIX shell reads it back, and a
+// number with the fewest digits, from 6, that read back as the same double (%g's layout).
+function shellQuote(word) {
+  return /^[A-Za-z0-9_\-+=./:,@%]+$/.test(word) ? word : `'${word.replace(/'/g, "'\\''")}'`;
 }
 
-async function showCommand() {
-  clearTimeout(commandTimer);
-  commandPending = false;
-  const sequence = ++commandSequence;
-  try {
-    const response = await fetch(`/api/command?${setQuery()}`, { cache: 'no-store', credentials: 'same-origin' });
-    const text = (await response.text()).trim();
-    if (sequence !== commandSequence) return;
-    if (response.ok) {
-      $('command').textContent = text;
-      const look = setQuery();
-      look.delete('frame');
-      $('download-look').href = `/api/look?${look}`;
-    }
-    else showStatus(`${response.status}: ${text}`, true);
-  } catch (error) {
-    showStatus(`no answer from fxhost: ${error.message}`, true);
+function gFormat(value, digits) {
+  if (value === 0) return Object.is(value, -0) ? '-0' : '0';
+  const exponent = Number(value.toExponential(digits - 1).split('e')[1]);
+  const trim = (text) => (text.includes('.') ? text.replace(/0+$/, '').replace(/\.$/, '') : text);
+  if (exponent < -4 || exponent >= digits) {
+    const [mantissa, power] = value.toExponential(digits - 1).split('e');
+    const sign = power.startsWith('-') ? '-' : '+';
+    return `${trim(mantissa)}e${sign}${power.replace(/^[-+]/, '').padStart(2, '0')}`;
   }
+  return trim(value.toFixed(digits - 1 - exponent));
+}
+
+function exactNumber(value) {
+  let text = '';
+  for (let digits = 6; digits <= 17; digits += 1) {
+    text = gFormat(value, digits);
+    if (Number(text) === value) break;
+  }
+  return text;
+}
+
+function showCommand() {
+  const { command, parameters, frames } = state.effect;
+  const words = [command.head];
+  parameters.forEach((p, i) => {
+    const text = state.touched[i] ? exactNumber(Number(state.values[i])) : p.keys ?? exactNumber(p.value);
+    words.push('--set', shellQuote(`${p.name}=${text}`));
+  });
+  if (frames) words.push('--frames', String(state.frame));
+  words.push(command.tail);
+  $('command').textContent = words.join(' ');
+  const look = setQuery();
+  look.delete('frame');
+  $('download-look').href = `/api/look?${look}`;
 }
 
 function buildCommand() {
   $('copy-command').addEventListener('click', async () => {
-    // A change still settling has not reached the text: it is asked for now, so that what is
-    // copied is the command for what is shown.
-    if (commandPending) await showCommand();
     const text = $('command').textContent;
     try {
       await navigator.clipboard.writeText(text);

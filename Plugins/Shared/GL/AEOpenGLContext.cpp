@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <iostream>
+#include <mutex>
 
 #include <glbinding/Binding.h>
 #include <glbinding/ContextInfo.h>
@@ -62,12 +63,17 @@ void AEOpenGLContext::InitializeOpenGLBindings(EGLContext context) {
     glbinding::Binding::initialize(handleOf(context), true, false);
     // initialize returns at once for a handle it has seen, without selecting it.
     glbinding::Binding::useContext(handleOf(context));
-    std::cout << std::endl;
-    std::cout << "OpenGL Version:  " << glbinding::ContextInfo::version() << std::endl;
-    std::cout << "OpenGL Vendor:   " << glbinding::ContextInfo::vendor() << std::endl;
-    std::cout << "OpenGL Renderer: " << glbinding::ContextInfo::renderer() << std::endl;
-    std::cout << "OpenGL Revision: " << glbinding::Meta::glRevision() << " (gl.xml)" << std::endl;
-    std::cout << std::endl;
+    // Every context of the process comes from the same driver (the shared data context, then one
+    // per render thread), so its report is said once, not once a context.
+    static std::once_flag reported;
+    std::call_once(reported, [] {
+        std::cout << std::endl;
+        std::cout << "OpenGL Version:  " << glbinding::ContextInfo::version() << std::endl;
+        std::cout << "OpenGL Vendor:   " << glbinding::ContextInfo::vendor() << std::endl;
+        std::cout << "OpenGL Renderer: " << glbinding::ContextInfo::renderer() << std::endl;
+        std::cout << "OpenGL Revision: " << glbinding::Meta::glRevision() << " (gl.xml)" << std::endl;
+        std::cout << std::endl;
+    });
 }
 
 void AEOpenGLContext::flushOutgoing() {

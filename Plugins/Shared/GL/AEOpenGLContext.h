@@ -11,7 +11,8 @@ namespace GaussianBlur {
 
 /// One OpenGL 3.3 core context with no drawable, optionally in the share group of another.
 /// The constructor leaves it current on the calling thread, connects glbinding to it and prints
-/// the driver report. If EGL refuses the context, the constructor throws the int 512.
+/// the driver report (the first context of the process only). If EGL refuses the context, the
+/// constructor throws the int 512.
 class AEOpenGLContext {
 public:
     explicit AEOpenGLContext(const AEOpenGLContext* share);
@@ -29,7 +30,8 @@ public:
     /// A new platform context in the share group of `share` (EGL_NO_CONTEXT for none); the caller owns it.
     static EGLContext createPlatformContext(EGLContext share);
 
-    /// Connects glbinding to the current context, whose handle is `context`, and prints the report.
+    /// Connects glbinding to the current context, whose handle is `context`, and prints the report
+    /// the first time in the process.
     static void InitializeOpenGLBindings(EGLContext context);
 
     /// Switches the thread to `context` (EGL_NO_CONTEXT for none), flushing the outgoing context
