@@ -3,6 +3,7 @@
 #
 #   PREFIX/bin/fxhost
 #   PREFIX/lib/fxhost/HueAndSaturation.plugin               fxhost's own bundle folder
+#   PREFIX/lib/fxhost/libfxhost_images.so                   its image library, loaded on first use
 #   PREFIX/lib/frei0r-1/ostrivane-hue-and-saturation.so     the frei0r module (its own install rule)
 #   PREFIX/share/doc/fxhost/                                README.md, copyright, changelog.gz
 #   PREFIX/share/man/man1/fxhost.1.gz
@@ -21,7 +22,7 @@ set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 install(TARGETS fxhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS HueAndSaturation LIBRARY DESTINATION ${FXHOST_INSTALL_BUNDLEDIR})
+install(TARGETS HueAndSaturation fxhost_images LIBRARY DESTINATION ${FXHOST_INSTALL_BUNDLEDIR})
 install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/packaging/copyright
   DESTINATION ${FXHOST_INSTALL_DOCDIR})
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.xml

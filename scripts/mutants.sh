@@ -30,6 +30,7 @@ W=Host/Frames
 J=Host/Render
 F=Host/Farm
 V=Host/Media
+I=Host/Images
 P=Host/Preview
 
 # file <TAB> perl substitution (on the whole file) <TAB> what the fault is
@@ -101,8 +102,8 @@ J/SequencePlan.cpp	s/if \(!missing\.empty\(\)\) \{/if (false) {/	a listed frame 
 C/Interruption.cpp	s/_exit\(128 \+ signal\);/_exit(1);/	an interrupted run exits 1
 J/ProgressLog.cpp	s/std::fopen\(destination\.c_str\(\), "a"\)/std::fopen(destination.c_str(), "w")/	a resumed run truncates the progress file
 J/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.back\(\), "interrupted"\);/;/	no interrupted block
-V/ImageReader.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
-V/ImageWriter.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
+I/OiioInput.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
+I/OiioOutput.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
 F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT709: return SWS_CS_ITU709;/case AVCOL_SPC_BT709: return SWS_CS_DEFAULT;/	a BT.709 stream read with BT.601's matrix
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;/case AVCOL_SPC_BT2020_CL: return SWS_CS_DEFAULT;/	a BT.2020 stream read with BT.601's matrix
@@ -161,6 +162,7 @@ while IFS=$'\t' read -r file subst what; do
         J/*) path=$J/${file#J/} ;;
         F/*) path=$F/${file#F/} ;;
         V/*) path=$V/${file#V/} ;;
+        I/*) path=$I/${file#I/} ;;
         P/*) path=$P/${file#P/} ;;
         *) path=$file ;;
     esac

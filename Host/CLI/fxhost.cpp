@@ -13,8 +13,6 @@
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
 
-#include <OpenImageIO/imageio.h>
-
 #include <malloc.h>
 
 extern "C" {
@@ -178,8 +176,6 @@ int main(int argc, char** argv) {
                                         : fxhost::Console::Level::Normal);
     // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
     av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
-    // fxhost keeps frames on its own threads; the library's pool would only compete with them.
-    OIIO::attribute("threads", 1);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
     // kept in the heap for the next frame rather than mapped and faulted in anew each time.
     mallopt(M_MMAP_THRESHOLD, 32 << 20);

@@ -1,5 +1,6 @@
 #include "Interruption.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
@@ -23,6 +24,9 @@ std::function<std::string(int)> gReporter;
 std::function<void(int)> gStopper;
 bool gStopping = false;  // a stopper is running
 std::condition_variable gStopped;
+// Standard error as it was at install(): the last line goes there even while a library holds
+// descriptor 2 for a moment (libpng's chatter, Host/Images' HeldStderr).
+int gStderr = STDERR_FILENO;
 
 sigset_t interruptSignals() {
     sigset_t signals;
@@ -63,9 +67,9 @@ void waitForSignal() {
     // the process ends with _exit.
     for (const std::string& path : gTemporaries) unlink(path.c_str());
     const std::string report = gReporter ? gReporter(signal) : std::string();
-    std::fprintf(stderr, "%sfxhost: interrupted by %s%s%s\n", isatty(STDERR_FILENO) ? "\n" : "",
-                 signal == SIGINT ? "SIGINT" : "SIGTERM", report.empty() ? "" : "; ", report.c_str());
     std::fflush(stderr);
+    dprintf(gStderr, "%sfxhost: interrupted by %s%s%s\n", isatty(gStderr) ? "\n" : "",
+            signal == SIGINT ? "SIGINT" : "SIGTERM", report.empty() ? "" : "; ", report.c_str());
     std::fflush(stdout);
     _exit(128 + signal);
 }
@@ -77,6 +81,8 @@ void Interruption::install() {
     std::call_once(once, [] {
         const sigset_t signals = interruptSignals();
         pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        const int saved = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+        if (saved >= 0) gStderr = saved;
         std::thread(waitForSignal).detach();
     });
 }

@@ -10,7 +10,8 @@
 #include "Bundle.h"
 #include "FarmSequence.h"
 #include "FramePattern.h"
-#include "ImageFile.h"
+#include "HostWorld.h"
+#include "ImageReader.h"
 #include "Look.h"
 #include "MovieFile.h"
 #include "RenderJob.h"
@@ -42,7 +43,10 @@ std::string joined(const std::vector<std::string>& args) {
 bool readsBack(const std::string& path) {
     if (!SequencePlan::isFile(path)) return false;
     try {
-        ImageFile::read(path);
+        ImageReader reader(path);
+        HostWorld world(reader.width(), reader.height(), Depth::Eight);
+        std::vector<float> extra;
+        reader.read(world, extra);
         return true;
     } catch (const std::runtime_error&) {
         return false;

@@ -7,10 +7,8 @@
 #include <memory>
 #include <vector>
 
-#include <OpenImageIO/imageio.h>
-
 #include "HostWorld.h"
-#include "ImageReader.h"
+#include "ImageHeader.h"
 
 namespace fxhost {
 
@@ -19,7 +17,7 @@ struct FrameSlot {
     int position = 0;  // index in the list of frames
     std::unique_ptr<HostWorld> input;
     std::unique_ptr<HostWorld> output;
-    OIIO::ImageSpec header;    // the input file's header
+    ImageHeader header;        // the input file's header
     std::vector<float> extra;  // its channels after the fourth
     DepthLoss loss;
     int64_t pts = 0;  // a movie frame's presentation time, in its video stream's time base

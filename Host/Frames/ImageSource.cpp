@@ -10,16 +10,13 @@ namespace fxhost {
 
 namespace {
 
-std::string depthName(const OIIO::ImageSpec& header) {
-    return header.format == OIIO::TypeDesc::UINT16  ? "16-bit"
-           : header.format == OIIO::TypeDesc::HALF  ? "half-float"
-           : header.format == OIIO::TypeDesc::FLOAT ? "float"
-                                                    : std::string(header.format.c_str());
+std::string depthName(const ImageHeader& header) {
+    return header.type == "uint16" ? "16-bit" : header.type == "half" ? "half-float" : header.type;
 }
 
 // --strict-depth: an input deeper than the 8-bit worlds is an image error, not a warning.
-void refuseDeep(const std::string& path, const OIIO::ImageSpec& header) {
-    if (header.format != OIIO::TypeDesc::UINT8) {
+void refuseDeep(const std::string& path, const ImageHeader& header) {
+    if (!header.eightBit()) {
         throw JobError(JobError::kImage,
                        "'" + path + "' is " + depthName(header) +
                            "; the effect renders in 8 bits, and --strict-depth refuses to lose the rest");

@@ -10,8 +10,11 @@ namespace fxhost {
 
 MovieSource::MovieSource(const std::string& input, const SourceOptions& options)
     : mReader(std::make_unique<MovieReader>(input)),
-      mHeader(mReader->width(), mReader->height(), mReader->hasAlpha() ? 4 : 3, OIIO::TypeDesc::UINT8),
       mOptions(options) {
+    mHeader.width = mReader->width();
+    mHeader.height = mReader->height();
+    mHeader.channels = mReader->hasAlpha() ? 4 : 3;
+    mHeader.alphaChannel = mReader->hasAlpha() ? 3 : -1;
     const int largest = options.maxTextureSize;
     if (largest > 0 && std::max(mReader->width(), mReader->height()) > largest) {
         throw JobError(JobError::kImage, "'" + input + "' is " + std::to_string(mReader->width()) + "x" +

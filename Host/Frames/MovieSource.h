@@ -26,7 +26,7 @@ public:
 
 private:
     std::unique_ptr<MovieReader> mReader;
-    OIIO::ImageSpec mHeader;
+    ImageHeader mHeader;
     SourceOptions mOptions;
 };
 

@@ -1,26 +1,19 @@
 // Writes the host's 8-bit ARGB world back as an image file shaped like the one it
-// came from: its channels (those after the fourth copied unchanged), data type and
-// header (attributes, compression, pixel aspect, colour space, data and display
-// windows), in one pass per strip of rows: 8-bit RGB(A) files as bytes, everything
-// else through a strip of floats. The file is written under a
+// came from, through the image library (ImageLibrary, loaded on first use): its channels (those
+// after the fourth copied unchanged), data type and header (attributes, compression, pixel
+// aspect, colour space, data and display windows). The file is written under a
 // temporary name beside the target (PartialFile) and renamed into place, so a
-// failure leaves no partial file; failures throw std::runtime_error naming the
+// failure leaves no partial file; failures throw std::runtime_error, one line naming the
 // target and the reason.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include <OpenImageIO/imageio.h>
-
 #include "HostWorld.h"
+#include "ImageCodec.h"
 
 namespace fxhost {
-
-struct WriteOptions {
-    // zlib's level for PNG, 0 (store) to 9; PNG rows are written without a prediction filter.
-    int pngCompression = 6;
-};
 
 class ImageWriter {
 public:
@@ -28,21 +21,17 @@ public:
     // data window's origin and gets a display window of its own). `extra` holds the channels
     // after the fourth as floats, pixel after pixel, or nothing; a format that cannot hold them
     // (PNG, JPEG) is written without them, with a warning.
-    static void write(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
+    static void write(const std::string& path, const ImageHeader& like, const HostWorld& world,
                       const std::vector<float>& extra, const WriteOptions& options);
 
     // write() in two steps, for callers that must put files in place in an order of their own:
     // encode() leaves the file under its temporary name (and adds the seconds spent converting
     // pixels to `convertSeconds`), commit() renames it into place, discard() removes it.
-    static void encode(const std::string& path, const OIIO::ImageSpec& like, const HostWorld& world,
+    static void encode(const std::string& path, const ImageHeader& like, const HostWorld& world,
                        const std::vector<float>& extra, const WriteOptions& options,
                        double* convertSeconds = nullptr);
     static void commit(const std::string& path);
     static void discard(const std::string& path);
-
-    // The one temporary name an output is written under, hidden beside it: the same for every
-    // run, so a run that finds one knows it for the leftover of a run that was killed.
-    static std::string partialName(const std::string& path);
 };
 
 }  // namespace fxhost

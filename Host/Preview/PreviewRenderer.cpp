@@ -205,7 +205,7 @@ void PreviewRenderer::run(const std::string& plugin, const ParameterSettings& se
                 frame.frame = request.frame;
                 loaded = true;
             }
-            const int channels = frame.header.alpha_channel >= 0 || frame.header.nchannels == 4 ? 4 : 3;
+            const int channels = frame.header.alphaChannel >= 0 || frame.header.channels == 4 ? 4 : 3;
             HostWorld* in = frame.input.get();
             if (request.scale < 1) {
                 if (proxies.size() >= 4 && !proxies.count(request.scale))

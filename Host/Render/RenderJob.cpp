@@ -12,12 +12,10 @@
 #include <future>
 #include <regex>
 
-#include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/imagebufalgo.h>
-
 #include "Console.h"
 #include "FramePattern.h"
 #include "FrameSink.h"
+#include "ImageLibrary.h"
 #include "MovieFile.h"
 #include "MovieSource.h"
 
@@ -36,13 +34,6 @@ void require(PF_Err err, EffectHost& host, const char* command) {
     if (!host.violations().empty()) {
         throw JobError(JobError::kHostFault, "host fault: " + host.violations().front());
     }
-}
-
-// An ImageBuf over a rectangle of a world's own memory: 8-bit A, R, G, B, rows rowbytes apart.
-OIIO::ImageBuf wrap(HostWorld& world, int x, int y, int width, int height) {
-    PF_LayerDef* def = world.def();
-    uint8_t* origin = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes + 4 * x;
-    return OIIO::ImageBuf(OIIO::ImageSpec(width, height, 4, OIIO::TypeDesc::UINT8), origin, 4, def->rowbytes);
 }
 
 // The bundle's own standard output (its driver report) is kept off the host's.
@@ -133,7 +124,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
         if (progress) showProgress(done, total);
         Console::detail("frame %d: %s -> %s, %dx%d, %d channel(s), %s\n", slot.frame,
                         source->name(slot.frame).c_str(), sink->name(slot.frame).c_str(), slot.header.width,
-                        slot.header.height, slot.header.nchannels, slot.header.format.c_str());
+                        slot.header.height, slot.header.channels, slot.header.type.c_str());
     };
     // A movie is encoded in frame order on one thread; its codec runs threads of its own.
     const int threads = sink->ordered() ? 1
@@ -208,7 +199,7 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
     const std::unique_ptr<FrameSource> frames = FrameSource::open(input, sourceOptions());
     frames->read(frames->frames().first(), source, convert);
     constexpr int kGap = 4, kSheetWidth = 1920;
-    const float kGapArgb[4] = {1.0f, 31 / 255.0f, 31 / 255.0f, 31 / 255.0f};  // opaque dark grey
+    const float kGapArgb[4] = {255.0f, 31.0f, 31.0f, 31.0f};  // opaque dark grey
     const int columns = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
     const int rows = (count + columns - 1) / columns;
     const int inputW = source.input->width(), inputH = source.input->height();
@@ -218,30 +209,20 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
     const int tileH =
         std::max(1, static_cast<int>(std::lround(static_cast<double>(inputH) * tileW / inputW)));
     HostWorld sheet(columns * tileW + (columns + 1) * kGap, rows * tileH + (rows + 1) * kGap, Depth::Eight);
-    OIIO::ImageBuf sheetBuf = wrap(sheet, 0, 0, sheet.width(), sheet.height());
-    OIIO::ImageBufAlgo::fill(sheetBuf, kGapArgb);
+    sheet.fill(kGapArgb);
     std::unique_ptr<HostWorld> tile;
     for (int i = 0; i < count; ++i) {
         const double value = count == 1 ? from : from + (to - from) * i / (count - 1);
         mHost.setParamValue(index, value);
         render(*source.input, tile, frame);
         const int ox = kGap + (i % columns) * (tileW + kGap), oy = kGap + (i / columns) * (tileH + kGap);
-        OIIO::ImageBuf to = wrap(sheet, ox, oy, tileW, tileH);
-        const OIIO::ImageBuf from = wrap(*tile, 0, 0, tile->width(), tile->height());
-        // A tile of the rendered size is copied byte for byte; any other is filtered down (or up).
-        const bool copied = tile->width() == tileW && tile->height() == tileH
-                                ? OIIO::ImageBufAlgo::copy(to, from)
-                                : OIIO::ImageBufAlgo::resize(to, from);
-        if (!copied) throw JobError(JobError::kImage, "cannot scale a tile: " + to.geterror());
         char label[128];
         std::snprintf(label, sizeof label, "%s = %g", mHost.params()[index].name, value);
         const int fontSize = std::max(10, std::min(tileH / 8, tileW / 16));
-        const float white[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-        if (!OIIO::ImageBufAlgo::render_text(to, fontSize / 2, tileH - fontSize / 2, label, fontSize,
-                                             "DejaVuSans", white, OIIO::ImageBufAlgo::TextAlignX::Left,
-                                             OIIO::ImageBufAlgo::TextAlignY::Baseline, 2)) {
-            Console::warnOnce("tiles are not labelled: " + to.geterror());
-        }
+        // Scaled (or copied, at the rendered size) and labelled by the image library.
+        const std::string unlabelled = imageStep(
+            [&] { return ImageLibrary::codec().pasteTile(sheet, ox, oy, tileW, tileH, *tile, label, fontSize); });
+        if (!unlabelled.empty()) Console::warnOnce("tiles are not labelled: " + unlabelled);
         Console::note("tile %d (row %d, column %d): %s\n", i + 1, i / columns + 1, i % columns + 1, label);
     }
     imageStep([&] { ImageWriter::write(output, source.header, sheet, {}, mOptions.write); });

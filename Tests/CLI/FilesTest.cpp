@@ -10,6 +10,7 @@
 #include <string>
 
 #include "CommandRunner.h"
+#include "MovieClips.h"
 
 namespace {
 
@@ -201,20 +202,34 @@ TEST_F(FxhostFiles, StandardOutputCarriesOnlyWhatTheCommandPrints) {
     EXPECT_EQ(reports, 1u) << r.err;
 }
 
-// A failed write says why, of the name asked for, and leaves nothing behind; an image beyond
-// the GL implementation's textures is refused by name with the limit.
+// A failed read or write is one line that says why, of the name asked for, and leaves nothing
+// behind; an image beyond the GL implementation's textures is refused by name with the limit.
 TEST_F(FxhostFiles, ErrorsNameTheirCause) {
     const std::string longName = dir + "/" + std::string(252, 'n') + ".png";
+    ASSERT_EQ(std::system(("mkdir " + dir + "/folder.png").c_str()), 0);
+    // A PNG cut short inside its pixels: libpng says so too, on its own, unless held back.
+    ASSERT_EQ(std::system(("head -c 2000 " + kSample + " > " + dir + "/cut.png").c_str()), 0);
     const struct {
+        std::string in;
         std::string out;
-        std::string reason;
-    } writes[] = {{dir + "/no/such/dir/out.png", "No such file or directory"},
-                  {longName, "File name too long"}};
-    for (const auto& w : writes) {
-        const CommandResult r = fxhost("render " + kSample + " " + w.out);
+        std::string message;
+    } cases[] = {
+        {kSample, dir + "/no/such/dir/out.png",
+         "cannot write image '" + dir + "/no/such/dir/out.png': No such file or directory"},
+        {kSample, longName, "cannot write image '" + longName + "': File name too long"},
+        {kSample, dir + "/folder.png", "cannot write image '" + dir + "/folder.png': it is a directory"},
+        {dir + "/missing.png", dir + "/out.png",
+         "cannot read image '" + dir + "/missing.png': No such file or directory"},
+        {dir + "/folder.png", dir + "/out.png", "cannot read image '" + dir + "/folder.png': it is a directory"},
+        {kSample + "/x.png", dir + "/out.png", "cannot read image '" + kSample + "/x.png': Not a directory"},
+        {dir + "/cut.png", dir + "/out.png", "cannot read image '" + dir + "/cut.png': Read error: hit end of file"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.in + " -> " + c.out);
+        const CommandResult r = fxhost("render " + c.in + " " + c.out);
         EXPECT_EQ(r.status, 3);
-        EXPECT_NE(r.err.find("cannot write image '" + w.out + "': " + w.reason), std::string::npos) << r.err;
-        EXPECT_EQ(filesInDir(), 0);
+        EXPECT_EQ(r.err, "fxhost: " + c.message + "\n");
+        EXPECT_EQ(filesInDir(), 2);
     }
     const std::string wide = make("wide.png", OIIO::ImageSpec(20000, 1, 3, OIIO::TypeDesc::UINT8));
     const CommandResult r = fxhost("render --renderer gl " + wide + " " + dir + "/out.png");
@@ -222,7 +237,32 @@ TEST_F(FxhostFiles, ErrorsNameTheirCause) {
     EXPECT_NE(r.err.find("20000x1, too large for this GL implementation: its largest texture is"),
               std::string::npos)
         << r.err;
-    EXPECT_EQ(filesInDir(), 1);
+    EXPECT_EQ(filesInDir(), 3);
+}
+
+// Only what reads or writes an image loads the image library and OpenImageIO under it, as the
+// dynamic loader tells (LD_DEBUG): a movie through the effect, info and --version do without.
+TEST_F(FxhostFiles, OnlyCommandsWithImagesLoadOpenImageIO) {
+    const std::string clip = dir + "/clip.mkv";
+    ASSERT_EQ(makeClip(clip, "-f lavfi -i testsrc=size=64x36:rate=10:duration=0.3 -c:v ffv1"), "");
+    const std::string passThrough = std::string(" --plugin ") + OSTRIVANE_PASSTHROUGH_PATH + " ";
+    const struct {
+        std::string args;
+        bool loads;
+    } cases[] = {
+        {"--version", false},
+        {"info", false},
+        {"render" + passThrough + clip + " " + dir + "/out.mkv", false},
+        {"render" + passThrough + clip + " " + dir + "/frame_%04d.png", true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        const CommandResult r = runCommand("LD_DEBUG=libs " + kFxhost + " " + c.args);
+        ASSERT_EQ(r.status, 0) << r.err.substr(r.err.size() - std::min<size_t>(r.err.size(), 2000));
+        EXPECT_NE(r.err.find("calling init: "), std::string::npos);  // the loader did speak
+        EXPECT_EQ(r.err.find("libfxhost_images.so") != std::string::npos, c.loads);
+        EXPECT_EQ(r.err.find("libOpenImageIO") != std::string::npos, c.loads);
+    }
 }
 
 // Frames of two sizes in one sequence, through one and several encoder threads and two PNG

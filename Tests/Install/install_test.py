@@ -29,6 +29,7 @@ MODULE = "ostrivane-hue-and-saturation"
 INSTALLED_FILES = {
     "bin/fxhost": 0o755,
     "lib/fxhost/HueAndSaturation.plugin": 0o644,
+    "lib/fxhost/libfxhost_images.so": 0o644,
     "lib/frei0r-1/ostrivane-hue-and-saturation.so": 0o644,
     "share/doc/fxhost/README.md": 0o644,
     "share/doc/fxhost/copyright": 0o644,
@@ -135,6 +136,12 @@ class InstalledTree(unittest.TestCase):
         result = run([os.path.join(lonely, "fxhost"), "info"], env=clean_env(), check=False)
         self.assertEqual(result.returncode, 1)
         self.assertIn(os.path.join(lonely, "HueAndSaturation.plugin"), result.stderr)
+        # Without its image library it still renders nothing but says which file it missed.
+        bundle = os.path.join(self.prefix, "lib", "fxhost", "HueAndSaturation.plugin")
+        result = run([os.path.join(lonely, "fxhost"), "render", "--plugin", bundle, SAMPLE,
+                      os.path.join(lonely, "out.png")], env=clean_env(), check=False)
+        self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1), result.stderr)
+        self.assertIn("libfxhost_images.so is neither in " + lonely, result.stderr)
 
     def test_changelog_and_manual_carry_the_version(self):
         doc = os.path.join(self.prefix, "share", "doc", "fxhost")

@@ -1,4 +1,5 @@
-// An image file in memory: straight (unassociated) RGBA floats, 0 to 1 for
+// An image file in memory, for the tests and benchmarks (fxhost itself reads and writes images
+// through ImageReader and ImageWriter): straight (unassociated) RGBA floats, 0 to 1 for
 // integer files, with the file's own size, channel count and data type kept so
 // that writing gives back a file of the same shape. Read and write fail with
 // std::runtime_error naming the file; writing goes to a temporary name beside
