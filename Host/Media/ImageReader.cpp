@@ -6,6 +6,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "ChannelDepth.h"
+
 namespace fxhost {
 
 namespace {
@@ -15,14 +17,6 @@ constexpr int kStripRows = 32;
 
 std::runtime_error readError(const std::string& path, const std::string& why) {
     return std::runtime_error("cannot read image '" + path + "'" + (why.empty() ? "" : ": " + why));
-}
-
-float clamp01(float v) {
-    return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v));
-}
-
-uint8_t toByte(float v) {
-    return static_cast<uint8_t>(std::round(clamp01(v) * 255.0f));
 }
 
 bool outside01(float v) {
@@ -102,10 +96,10 @@ DepthLoss ImageReader::read(HostWorld& world, std::vector<float>& extra) {
                 }
                 loss.outOfRange = loss.outOfRange || outside01(rgba[0]) || outside01(rgba[1]) ||
                                   outside01(rgba[2]) || outside01(rgba[3]);
-                p[0] = toByte(rgba[3]);
-                p[1] = toByte(rgba[0]);
-                p[2] = toByte(rgba[1]);
-                p[3] = toByte(rgba[2]);
+                p[0] = channel_depth::floatToByte(rgba[3]);
+                p[1] = channel_depth::floatToByte(rgba[0]);
+                p[2] = channel_depth::floatToByte(rgba[1]);
+                p[3] = channel_depth::floatToByte(rgba[2]);
             }
         }
         mConvertSeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "ChannelDepth.h"
 #include "Console.h"
 #include "Interruption.h"
 #include "PartialFile.h"
@@ -48,7 +49,8 @@ void fillStrip(const HostWorld& world, const float* extra, int y0, int y1, int c
         float* d = static_cast<float*>(strip) + first;
         const float* e = extra ? extra + static_cast<size_t>(y) * w * extras : nullptr;
         for (int x = 0; x < w; ++x, p += 4, d += channels) {
-            const float s[4] = {p[1] / 255.0f, p[2] / 255.0f, p[3] / 255.0f, p[0] / 255.0f};
+            const float s[4] = {channel_depth::byteToFloat(p[1]), channel_depth::byteToFloat(p[2]),
+                                channel_depth::byteToFloat(p[3]), channel_depth::byteToFloat(p[0])};
             const float a = premultiply ? s[3] : 1.0f;
             if (channels <= 2) {
                 d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
