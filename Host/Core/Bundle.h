@@ -1,5 +1,6 @@
 // An effect bundle loaded with dlopen. Construction fails with std::runtime_error
-// naming the file when it can't be loaded or doesn't export EntryPointFunc.
+// naming the file when it can't be loaded, is cut short (refused before dlopen, which would
+// die of SIGBUS on it), or doesn't export EntryPointFunc.
 // The bundle stays loaded for the life of the process, as the real host keeps it.
 #pragma once
 
