@@ -132,8 +132,10 @@ void ImageFile::toWorld(HostWorld& world) const {
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const float* s = rgba(x, y);
-            const float argb[4] = {channel_depth::floatToByte(s[3]), channel_depth::floatToByte(s[0]),
-                                   channel_depth::floatToByte(s[1]), channel_depth::floatToByte(s[2])};
+            const float argb[4] = {static_cast<float>(channel_depth::floatToByte(s[3])),
+                                   static_cast<float>(channel_depth::floatToByte(s[0])),
+                                   static_cast<float>(channel_depth::floatToByte(s[1])),
+                                   static_cast<float>(channel_depth::floatToByte(s[2]))};
             world.setPixel(x, y, argb);
         }
     }
