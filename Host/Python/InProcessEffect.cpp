@@ -49,7 +49,11 @@ std::mutex& InProcessEffect::processLock() {
 
 std::string InProcessEffect::defaultBundle() {
     try {
-        return BundleLocator(FXHOST_PYTHON_BUNDLE_CANDIDATES).find();
+        const std::string found = BundleLocator(FXHOST_PYTHON_BUNDLE_CANDIDATES).find();
+        char* real = realpath(found.c_str(), nullptr);  // "/usr/lib/fxhost/X", not ".../dist-packages/../../fxhost/X"
+        const std::string path = real ? real : found;
+        std::free(real);
+        return path;
     } catch (const std::exception& e) {
         throw BundleError(e.what());
     }

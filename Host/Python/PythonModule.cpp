@@ -12,6 +12,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -104,19 +105,20 @@ struct Parameter {
     std::pair<double, double> range;
     std::pair<double, double> sliderRange;
     double defaultValue;
-    std::string unit;
+    std::optional<std::string> unit;  // None where the effect names none
     int precision;
 };
 
 Parameter describe(int index, const PF_ParamDef& def) {
-    Parameter p{index, def.name, "type " + std::to_string(def.param_type), {0, 0}, {0, 0}, 0, "", 0};
+    Parameter p{index, def.name, "type " + std::to_string(def.param_type), {0, 0}, {0, 0}, 0, std::nullopt, 0};
     if (def.param_type == PF_Param_FLOAT_SLIDER) {
         const PF_FloatSliderDef& f = def.u.fs_d;
         p.kind = "float slider";
         p.range = {f.valid_min, f.valid_max};
         p.sliderRange = {f.slider_min, f.slider_max};
         p.defaultValue = f.dephault;
-        p.unit = std::string(f.value_desc, strnlen(f.value_desc, sizeof f.value_desc));
+        const size_t length = strnlen(f.value_desc, sizeof f.value_desc);
+        if (length) p.unit = std::string(f.value_desc, length);
         p.precision = f.precision;
     }
     return p;
