@@ -8,6 +8,7 @@ import shutil
 import subprocess
 import threading
 import time
+import tracemalloc
 
 import numpy as np
 import OpenImageIO as oiio
@@ -130,6 +131,16 @@ def test_any_strides_give_the_pixels_of_a_copy(effect, dtype, view):
     out = np.zeros((frame.shape[1], frame.shape[0], 4), dtype).transpose(1, 0, 2)  # a strided out, too
     assert effect.render(frame, hue_value=200, out=out) is out
     assert np.ascontiguousarray(out).tobytes() == expected.tobytes()
+
+
+def test_a_c_ordered_frame_is_read_where_it_lies(effect):
+    frame = pixels(np.float32, 256, 256, seed=7)
+    out = np.empty_like(frame)
+    tracemalloc.start()  # NumPy reports its buffers to it
+    effect.render(frame, out=out)
+    peak = tracemalloc.get_traced_memory()[1]
+    tracemalloc.stop()
+    assert peak < frame.nbytes / 4, peak
 
 
 def test_out_in_place_and_defaults(effect):
