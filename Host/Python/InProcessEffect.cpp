@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "BundleLocator.h"
@@ -59,7 +60,9 @@ std::string InProcessEffect::defaultBundle() {
     }
 }
 
-std::shared_ptr<InProcessEffect> InProcessEffect::open(const std::string& bundlePath) {
+// The bundle keeps its renderer in its own globals, set in its global set-up: one set-up of a
+// file serves the whole process, and a request for the other renderer while it lives is refused.
+std::shared_ptr<InProcessEffect> InProcessEffect::open(const std::string& bundlePath, Renderer renderer) {
     char* real = realpath(bundlePath.c_str(), nullptr);
     const std::string key = real ? real : bundlePath;
     std::free(real);
@@ -67,18 +70,24 @@ std::shared_ptr<InProcessEffect> InProcessEffect::open(const std::string& bundle
     std::weak_ptr<InProcessEffect>& slot = openEffects()[key];
     std::shared_ptr<InProcessEffect> effect = slot.lock();
     if (!effect) {
-        effect.reset(new InProcessEffect(bundlePath));
+        effect.reset(new InProcessEffect(bundlePath, renderer));
         slot = effect;
+    } else if (renderer != Renderer::Auto && renderer != effect->renderer()) {
+        throw BundleError("effect bundle '" + bundlePath + "' is set up in this process with its " +
+                          rendererName(effect->renderer()) + " renderer, and a bundle serves one renderer " +
+                          "per process: ask for renderer=\"" + rendererName(effect->renderer()) +
+                          "\" or \"auto\", or let every Effect of it go first");
     }
     return effect;
 }
 
 // Called with the process lock held (from open()).
-InProcessEffect::InProcessEffect(const std::string& path) : mPath(path), mSerial(++gSetUps) {
+InProcessEffect::InProcessEffect(const std::string& path, Renderer renderer) : mPath(path), mSerial(++gSetUps) {
     CallerGLState caller;
     QuietStdout quiet;  // the bundle's driver report is not the program's output
     HostOptions options;
     options.hostGLContext = false;  // the caller's context, if any, is the host's
+    options.renderer = renderer;
     try {
         mHost = std::make_unique<EffectHost>(path, options);
         require(mHost->globalSetup(), *mHost, "PF_Cmd_GLOBAL_SETUP");
@@ -107,7 +116,9 @@ ParameterSettings::Curves InProcessEffect::resolve(const ParameterSettings& sett
 void InProcessEffect::render(const FrameView& in, const FrameView& out, const ParameterSettings::Curves& curves,
                              int frame) {
     std::lock_guard<std::mutex> hold(processLock());
-    CallerGLState caller;
+    // The CPU renderer touches no GL, so the caller's EGL state need not even be looked at.
+    std::optional<CallerGLState> caller;
+    if (mHost->renderer() == Renderer::GL) caller.emplace();
     std::unique_ptr<QuietStdout> quiet;
     if (tRenderedIn.insert(mSerial).second) quiet = std::make_unique<QuietStdout>();
 

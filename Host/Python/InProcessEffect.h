@@ -14,6 +14,7 @@
 #include "EffectHost.h"
 #include "FrameView.h"
 #include "ParameterSettings.h"
+#include "Renderer.h"
 
 namespace fxhost {
 
@@ -26,8 +27,9 @@ struct BundleError : EffectError {
 
 class InProcessEffect {
 public:
-    // Shared with any other user of the same bundle file (by its real path).
-    static std::shared_ptr<InProcessEffect> open(const std::string& bundlePath);
+    // Shared with every other user of the same bundle file (by its real path); a renderer other than
+    // the one serving them is refused with BundleError.
+    static std::shared_ptr<InProcessEffect> open(const std::string& bundlePath, Renderer renderer);
     // The bundle the installed or built fxhost would use, found from this module's own file.
     static std::string defaultBundle();
     static std::mutex& processLock();
@@ -38,6 +40,9 @@ public:
 
     const std::string& name() const { return mName; }
     const std::string& path() const { return mPath; }
+    // The renderer that serves the effect, and why.
+    Renderer renderer() const { return mHost->renderer(); }
+    const std::string& rendererReason() const { return mHost->rendererReason(); }
     // The parameter table as the effect registered it; index 0 is the input layer.
     const std::vector<PF_ParamDef>& params() const { return mHost->params(); }
     // A look and NAME=VALUE or NAME=V@F,... assignments, checked as the command line checks them.
@@ -48,7 +53,7 @@ public:
     void render(const FrameView& in, const FrameView& out, const ParameterSettings::Curves& curves, int frame);
 
 private:
-    explicit InProcessEffect(const std::string& path);
+    InProcessEffect(const std::string& path, Renderer renderer);
 
     std::string mPath;
     std::string mName;

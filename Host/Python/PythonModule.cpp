@@ -21,6 +21,7 @@
 #include "Look.h"
 #include "ParameterCurve.h"
 #include "ParameterSettings.h"
+#include "Renderer.h"
 
 namespace py = pybind11;
 using namespace fxhost;
@@ -126,11 +127,12 @@ Parameter describe(int index, const PF_ParamDef& def) {
 
 class Effect {
 public:
-    explicit Effect(const py::object& bundle) {
+    Effect(const py::object& bundle, const std::string& renderer) {
+        const Renderer requested = parseRenderer(renderer);
         const std::string path = bundle.is_none() ? InProcessEffect::defaultBundle() : pathText(bundle);
         {
             py::gil_scoped_release release;  // another thread's render may hold the process lock
-            mEffect = InProcessEffect::open(path);
+            mEffect = InProcessEffect::open(path, requested);
         }
         const std::vector<PF_ParamDef>& params = mEffect->params();
         for (size_t i = 1; i < params.size(); ++i) {
@@ -142,6 +144,8 @@ public:
     const std::string& name() const { return mEffect->name(); }
     const std::string& bundle() const { return mEffect->path(); }
     const std::vector<Parameter>& parameters() const { return mParameters; }
+    std::string renderer() const { return rendererName(mEffect->renderer()); }
+    const std::string& rendererReason() const { return mEffect->rendererReason(); }
 
     py::array render(const py::object& frameObject, const py::object& values, double time, const py::object& look,
                      const py::object& outObject, const py::kwargs& keywords) {
@@ -276,10 +280,13 @@ PYBIND11_MODULE(fxhost, m) {
         .def("__repr__", [](const Look& look) { return "<fxhost.Look '" + look.origin + "' for '" + look.effect + "'>"; });
 
     py::class_<Effect>(m, "Effect", "An effect bundle, loaded and set up in this process.")
-        .def(py::init<const py::object&>(), py::arg("bundle") = py::none())
+        .def(py::init<const py::object&, const std::string&>(), py::arg("bundle") = py::none(),
+             py::arg("renderer") = "auto")
         .def_property_readonly("name", &Effect::name)
         .def_property_readonly("bundle", &Effect::bundle)
         .def_property_readonly("parameters", &Effect::parameters)
+        .def_property_readonly("renderer", &Effect::renderer, "'gl' or 'cpu': the renderer that serves the effect")
+        .def_property_readonly("renderer_reason", &Effect::rendererReason)
         .def("render", &Effect::render, py::arg("frame"), py::arg("values") = py::none(), py::kw_only(),
              py::arg("time") = 0.0, py::arg("look") = py::none(), py::arg("out") = py::none(),
              "Renders an H x W x 4 RGBA frame; returns a new array of its shape and dtype, or fills `out`.")

@@ -6,6 +6,7 @@ FXHOST_BROKEN_DIR come from Tests/CMakeLists.txt.
 import os
 import shutil
 import subprocess
+import sys
 import threading
 import time
 import tracemalloc
@@ -153,8 +154,31 @@ def test_out_in_place_and_defaults(effect):
     assert effect.render(want).tobytes() == effect.render(want, defaults).tobytes()
 
 
+@pytest.mark.parametrize("renderer", ["gl", "cpu"])
+def test_each_renderer_as_fxhost_render_uses_it(tmp_path, renderer):
+    # A bundle serves one renderer per process: each has a process of its own.
+    frame = pixels(np.uint8, seed=8)
+    expected = fxhost_render(str(tmp_path), [frame], "png", ["--renderer", renderer, "--set", "Saturation=1.75"])[0]
+    np.save(tmp_path / "frame.npy", frame)
+    code = ("import sys, numpy as np, fxhost; effect = fxhost.Effect(sys.argv[1], renderer=sys.argv[2]); "
+            "np.save(sys.argv[3], effect.render(np.load(sys.argv[3]), saturation=1.75)); print(effect.renderer)")
+    served = subprocess.run([sys.executable, "-c", code, BUNDLE, renderer, str(tmp_path / "frame.npy")],
+                            capture_output=True, text=True, check=True).stdout
+    assert served == renderer + "\n"
+    assert np.load(tmp_path / "frame.npy").tobytes() == expected.tobytes()
+
+
+def test_the_other_renderer_is_refused_while_one_serves(effect):
+    other = "gl" if effect.renderer == "cpu" else "cpu"
+    with pytest.raises(fxhost.BundleError, match="set up in this process with its %s renderer" % effect.renderer):
+        fxhost.Effect(BUNDLE, renderer=other)
+    assert fxhost.Effect(BUNDLE, renderer=effect.renderer).render(pixels(np.uint8)).shape == (24, 40, 4)
+
+
 def test_parameters_as_fxhost_info_lists_them(effect):
     info = subprocess.run([FXHOST, "info", "--plugin", BUNDLE], capture_output=True, text=True, check=True).stdout
+    # auto, settled as fxhost settles it on this machine
+    assert "Renderer:   %s (%s)" % (effect.renderer, effect.renderer_reason) in info
     assert effect.name == info.strip().split("\n\n")[0].splitlines()[-1]
     for p in effect.parameters:
         line = "%d  %-12s float slider  valid %g to %g  slider %g to %g  default %g" % (
@@ -180,6 +204,7 @@ BAD = [
     (dict(values={"Hue Value": [(1, 0), (1, 90)]}), ValueError, "Hue Value"),
     (dict(time=0.5), ValueError, "whole frame"),
     (dict(look="/nonexistent/look.json"), ValueError, "/nonexistent/look.json"),
+    (dict(renderer="vulkan"), ValueError, "vulkan"),
 ]
 
 
@@ -188,6 +213,8 @@ def test_bad_input_is_refused_naming_what_was_expected(effect, arguments, error,
     arguments = dict(arguments)
     frame = arguments.pop("frame", np.zeros((2, 3, 4), np.uint8))
     with pytest.raises(error) as raised:
+        if "renderer" in arguments:
+            fxhost.Effect(BUNDLE, **arguments)
         effect.render(frame, **arguments)
     assert words in str(raised.value)
 
