@@ -2,7 +2,7 @@
 # The Python module against the core in C++, side by side in one run: a 1080p RGBA frame through
 # effect.render (Debian's python3, the frame converted in and out of the 8-bit ARGB world) and the
 # same size through EffectHost with the world already in place (OstrivaneBench's Frame/1920x1080),
-# three rounds of each, interleaved. Prints both medians and the binding's share.
+# three rounds of each, interleaved, both with the effect's GL pass. Prints both medians and the binding's share.
 #   scripts/bench-python.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
