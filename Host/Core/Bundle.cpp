@@ -30,7 +30,8 @@ void requireWhole(const std::string& path) {
     const auto size = static_cast<unsigned long long>(std::filesystem::file_size(path, error));
     if (error) return;
     unsigned long long needed = header.e_phoff + 1ULL * header.e_phnum * header.e_phentsize;
-    if (header.e_shoff) needed = std::max(needed, header.e_shoff + 1ULL * header.e_shnum * header.e_shentsize);
+    if (header.e_shoff)
+        needed = std::max(needed, header.e_shoff + 1ULL * header.e_shnum * header.e_shentsize);
     if (needed <= size && header.e_phentsize == sizeof(Elf64_Phdr)) {
         std::vector<Elf64_Phdr> segments(header.e_phnum);
         file.seekg(static_cast<std::streamoff>(header.e_phoff));
@@ -41,8 +42,9 @@ void requireWhole(const std::string& path) {
         }
     }
     if (needed > size) {
-        throw std::runtime_error("cannot load effect bundle '" + path + "': the file is cut short (its headers need " +
-                                 std::to_string(needed) + " bytes, it holds " + std::to_string(size) + ")");
+        throw std::runtime_error("cannot load effect bundle '" + path +
+                                 "': the file is cut short (its headers need " + std::to_string(needed) +
+                                 " bytes, it holds " + std::to_string(size) + ")");
     }
 }
 

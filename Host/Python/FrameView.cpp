@@ -11,18 +11,30 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "packed pixels are rota
 
 namespace {
 
-uint8_t toByte(uint8_t v) { return v; }
-uint8_t toByte(uint16_t v) { return channel_depth::u16ToByte(v); }
-uint8_t toByte(float v) { return channel_depth::floatToByte(v); }
+uint8_t toByte(uint8_t v) {
+    return v;
+}
+uint8_t toByte(uint16_t v) {
+    return channel_depth::u16ToByte(v);
+}
+uint8_t toByte(float v) {
+    return channel_depth::floatToByte(v);
+}
 
 template <typename T>
 T fromByte(uint8_t b);
 template <>
-uint8_t fromByte<uint8_t>(uint8_t b) { return b; }
+uint8_t fromByte<uint8_t>(uint8_t b) {
+    return b;
+}
 template <>
-uint16_t fromByte<uint16_t>(uint8_t b) { return channel_depth::byteToU16(b); }
+uint16_t fromByte<uint16_t>(uint8_t b) {
+    return channel_depth::byteToU16(b);
+}
 template <>
-float fromByte<float>(uint8_t b) { return channel_depth::byteToFloat(b); }
+float fromByte<float>(uint8_t b) {
+    return channel_depth::byteToFloat(b);
+}
 
 // The world's A, R, G, B for the frame's R, G, B, A: channel c of the frame is byte kWorld[c].
 constexpr int kWorld[4] = {1, 2, 3, 0};
@@ -98,17 +110,23 @@ void FrameView::write(const HostWorld& world) const {
 
 void FrameView::readInto(HostWorld& world) const {
     switch (mType) {
-        case Type::U8: return read<uint8_t>(world);
-        case Type::U16: return read<uint16_t>(world);
-        case Type::F32: return read<float>(world);
+        case Type::U8:
+            return read<uint8_t>(world);
+        case Type::U16:
+            return read<uint16_t>(world);
+        case Type::F32:
+            return read<float>(world);
     }
 }
 
 void FrameView::writeFrom(const HostWorld& world) const {
     switch (mType) {
-        case Type::U8: return write<uint8_t>(world);
-        case Type::U16: return write<uint16_t>(world);
-        case Type::F32: return write<float>(world);
+        case Type::U8:
+            return write<uint8_t>(world);
+        case Type::U16:
+            return write<uint16_t>(world);
+        case Type::F32:
+            return write<float>(world);
     }
 }
 

@@ -51,7 +51,8 @@ std::mutex& InProcessEffect::processLock() {
 std::string InProcessEffect::defaultBundle() {
     try {
         const std::string found = BundleLocator(FXHOST_PYTHON_BUNDLE_CANDIDATES).find();
-        char* real = realpath(found.c_str(), nullptr);  // "/usr/lib/fxhost/X", not ".../dist-packages/../../fxhost/X"
+        char* real =
+            realpath(found.c_str(), nullptr);  // "/usr/lib/fxhost/X", not ".../dist-packages/../../fxhost/X"
         const std::string path = real ? real : found;
         std::free(real);
         return path;
@@ -82,7 +83,8 @@ std::shared_ptr<InProcessEffect> InProcessEffect::open(const std::string& bundle
 }
 
 // Called with the process lock held (from open()).
-InProcessEffect::InProcessEffect(const std::string& path, Renderer renderer) : mPath(path), mSerial(++gSetUps) {
+InProcessEffect::InProcessEffect(const std::string& path, Renderer renderer)
+    : mPath(path), mSerial(++gSetUps) {
     CallerGLState caller;
     QuietStdout quiet;  // the bundle's driver report is not the program's output
     HostOptions options;
@@ -96,7 +98,8 @@ InProcessEffect::InProcessEffect(const std::string& path, Renderer renderer) : m
     } catch (const std::exception& e) {
         mHost.reset();
         const std::string what = e.what();
-        throw BundleError(what.find(path) != std::string::npos ? what : "effect bundle '" + path + "': " + what);
+        throw BundleError(what.find(path) != std::string::npos ? what
+                                                               : "effect bundle '" + path + "': " + what);
     }
 }
 
@@ -113,8 +116,8 @@ ParameterSettings::Curves InProcessEffect::resolve(const ParameterSettings& sett
     return settings.resolve(*mHost);
 }
 
-void InProcessEffect::render(const FrameView& in, const FrameView& out, const ParameterSettings::Curves& curves,
-                             int frame) {
+void InProcessEffect::render(const FrameView& in, const FrameView& out,
+                             const ParameterSettings::Curves& curves, int frame) {
     std::lock_guard<std::mutex> hold(processLock());
     // The CPU renderer touches no GL, so the caller's EGL state need not even be looked at.
     std::optional<CallerGLState> caller;

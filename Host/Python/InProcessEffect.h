@@ -50,7 +50,8 @@ public:
 
     // Renders `in` into `out` (the same size) with `curves` at `frame`; every parameter not in
     // `curves` takes the effect's default.
-    void render(const FrameView& in, const FrameView& out, const ParameterSettings::Curves& curves, int frame);
+    void render(const FrameView& in, const FrameView& out, const ParameterSettings::Curves& curves,
+                int frame);
 
 private:
     InProcessEffect(const std::string& path, Renderer renderer);

@@ -57,8 +57,10 @@ std::string snakeCase(const std::string& name) {
 // (frame, value) pairs.
 std::string valueText(const std::string& name, const py::handle& value) {
     if (py::isinstance<py::str>(value)) return value.cast<std::string>();
-    if (!py::isinstance<py::bool_>(value) && PyNumber_Check(value.ptr()) && !py::isinstance<py::sequence>(value)) {
-        return ParameterCurve::exactNumber(py::float_(py::reinterpret_borrow<py::object>(value)).cast<double>());
+    if (!py::isinstance<py::bool_>(value) && PyNumber_Check(value.ptr()) &&
+        !py::isinstance<py::sequence>(value)) {
+        return ParameterCurve::exactNumber(
+            py::float_(py::reinterpret_borrow<py::object>(value)).cast<double>());
     }
     if (py::isinstance<py::sequence>(value)) {
         std::string keys;
@@ -69,15 +71,18 @@ std::string valueText(const std::string& name, const py::handle& value) {
             } catch (const py::error_already_set&) {
             }
             if (pair.size() != 2 || py::isinstance<py::str>(key)) {
-                throw py::type_error("parameter \"" + name + "\": a key is (frame, value), got " + typeName(key));
+                throw py::type_error("parameter \"" + name + "\": a key is (frame, value), got " +
+                                     typeName(key));
             }
             keys += (keys.empty() ? "" : ",") + valueText(name, pair[1]) + "@" +
                     std::to_string(py::int_(pair[0]).cast<long long>());
         }
         return keys;
     }
-    throw py::type_error("parameter \"" + name + "\": a value is a number, the command line's text or (frame, value) "
-                         "keys, got " + typeName(value));
+    throw py::type_error("parameter \"" + name +
+                         "\": a value is a number, the command line's text or (frame, value) "
+                         "keys, got " +
+                         typeName(value));
 }
 
 FrameView::Type frameType(const py::array& array, const char* what) {
@@ -111,7 +116,8 @@ struct Parameter {
 };
 
 Parameter describe(int index, const PF_ParamDef& def) {
-    Parameter p{index, def.name, "type " + std::to_string(def.param_type), {0, 0}, {0, 0}, 0, std::nullopt, 0};
+    Parameter p{index,        def.name, "type " + std::to_string(def.param_type), {0, 0}, {0, 0}, 0,
+                std::nullopt, 0};
     if (def.param_type == PF_Param_FLOAT_SLIDER) {
         const PF_FloatSliderDef& f = def.u.fs_d;
         p.kind = "float slider";
@@ -147,10 +153,11 @@ public:
     std::string renderer() const { return rendererName(mEffect->renderer()); }
     const std::string& rendererReason() const { return mEffect->rendererReason(); }
 
-    py::array render(const py::object& frameObject, const py::object& values, double time, const py::object& look,
-                     const py::object& outObject, const py::kwargs& keywords) {
+    py::array render(const py::object& frameObject, const py::object& values, double time,
+                     const py::object& look, const py::object& outObject, const py::kwargs& keywords) {
         if (!py::isinstance<py::array>(frameObject)) {
-            throw py::type_error("frame must be a NumPy array of H x W x 4 (RGBA), got " + typeName(frameObject));
+            throw py::type_error("frame must be a NumPy array of H x W x 4 (RGBA), got " +
+                                 typeName(frameObject));
         }
         const py::array frame = py::reinterpret_borrow<py::array>(frameObject);
         const FrameView::Type type = frameType(frame, "frame");
@@ -173,11 +180,13 @@ public:
             }
             out = py::reinterpret_borrow<py::array>(outObject);
             if (frameType(out, "out") != type) {
-                throw py::type_error("out must have frame's dtype " + py::str(frame.dtype()).cast<std::string>() +
-                                     ", got " + py::str(out.dtype()).cast<std::string>());
+                throw py::type_error("out must have frame's dtype " +
+                                     py::str(frame.dtype()).cast<std::string>() + ", got " +
+                                     py::str(out.dtype()).cast<std::string>());
             }
             if (shapeText(out) != shapeText(frame)) {
-                throw py::value_error("out must have frame's shape " + shapeText(frame) + ", got " + shapeText(out));
+                throw py::value_error("out must have frame's shape " + shapeText(frame) + ", got " +
+                                      shapeText(out));
             }
             if (!out.writeable()) throw py::value_error("out is read-only");
         }
@@ -209,7 +218,8 @@ private:
         }
         if (!values.is_none()) {
             if (!py::isinstance<py::dict>(values)) {
-                throw py::type_error("values must be a dict of parameter names and values, got " + typeName(values));
+                throw py::type_error("values must be a dict of parameter names and values, got " +
+                                     typeName(values));
             }
             for (const auto& item : py::reinterpret_borrow<py::dict>(values)) {
                 if (!py::isinstance<py::str>(item.first)) {
@@ -252,8 +262,9 @@ py::object lookValues(const Look& look) {
 }  // namespace
 
 PYBIND11_MODULE(fxhost, m) {
-    m.doc() = "Effect bundles in process: NumPy RGBA frames (uint8, uint16, float32) rendered as fxhost render "
-              "renders image files of the same depth.";
+    m.doc() =
+        "Effect bundles in process: NumPy RGBA frames (uint8, uint16, float32) rendered as fxhost render "
+        "renders image files of the same depth.";
 
     // Translators run newest first: the narrower class is tried before the one it derives from.
     auto& effectError = py::register_exception<EffectError>(m, "EffectError", PyExc_RuntimeError);
@@ -273,11 +284,14 @@ PYBIND11_MODULE(fxhost, m) {
         });
 
     py::class_<Look>(m, "Look", "A look file: the effect's name and each parameter's value or keys.")
-        .def_static("load", [](const py::object& path) { return Look::read(pathText(path)); }, py::arg("path"))
+        .def_static(
+            "load", [](const py::object& path) { return Look::read(pathText(path)); }, py::arg("path"))
         .def_readonly("effect", &Look::effect)
         .def_readonly("path", &Look::origin)
         .def_property_readonly("parameters", &lookValues)
-        .def("__repr__", [](const Look& look) { return "<fxhost.Look '" + look.origin + "' for '" + look.effect + "'>"; });
+        .def("__repr__", [](const Look& look) {
+            return "<fxhost.Look '" + look.origin + "' for '" + look.effect + "'>";
+        });
 
     py::class_<Effect>(m, "Effect", "An effect bundle, loaded and set up in this process.")
         .def(py::init<const py::object&, const std::string&>(), py::arg("bundle") = py::none(),
@@ -285,10 +299,12 @@ PYBIND11_MODULE(fxhost, m) {
         .def_property_readonly("name", &Effect::name)
         .def_property_readonly("bundle", &Effect::bundle)
         .def_property_readonly("parameters", &Effect::parameters)
-        .def_property_readonly("renderer", &Effect::renderer, "'gl' or 'cpu': the renderer that serves the effect")
+        .def_property_readonly("renderer", &Effect::renderer,
+                               "'gl' or 'cpu': the renderer that serves the effect")
         .def_property_readonly("renderer_reason", &Effect::rendererReason)
         .def("render", &Effect::render, py::arg("frame"), py::arg("values") = py::none(), py::kw_only(),
              py::arg("time") = 0.0, py::arg("look") = py::none(), py::arg("out") = py::none(),
              "Renders an H x W x 4 RGBA frame; returns a new array of its shape and dtype, or fills `out`.")
-        .def("__repr__", [](const Effect& e) { return "<fxhost.Effect '" + e.name() + "' from '" + e.bundle() + "'>"; });
+        .def("__repr__",
+             [](const Effect& e) { return "<fxhost.Effect '" + e.name() + "' from '" + e.bundle() + "'>"; });
 }
