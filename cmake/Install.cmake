@@ -5,6 +5,7 @@
 #   PREFIX/lib/fxhost/HueAndSaturation.plugin               fxhost's own bundle folder
 #   PREFIX/lib/fxhost/libfxhost_images.so                   its image library, loaded on first use
 #   PREFIX/lib/frei0r-1/ostrivane-hue-and-saturation.so     the frei0r module (its own install rule)
+#   PREFIX/lib/python3/dist-packages/fxhost.cpython-*.so     the Python module
 #   PREFIX/share/doc/fxhost/                                README.md, copyright, changelog.gz
 #   PREFIX/share/man/man1/fxhost.1.gz
 #   PREFIX/share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml
@@ -23,6 +24,11 @@ set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 
 install(TARGETS fxhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS HueAndSaturation fxhost_images LIBRARY DESTINATION ${FXHOST_INSTALL_BUNDLEDIR})
+# The Python module, for Debian's python3 (/usr/lib/python3/dist-packages under /usr); it finds
+# the bundle at ../../fxhost from its own folder, whatever the prefix.
+if(TARGET fxhost_python)
+  install(TARGETS fxhost_python LIBRARY DESTINATION lib/python3/dist-packages)
+endif()
 install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/packaging/copyright
   DESTINATION ${FXHOST_INSTALL_DOCDIR})
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.xml

@@ -17,7 +17,7 @@ This package holds the effect bundle; fxhost, a command-line host that
 renders images, sequences and movies through it; and a frei0r module that
 puts the effect into FFmpeg (-vf frei0r), MLT (melt, Kdenlive) and
 GStreamer. Kdenlive shows the effect's controls in degrees and its own
-units.")
+units. A Python module, fxhost, renders NumPy frames through the effect.")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)  # fxhost_VERSION_ARCH.deb
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
@@ -27,6 +27,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)  # Depends from the libraries the ELF fil
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
 # The programs that load frei0r modules, and the editor that reads the effect's description.
 set(CPACK_DEBIAN_PACKAGE_ENHANCES "ffmpeg, gstreamer1.0-plugins-bad, kdenlive, melt")
+# The Python module, built for Debian's python3 of this release, takes its frames from NumPy.
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # CPack adds postinst and postrm scripts that run ldconfig for any shared object under /usr/lib,
 # though the bundle and the module are plug-ins the dynamic linker never looks for: a Debian

@@ -9,16 +9,13 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include "ChannelDepth.h"
 #include "Interruption.h"
 #include "PartialFile.h"
 
 namespace fxhost {
 
 namespace {
-
-float clamp01(float v) {
-    return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v));
-}
 
 std::runtime_error fileError(const std::string& what, const std::string& path, const std::string& why) {
     return std::runtime_error("cannot " + what + " '" + path + "'" + (why.empty() ? "" : ": " + why));
@@ -124,10 +121,10 @@ void ImageFile::toWorld(HostWorld& world) const {
             uint8_t* p = static_cast<uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
             for (int x = 0; x < width; ++x, p += 4) {
                 const float* s = rgba(x, y);
-                p[0] = static_cast<uint8_t>(std::round(clamp01(s[3]) * 255.0f));
-                p[1] = static_cast<uint8_t>(std::round(clamp01(s[0]) * 255.0f));
-                p[2] = static_cast<uint8_t>(std::round(clamp01(s[1]) * 255.0f));
-                p[3] = static_cast<uint8_t>(std::round(clamp01(s[2]) * 255.0f));
+                p[0] = channel_depth::floatToByte(s[3]);
+                p[1] = channel_depth::floatToByte(s[0]);
+                p[2] = channel_depth::floatToByte(s[1]);
+                p[3] = channel_depth::floatToByte(s[2]);
             }
         }
         return;
@@ -135,8 +132,10 @@ void ImageFile::toWorld(HostWorld& world) const {
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const float* s = rgba(x, y);
-            const float argb[4] = {std::round(clamp01(s[3]) * 255.0f), std::round(clamp01(s[0]) * 255.0f),
-                                   std::round(clamp01(s[1]) * 255.0f), std::round(clamp01(s[2]) * 255.0f)};
+            const float argb[4] = {static_cast<float>(channel_depth::floatToByte(s[3])),
+                                   static_cast<float>(channel_depth::floatToByte(s[0])),
+                                   static_cast<float>(channel_depth::floatToByte(s[1])),
+                                   static_cast<float>(channel_depth::floatToByte(s[2]))};
             world.setPixel(x, y, argb);
         }
     }
@@ -151,10 +150,10 @@ void ImageFile::fromWorld(const HostWorld& world) {
                 static_cast<const uint8_t*>(def->data) + static_cast<size_t>(y) * def->rowbytes;
             for (int x = 0; x < width; ++x, p += 4) {
                 float* d = rgba(x, y);
-                d[0] = p[1] / 255.0f;
-                d[1] = p[2] / 255.0f;
-                d[2] = p[3] / 255.0f;
-                d[3] = p[0] / 255.0f;
+                d[0] = channel_depth::byteToFloat(p[1]);
+                d[1] = channel_depth::byteToFloat(p[2]);
+                d[2] = channel_depth::byteToFloat(p[3]);
+                d[3] = channel_depth::byteToFloat(p[0]);
             }
         }
         return;

@@ -24,6 +24,11 @@ BUILD_FXHOST = os.path.join(BUILD, "bin", "fxhost")
 BUILD_BUNDLE = os.path.join(BUILD, "bin", "HueAndSaturation.plugin")
 SAMPLE = os.path.join(SOURCE, "samples", "colours.png")  # 192 x 128: FFmpeg's rows come unpadded
 MODULE = "ostrivane-hue-and-saturation"
+# The Python module, named for Debian's python3, which it is built for.
+DEBIAN_PYTHON = "/usr/bin/python3"
+PYTHON_MODULE = "lib/python3/dist-packages/fxhost" + subprocess.run(
+    [DEBIAN_PYTHON, "-c", "import sysconfig; print(sysconfig.get_config_var('EXT_SUFFIX'))"],
+    stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
 
 # What an installation holds, relative to its prefix, and nothing else.
 INSTALLED_FILES = {
@@ -36,6 +41,7 @@ INSTALLED_FILES = {
     "share/doc/fxhost/changelog.gz": 0o644,
     "share/man/man1/fxhost.1.gz": 0o644,
     "share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml": 0o644,
+    PYTHON_MODULE: 0o644,
 }
 
 
@@ -338,6 +344,17 @@ class Package(unittest.TestCase):
         # No maintainer scripts: plug-ins need no ldconfig, and apt's remove takes the files.
         control = run(["dpkg-deb", "-I", self.deb]).stdout
         self.assertNotRegex(control, r"\b(preinst|postinst|prerm|postrm)\b")
+
+    def test_debian_python_imports_the_module_and_finds_its_bundle(self):
+        root = os.path.join(self.tmp, "root")
+        run(["dpkg-deb", "-x", self.deb, root])
+        usr = os.path.join(root, "usr")
+        # From /, with nothing set for fxhost: the module finds the bundle from its own file.
+        code = "import sys; sys.path.insert(0, %r); import fxhost; print(fxhost.Effect().bundle)" % (
+            os.path.dirname(os.path.join(usr, PYTHON_MODULE)))
+        bundle = run([DEBIAN_PYTHON, "-c", code], cwd="/", env=clean_env()).stdout.strip()
+        installed = os.path.join(usr, "lib/fxhost/HueAndSaturation.plugin")
+        self.assertEqual(os.path.realpath(bundle), os.path.realpath(installed))
 
     def test_lintian_finds_no_error_or_warning(self):
         if not shutil.which("lintian"):
