@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "ChannelDepth.h"
 #include "HeldStderr.h"
 
 namespace fxhost {
@@ -16,13 +17,7 @@ namespace {
 // Rows decoded at a time: enough to amortise the library's per-call work, small beside a frame.
 constexpr int kStripRows = 32;
 
-float clamp01(float v) {
-    return std::isnan(v) ? 0.0f : std::min(1.0f, std::max(0.0f, v));
-}
-
-uint8_t toByte(float v) {
-    return static_cast<uint8_t>(std::round(clamp01(v) * 255.0f));
-}
+using channel_depth::floatToByte;
 
 bool outside01(float v) {
     return !(v >= 0.0f && v <= 1.0f);
@@ -116,10 +111,10 @@ DepthLoss OiioInput::read(HostWorld& world, std::vector<float>& extra, double& c
                 }
                 loss.outOfRange = loss.outOfRange || outside01(rgba[0]) || outside01(rgba[1]) ||
                                   outside01(rgba[2]) || outside01(rgba[3]);
-                p[0] = toByte(rgba[3]);
-                p[1] = toByte(rgba[0]);
-                p[2] = toByte(rgba[1]);
-                p[3] = toByte(rgba[2]);
+                p[0] = floatToByte(rgba[3]);
+                p[1] = floatToByte(rgba[0]);
+                p[2] = floatToByte(rgba[1]);
+                p[3] = floatToByte(rgba[2]);
             }
         }
         convertSeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "ChannelDepth.h"
 #include "OiioInput.h"
 
 namespace fxhost {
@@ -36,7 +37,8 @@ void fillStrip(const HostWorld& world, const float* extra, int y0, int y1, int c
         float* d = static_cast<float*>(strip) + first;
         const float* e = extra ? extra + static_cast<size_t>(y) * w * extras : nullptr;
         for (int x = 0; x < w; ++x, p += 4, d += channels) {
-            const float s[4] = {p[1] / 255.0f, p[2] / 255.0f, p[3] / 255.0f, p[0] / 255.0f};
+            using channel_depth::byteToFloat;
+            const float s[4] = {byteToFloat(p[1]), byteToFloat(p[2]), byteToFloat(p[3]), byteToFloat(p[0])};
             const float a = premultiply ? s[3] : 1.0f;
             if (channels <= 2) {
                 d[0] = (s[0] + s[1] + s[2]) / 3.0f * a;
