@@ -35,21 +35,24 @@ TEST(FxhostInfo, BundleThatIsNotAnEffectIsAClearError) {
 }
 
 // Which renderer a command asked for, which served, and why: in info's table and in -v's lines.
-// An effect with no CPU renderer gets GL under auto and is refused under cpu, by name.
+// The CPU renderer starts no GL (the effect reports its driver whenever it makes a context). An
+// effect with no CPU renderer gets GL under auto and is refused under cpu, by name.
 TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
     const std::string fxhost = OSTRIVANE_FXHOST_PATH, glOnly = OSTRIVANE_PASSTHROUGH_GL_ONLY_PATH;
     const std::string out = "/tmp/fxhost-renderer-" + std::to_string(getpid()) + ".png";
     const struct {
         std::string args;
         int status;
-        std::string said;
+        std::string said, unsaid;
     } cases[] = {
         {"info --renderer cpu", 0, "Renderer:   cpu (asked for)\n"},
         {"info --renderer gl", 0, "Renderer:   gl (asked for)\n"},
         {"info --renderer auto --plugin " + glOnly, 0, "Renderer:   gl (the effect has no CPU renderer)\n"},
         {"info --renderer cpu --plugin " + glOnly, 1, glOnly + ": the effect has no CPU renderer"},
         {"-v render --renderer cpu " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + out, 0,
-         "renderer: cpu (asked for)\n"},
+         "renderer: cpu (asked for)\n", "OpenGL"},
+        {"-v render --renderer gl " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + out, 0,
+         "OpenGL Renderer"},
         {"render --renderer fast in.png out.png", 2, "--renderer"},
     };
     // Without a GPU device node, GL could only be a software rasteriser: auto takes the CPU.
@@ -65,6 +68,8 @@ TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
         const CommandResult r = runCommand(fxhost + " " + c.args);
         EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
         EXPECT_NE((r.out + r.err).find(c.said), std::string::npos) << c.args << "\n" << r.out << r.err;
+        if (!c.unsaid.empty())
+            EXPECT_EQ((r.out + r.err).find(c.unsaid), std::string::npos) << c.args << "\n" << r.out << r.err;
     }
     std::remove(out.c_str());
 }
