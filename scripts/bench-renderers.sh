@@ -42,30 +42,35 @@ run() {
 median() { sort -n -k"$2" "$WORK/$1" | awk -v k="$2" '{ v[NR] = $k } END { print v[int((NR + 1) / 2)] }'; }
 
 F0R="scale=in_color_matrix=bt601:in_range=tv:flags=bicubic+accurate_rnd+full_chroma_int,format=rgba"
-declare -A CASE
-CASE[png_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/png_%04d.png $WORK/out/o_%04d.png"
-CASE[png_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/png_%04d.png $WORK/out/o_%04d.png"
-CASE[png_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/png_%04d.png -vf hue=h=90:s=1.5 $WORK/out/o_%04d.png"
-CASE[movie_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/movie.mp4 $WORK/out/o.mp4"
-CASE[movie_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/movie.mp4 $WORK/out/o.mp4"
-CASE[movie_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf hue=h=90:s=1.5 -c:a copy $WORK/out/o.mp4"
-CASE[f0r_cpu]="env FXHOST_RENDERER=cpu ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75 -c:a copy $WORK/out/o.mp4"
-CASE[f0r_gl]="env FXHOST_RENDERER=gl ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75 -c:a copy $WORK/out/o.mp4"
-CASE[f0r_debian]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf $F0R,frei0r=hueshift0r:0.25,frei0r=saturat0r:0.1875 -c:a copy $WORK/out/o.mp4"
-CASE[f0r_hue]="ffmpeg -v error -nostdin -i $WORK/movie.mp4 -vf hue=h=90:s=1.5 -c:a copy $WORK/out/o.mp4"
-CASE[small_cpu]="$FX -q render --renderer cpu --set Hue\ Value=90 --set Saturation=1.5 $WORK/small.png $WORK/out/o.png"
-CASE[small_gl]="$FX -q render --renderer gl --set Hue\ Value=90 --set Saturation=1.5 $WORK/small.png $WORK/out/o.png"
-CASE[small_ffmpeg]="ffmpeg -v error -nostdin -i $WORK/small.png -vf hue=h=90:s=1.5 $WORK/out/o.png"
-CASE[version_fx]="$FX --version"
-CASE[version_ffmpeg]="ffmpeg -version"
-GROUPS="png movie f0r small version"
-members() { printf '%s\n' "${!CASE[@]}" | grep "^$1_" | sort; }
+HUE=(--set "Hue Value=90" --set Saturation=1.5)
+f0r() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf "$1" -c:a copy "$WORK/out/o.mp4"; }
+# One function a case, named KIND_WHO; the peer of each kind is its _ffmpeg (or f0r_hue).
+png_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/png_%04d.png" "$WORK/out/o_%04d.png"; }
+png_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/png_%04d.png" "$WORK/out/o_%04d.png"; }
+png_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/png_%04d.png" -vf hue=h=90:s=1.5 "$WORK/out/o_%04d.png"; }
+movie_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
+movie_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
+movie_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf hue=h=90:s=1.5 -c:a copy "$WORK/out/o.mp4"; }
+f0r_cpu() { FXHOST_RENDERER=cpu f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75"; }
+f0r_gl() { FXHOST_RENDERER=gl f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75"; }
+f0r_debian() { f0r "$F0R,frei0r=hueshift0r:0.25,frei0r=saturat0r:0.1875"; }
+f0r_hue() { f0r hue=h=90:s=1.5; }
+small_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
+small_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
+small_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/small.png" -vf hue=h=90:s=1.5 "$WORK/out/o.png"; }
+version_fx() { "$FX" --version; }
+version_ffmpeg() { ffmpeg -version; }
+export -f f0r png_cpu png_gl png_ffmpeg movie_cpu movie_gl movie_ffmpeg f0r_cpu f0r_gl f0r_debian f0r_hue \
+  small_cpu small_gl small_ffmpeg version_fx version_ffmpeg
+export FX WORK F0R
+KINDS="png movie f0r small version"
+members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|debian|hue|fx)$" | sort; }
 
 for ((i = 1; i <= RUNS; i++)); do
-  for group in $GROUPS; do
+  for group in $KINDS; do
     for name in $(members "$group"); do
       log "run $i: $name"
-      eval "run $name ${CASE[$name]}"
+      run "$name" bash -c "$name"
     done
   done
 done

@@ -1,14 +1,14 @@
 // fxhost: the stand-in host on the command line.
-//   fxhost [-q|-v] info   [--plugin BUNDLE]
-//   fxhost [-q|-v] render [--plugin BUNDLE] [--look FILE] [--set NAME=VALUE|NAME=V@F,...]... [--frames LIST]
+//   fxhost [-q|-v] info   [--plugin BUNDLE] [--renderer auto|gl|cpu]
+//   fxhost [-q|-v] render [--plugin BUNDLE] [--renderer auto|gl|cpu] [--look FILE] [--set NAME=VALUE|NAME=V@F,...]... [--frames LIST]
 //                         [--skip-existing | --no-clobber] [--progress FILE|-]
 //                         [--codec NAME] [--crf N] [--preset NAME] [--pix-fmt NAME] [--codec-opt K=V]... [--fps RATE]
 //                         INPUT OUTPUT    (images, sequences or movies)
-//   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--look FILE] [--set ...]... --vary NAME=FROM:TO:COUNT
+//   fxhost [-q|-v] sheet  [--plugin BUNDLE] [--renderer auto|gl|cpu] [--look FILE] [--set ...]... --vary NAME=FROM:TO:COUNT
 //                         [--frame N] [--tile-width W] [--png-compression 0-9] [--strict-depth] INPUT OUTPUT
 //   fxhost [-q|-v] farm   submit|status|check ...
 //   fxhost validate [--plugin BUNDLE] [options]
-//   fxhost [-q|-v] preview [--plugin BUNDLE] [--look FILE] [--set ...]... [--port N] [--bind ADDR] INPUT
+//   fxhost [-q|-v] preview [--plugin BUNDLE] [--renderer auto|gl|cpu] [--look FILE] [--set ...]... [--port N] [--bind ADDR] INPUT
 // Exit status: 0 done, 1 bundle or host trouble, 2 bad arguments, 3 image files,
 // 4 the effect returned an error, 5 the effect broke a host rule.
 #include <CLI/CLI.hpp>
