@@ -30,6 +30,11 @@ PYTHON_MODULE = "lib/python3/dist-packages/fxhost" + subprocess.run(
     [DEBIAN_PYTHON, "-c", "import sysconfig; print(sysconfig.get_config_var('EXT_SUFFIX'))"],
     stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
 
+# Built with _FORTIFY_SOURCE like the rest, but with no libc call the compiler can check: its copies
+# (memcpy, memmove, memset, read) are of buffers sized at run time, so hardening-check and lintian,
+# which look for a checked call, find none.
+NO_FORTIFIABLE_CALL = {"usr/lib/fxhost/libfxhost_images.so"}
+
 # What an installation holds, relative to its prefix, and nothing else.
 INSTALLED_FILES = {
     "bin/fxhost": 0o755,
@@ -399,9 +404,10 @@ class Package(unittest.TestCase):
         except subprocess.TimeoutExpired as expired:
             self.fail("lintian did not finish in %d s: %s" % (limit, expired.output))
         # Errors and warnings, and at any level the hardening tags (hardening-no-relro,
-        # hardening-no-fortify-functions, hardening-no-bindnow, ...).
+        # hardening-no-fortify-functions, hardening-no-bindnow, ...), but the one NO_FORTIFIABLE_CALL names.
         complaints = [l for l in result.stdout.splitlines()
-                      if l.startswith(("E:", "W:")) or re.match(r"\w: \S+: hardening-", l)]
+                      if (l.startswith(("E:", "W:")) or re.match(r"\w: \S+: hardening-", l))
+                      and not any(l.endswith(": hardening-no-fortify-functions [%s]" % f) for f in NO_FORTIFIABLE_CALL)]
         self.assertEqual(complaints, [], result.stdout)
 
     def test_every_binary_is_hardened(self):
@@ -422,10 +428,13 @@ class Package(unittest.TestCase):
                          "usr/lib/frei0r-1/%s.so" % MODULE} <= set(binaries), binaries)
         for binary in sorted(binaries):
             with self.subTest(binary=binary):
-                result = run(["hardening-check", "--nocfprotection", os.path.join(root, binary)], check=False)
+                fortified = binary not in NO_FORTIFIABLE_CALL
+                result = run(["hardening-check", "--nocfprotection"] + ([] if fortified else ["--nofortify"]) +
+                             [os.path.join(root, binary)], check=False)
                 self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
                 self.assertRegex(result.stdout, r"Immediate binding: yes")
-                self.assertRegex(result.stdout, r"Fortify Source functions: yes")
+                if fortified:
+                    self.assertRegex(result.stdout, r"Fortify Source functions: yes")
                 if binary.startswith("usr/bin/"):
                     self.assertRegex(result.stdout, r"Position Independent Executable: yes")
 
