@@ -31,15 +31,18 @@ if(TARGET fxhost_python)
 endif()
 install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/packaging/copyright
   DESTINATION ${FXHOST_INSTALL_DOCDIR})
-install(FILES ${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.xml
-  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kdenlive/effects)
 
 # The changelog and the manual page go compressed, as Debian wants them: gzip -9n, no name or
 # time in the header, so the same sources give the same bytes.
 find_program(GZIP_PROGRAM gzip REQUIRED)
-# The manual page names the project's version; the changelog's newest entry is bumped by hand.
+# The manual page and Kdenlive's description name the project's version; the changelog's newest
+# entry is bumped by hand.
 set(packaging_out ${CMAKE_BINARY_DIR}/packaging)
 configure_file(${CMAKE_SOURCE_DIR}/packaging/fxhost.1.in ${packaging_out}/fxhost.1 @ONLY)
+configure_file(${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.xml.in
+  ${packaging_out}/frei0r_ostrivane-hue-and-saturation.xml @ONLY)
+install(FILES ${packaging_out}/frei0r_ostrivane-hue-and-saturation.xml
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kdenlive/effects)
 add_custom_command(OUTPUT ${packaging_out}/changelog.gz ${packaging_out}/fxhost.1.gz
   COMMAND ${GZIP_PROGRAM} -9nc ${CMAKE_SOURCE_DIR}/packaging/changelog > ${packaging_out}/changelog.gz
   COMMAND ${GZIP_PROGRAM} -9nc ${packaging_out}/fxhost.1 > ${packaging_out}/fxhost.1.gz

@@ -22,7 +22,12 @@ units. A Python module, fxhost, renders NumPy frames through the effect.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)  # fxhost_VERSION_ARCH.deb
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)  # Depends from the libraries the ELF files link, by dpkg-shlibdeps
+# Depends from the libraries the ELF files link, by dpkg-shlibdeps, run on the staged files by
+# cmake/PackageDepends.cmake rather than by CPack's CPACK_DEBIAN_PACKAGE_SHLIBDEPS: CPack's adds
+# postinst and postrm scripts that run ldconfig to any package with a shared object under /usr/lib,
+# though the bundle and the module are plug-ins the dynamic linker never looks for. A Debian
+# package of plug-ins has no maintainer scripts.
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackageDepends.cmake)
 # The effect renders through EGL: a GPU's driver where there is one, Mesa's llvmpipe otherwise.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
 # The programs that load frei0r modules, and the editor that reads the effect's description.
@@ -30,12 +35,6 @@ set(CPACK_DEBIAN_PACKAGE_ENHANCES "ffmpeg, gstreamer1.0-plugins-bad, kdenlive, m
 # The Python module, built for Debian's python3 of this release, takes its frames from NumPy.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# CPack adds postinst and postrm scripts that run ldconfig for any shared object under /usr/lib,
-# though the bundle and the module are plug-ins the dynamic linker never looks for: a Debian
-# package of plug-ins has no maintainer scripts. Naming a postinst and postrm that do not exist
-# turns CPack's off, and CPack leaves the missing files out.
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/packaging/no-scripts/postinst
-  ${CMAKE_BINARY_DIR}/packaging/no-scripts/postrm)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
 
 include(CPack)

@@ -27,7 +27,7 @@ esac
 
 # -O1 keeps the stacks readable and the build short; the bundle gets the runtime from the
 # executable that loads it, so it is linked with the same flags.
-cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=None -DOSTRIVANE_BENCH=OFF \
+cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=None -DOSTRIVANE_TESTS=ON -DOSTRIVANE_BENCH=OFF -DOSTRIVANE_HARDENING=OFF \
   -DCMAKE_CXX_FLAGS="-O1 -g $flags" \
   -DCMAKE_EXE_LINKER_FLAGS="$flags" \
   -DCMAKE_SHARED_LINKER_FLAGS="$flags" \

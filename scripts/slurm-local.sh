@@ -51,7 +51,7 @@ case "$command" in
     fi
     for program in munged slurmctld slurmd sinfo; do
       if ! command -v "$program" >/dev/null; then
-        echo "slurm-local: Slurm cannot be started here: no $program (install slurm-wlm and munge; scripts/setup.sh does)" >&2
+        echo "slurm-local: Slurm cannot be started here: no $program (install slurm-wlm and munge; scripts/setup-tests.sh does)" >&2
         exit 77
       fi
     done

@@ -14,10 +14,10 @@
 TEST(FxhostInfo, PrintsAboutVersionFlagsAndParameters) {
     const CommandResult r = runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " info");
     EXPECT_EQ(r.status, 0);
-    EXPECT_NE(r.out.find("Ostrivane Hue And Saturation v1.0\nOstrivane Hue And Saturation\n"),
+    EXPECT_NE(r.out.find("Ostrivane Hue And Saturation v" OSTRIVANE_VERSION "\nOstrivane Hue And Saturation\n"),
               std::string::npos)
         << r.out;
-    EXPECT_NE(r.out.find("Version:    1.0.0 (develop, build 1)"), std::string::npos);
+    EXPECT_NE(r.out.find("Version:    " OSTRIVANE_VERSION "." OSTRIVANE_VERSION_PATCH_TEXT " (develop, build 1)"), std::string::npos);
     EXPECT_NE(r.out.find("out_flags:  none"), std::string::npos);
     EXPECT_NE(r.out.find("out_flags2: PF_OutFlag2_SUPPORTS_SMART_RENDER\n"), std::string::npos);
     EXPECT_NE(

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs what only the tests, benchmarks and checks need, on top of scripts/setup.sh (run
+# first), and configures ./build with the tests and benchmarks on.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/setup.sh
+SUDO=""
+if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
+export DEBIAN_FRONTEND=noninteractive
+# GoogleTest and Google Benchmark; FFmpeg's programs, which make the tests' clips and read the
+# outputs back; oiiotool for scripts/digests.sh.
+$SUDO apt-get install -y -qq --no-install-recommends libgtest-dev libbenchmark-dev ffmpeg \
+  openimageio-tools >/dev/null
+# The frei0r module's hosts beside FFmpeg: melt with its profiles and module descriptions
+# (libmlt-data, which melt's library only recommends) and GStreamer with its frei0r elements.
+$SUDO apt-get install -y -qq --no-install-recommends melt libmlt-data \
+  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
+# A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
+$SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
+# The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works
+# out Depends with dpkg-shlibdeps (dpkg-dev); lintian checks the package and hardening-check
+# (devscripts) its binaries; the install tests are python3 (its xml module).
+$SUDO apt-get install -y -qq --no-install-recommends file dpkg-dev lintian devscripts python3 >/dev/null
+# The Python module (pybind11 for Debian's python3, NumPy), its tests (pytest, OpenImageIO's Python
+# module to write and read the image files fxhost render is compared on) and the README's PyAV example.
+$SUDO apt-get install -y -qq --no-install-recommends pybind11-dev python3-dev python3-numpy python3-pytest \
+  python3-openimageio python3-av >/dev/null
+# The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
+# Tests/Browser/package-lock.json (no browser is downloaded).
+$SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null
+command -v npm >/dev/null || $SUDO apt-get install -y -qq --no-install-recommends nodejs npm >/dev/null
+npm ci --prefix Tests/Browser --no-audit --no-fund >/dev/null
+# The fuzz targets (scripts/fuzz.sh): clang and its libFuzzer runtime.
+$SUDO apt-get install -y -qq --no-install-recommends clang-14 libclang-rt-14-dev >/dev/null
+cmake -S . -B build -DOSTRIVANE_TESTS=ON -DOSTRIVANE_BENCH=ON >/dev/null
