@@ -45,15 +45,15 @@ TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
         int status;
         std::string said, unsaid;
     } cases[] = {
-        {"info --renderer cpu", 0, "Renderer:   cpu (asked for)\n"},
-        {"info --renderer gl", 0, "Renderer:   gl (asked for)\n"},
-        {"info --renderer auto --plugin " + glOnly, 0, "Renderer:   gl (the effect has no CPU renderer)\n"},
-        {"info --renderer cpu --plugin " + glOnly, 1, glOnly + ": the effect has no CPU renderer"},
+        {"info --renderer cpu", 0, "Renderer:   cpu (asked for)\n", ""},
+        {"info --renderer gl", 0, "Renderer:   gl (asked for)\n", ""},
+        {"info --renderer auto --plugin " + glOnly, 0, "Renderer:   gl (the effect has no CPU renderer)\n", ""},
+        {"info --renderer cpu --plugin " + glOnly, 1, glOnly + ": the effect has no CPU renderer", ""},
         {"-v render --renderer cpu " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + out, 0,
          "renderer: cpu (asked for)\n", "OpenGL"},
         {"-v render --renderer gl " + std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colours.png " + out, 0,
-         "OpenGL Renderer"},
-        {"render --renderer fast in.png out.png", 2, "--renderer"},
+         "OpenGL Renderer", ""},
+        {"render --renderer fast in.png out.png", 2, "--renderer", ""},
     };
     // Without a GPU device node, GL could only be a software rasteriser: auto takes the CPU.
     bool gpuNode = std::filesystem::exists("/dev/nvidiactl");
@@ -68,8 +68,9 @@ TEST(FxhostInfo, SaysWhichRendererServedAndWhy) {
         const CommandResult r = runCommand(fxhost + " " + c.args);
         EXPECT_EQ(r.status, c.status) << c.args << "\n" << r.err;
         EXPECT_NE((r.out + r.err).find(c.said), std::string::npos) << c.args << "\n" << r.out << r.err;
-        if (!c.unsaid.empty())
+        if (!c.unsaid.empty()) {
             EXPECT_EQ((r.out + r.err).find(c.unsaid), std::string::npos) << c.args << "\n" << r.out << r.err;
+        }
     }
     std::remove(out.c_str());
 }
