@@ -1,5 +1,7 @@
 #include "DecodeConverter.h"
 
+#include <cstring>
+
 extern "C" {
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
@@ -24,7 +26,7 @@ AVPixelFormat withoutJpeg(AVPixelFormat format, bool& full) {
 }
 
 // swscale's own default matrix is BT.601, which is also what FFmpeg applies to an untagged stream.
-int swsMatrix(AVColorSpace space) {
+int swsMatrix(int space) {
     switch (space) {
         case AVCOL_SPC_BT709: return SWS_CS_ITU709;
         case AVCOL_SPC_FCC: return SWS_CS_FCC;
@@ -35,6 +37,16 @@ int swsMatrix(AVColorSpace space) {
         case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;
         default: return SWS_CS_DEFAULT;
     }
+}
+
+// A frame's colour fields hold whatever number the file said; one outside its enumeration is no
+// valid value of that type, so it is read as the plain int it is stored as.
+template <typename Enum>
+int storedValue(const Enum& field) {
+    int value = 0;
+    static_assert(sizeof(Enum) == sizeof(int), "an enumeration stored as an int");
+    std::memcpy(&value, &field, sizeof value);
+    return value;
 }
 
 bool isYuv(const AVPixFmtDescriptor* description) {
@@ -50,12 +62,13 @@ bool DecodeConverter::hasAlpha(AVPixelFormat format) {
 }
 
 void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
-    bool full = frame.color_range == AVCOL_RANGE_JPEG;
+    bool full = storedValue(frame.color_range) == AVCOL_RANGE_JPEG;
+    const int siting = storedValue(frame.chroma_location);
     const AVPixelFormat format = withoutJpeg(static_cast<AVPixelFormat>(frame.format), full);
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
     if (!description) throw std::runtime_error("a decoded frame has no pixel format");
-    const Key key{frame.width, frame.height, format, swsMatrix(frame.colorspace), full,
-                  frame.chroma_location};
+    const Key key{frame.width, frame.height, format, swsMatrix(storedValue(frame.colorspace)), full,
+                  siting};
     if (!mContext || !(key == mKey)) {
         mContext.reset(sws_alloc_context());
         SwsContext* context = mContext.get();
@@ -70,8 +83,8 @@ void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
         av_opt_set_int(context, "dsth", frame.height, 0);
         av_opt_set_int(context, "dst_format", AV_PIX_FMT_ARGB, 0);
         int x = 0, y = 0;
-        if (frame.chroma_location != AVCHROMA_LOC_UNSPECIFIED &&
-            avcodec_enum_to_chroma_pos(&x, &y, frame.chroma_location) == 0) {
+        if (siting > AVCHROMA_LOC_UNSPECIFIED && siting < AVCHROMA_LOC_NB &&
+            avcodec_enum_to_chroma_pos(&x, &y, static_cast<AVChromaLocation>(siting)) == 0) {
             av_opt_set_int(context, "src_h_chr_pos", x, 0);
             av_opt_set_int(context, "src_v_chr_pos", y, 0);
         }
