@@ -41,15 +41,15 @@ OiioInput::OiioInput(const std::string& path) : mSpec(std::make_shared<OIIO::Ima
         if (quiet()) held.emplace();
         if (!mInput->open(path, *mSpec, config)) throw std::runtime_error(firstLine(mInput->geterror()));
     }
-    const OIIO::ImageSpec& spec = *mSpec;
-    if (spec.width <= 0 || spec.height <= 0 || spec.nchannels < 1 || spec.depth > 1) {
+    const OIIO::ImageSpec& layout = *mSpec;
+    if (layout.width <= 0 || layout.height <= 0 || layout.nchannels < 1 || layout.depth > 1) {
         throw std::runtime_error("not a 2-D image with channels");
     }
-    mHeader.width = spec.width;
-    mHeader.height = spec.height;
-    mHeader.channels = spec.nchannels;
-    mHeader.alphaChannel = spec.alpha_channel;
-    mHeader.type = spec.format.c_str();
+    mHeader.width = layout.width;
+    mHeader.height = layout.height;
+    mHeader.channels = layout.nchannels;
+    mHeader.alphaChannel = layout.alpha_channel;
+    mHeader.type = layout.format.c_str();
     mHeader.file = mSpec;
 }
 
@@ -61,12 +61,12 @@ bool OiioInput::quiet() const {
 }
 
 DepthLoss OiioInput::read(HostWorld& world, std::vector<float>& extra, double& convertSeconds) {
-    const OIIO::ImageSpec& spec = *mSpec;
-    const int n = spec.nchannels, colour = std::min(n, 4), w = spec.width, h = spec.height;
+    const OIIO::ImageSpec& layout = *mSpec;
+    const int n = layout.nchannels, colour = std::min(n, 4), w = layout.width, h = layout.height;
     const bool grey = n <= 2, hasAlpha = n == 2 || n >= 4;
     // The library leaves alpha as the file stores it (asked to above) and says which it is.
-    const bool associated = hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
-    const bool bytes = spec.format == OIIO::TypeDesc::UINT8 && spec.channelformats.empty();
+    const bool associated = hasAlpha && layout.get_int_attribute("oiio:UnassociatedAlpha", 0) == 0;
+    const bool bytes = layout.format == OIIO::TypeDesc::UINT8 && layout.channelformats.empty();
     DepthLoss loss;
     loss.deeper = !bytes;
 
@@ -78,7 +78,7 @@ DepthLoss OiioInput::read(HostWorld& world, std::vector<float>& extra, double& c
     PF_LayerDef* def = world.def();
     for (int y0 = 0; y0 < h; y0 += kStripRows) {
         const int y1 = std::min(h, y0 + kStripRows);
-        const int fileY0 = spec.y + y0, fileY1 = spec.y + y1;
+        const int fileY0 = layout.y + y0, fileY1 = layout.y + y1;
         void* strip = bytes ? static_cast<void*>(byteStrip.data()) : floatStrip.data();
         // 8-bit files are read as stored: the converting read stages a buffer far larger than the strip.
         const bool read =

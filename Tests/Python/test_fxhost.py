@@ -41,10 +41,10 @@ def pixels(dtype, height=24, width=40, seed=1, opaque=False):
 
 
 def write_image(path, frame):
-    spec = oiio.ImageSpec(frame.shape[1], frame.shape[0], 4, OIIO_TYPES[frame.dtype])
-    spec.attribute("oiio:UnassociatedAlpha", 1)  # straight alpha, as it is stored
+    layout = oiio.ImageSpec(frame.shape[1], frame.shape[0], 4, OIIO_TYPES[frame.dtype])
+    layout.attribute("oiio:UnassociatedAlpha", 1)  # straight alpha, as it is stored
     out = oiio.ImageOutput.create(path)
-    assert out.open(path, spec), oiio.geterror()
+    assert out.open(path, layout), oiio.geterror()
     assert out.write_image(frame), out.geterror()
     out.close()
 
