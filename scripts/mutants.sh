@@ -107,7 +107,7 @@ I/OiioOutput.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where 
 F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT709: return SWS_CS_ITU709;/case AVCOL_SPC_BT709: return SWS_CS_DEFAULT;/	a BT.709 stream read with BT.601's matrix
 V/DecodeConverter.cpp	s/case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;/case AVCOL_SPC_BT2020_CL: return SWS_CS_DEFAULT;/	a BT.2020 stream read with BT.601's matrix
-V/DecodeConverter.cpp	s/bool full = frame\.color_range == AVCOL_RANGE_JPEG;/bool full = false;/	a full-range stream read as limited
+V/DecodeConverter.cpp	s/bool full = storedValue\(frame\.color_range\) == AVCOL_RANGE_JPEG;/bool full = false;/	a full-range stream read as limited
 V/FrameConverter.cpp	s/\? SWS_CS_ITU601\n(\s*): static_cast<int>\(matrix\);/? SWS_CS_ITU601\n$1: SWS_CS_ITU601;/	a movie tagged BT.709 written with BT.601's matrix
 V/FrameConverter.cpp	s/const int full = range == AVCOL_RANGE_JPEG \? 1 : 0;/const int full = 0;/	a movie tagged full range written at limited range
 V/StreamCopier.cpp	s/const int64_t shift = av_rescale_q\(mShift, mShiftBase, base\);/const int64_t shift = 0;/	a part's copied streams not shifted with its video
@@ -133,7 +133,7 @@ C/ParameterCurve.cpp	s/return a\.value \+ \(b\.value - a\.value\) \* t;/return a
 C/Look.cpp	s/if \(version > kVersion\) \{/if (version > kVersion + 1) {/	a look one version newer read
 C/Look.cpp	s/version < 1\) \{/version.get<int>() < 1) {/	a version past 32 bits wraps
 F/FarmCommand.cpp	s/if \(!mLook\.empty\(\)\) renderOptions = \{"--look", lookCopy\};/if (!mLook.empty()) renderOptions = {"--look", mLook};/	queued chunks read the look as it is when they run
-P/page/app.js	s/    if \(commandPending\) await showCommand\(\);\n//	Copy right after a change copies the command from before it
+P/page/app.js	s/state\.lastChange = performance\.now\(\);\n(\s*)showCommand\(\);/state.lastChange = performance.now();\n$1setTimeout(showCommand, 180);/	the shown and copied command lags a change by the page's settling time
 C/Interruption.cpp	s/FileGuard\(\) \{ gFiles\.lock_shared\(\); \}/FileGuard() {}/; s/~FileGuard\(\) \{ gFiles\.unlock_shared\(\); \}/~FileGuard() {}/	a temporary file created after an interruption removed the registered ones
 C/EffectHost.cpp	s/if \(mOptions\.renderer == Renderer::CPU\)\n/if (false)\n/	--renderer cpu quietly renders with GL for an effect without a CPU renderer
 C/Renderer.cpp	s/if \(node\.empty\(\)\) return \{Renderer::CPU,/if (node.empty()) return {Renderer::GL,/	auto takes GL on a machine without a GPU
