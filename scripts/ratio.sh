@@ -1,7 +1,6 @@
 #!/bin/bash
-# Non-blank, non-comment lines of C++ (.h, .cpp): the tests against the code they test.
-# Prints the whole tree's ratio (Tests/ against Plugins/ + Host/) and the ratio of the unit and
-# effect suites (Tests/ without CLI against Plugins/ + Host/Core).
+# Non-blank, non-comment lines of C and C++ (.h, .cpp): the tests (Tests/ and Fuzz/) against all the
+# other code of the tree (Plugins/, Host/, Bench/). Exits 1 when the tests are more than a third of it.
 cd "$(dirname "$0")/.."
 count() {
     find "$@" \( -name '*.h' -o -name '*.cpp' \) -print0 | xargs -0 cat | awk '
@@ -16,7 +15,6 @@ count() {
       if (out ~ /[^ \t]/) n++ }
     END { print n + 0 }'
 }
-tests=$(count Tests); code=$(count Plugins Host)
-units=$(count Tests -path Tests/CLI -prune -o); unitCode=$(count Plugins Host/Core)
-echo "whole tree: tests $tests, code $code, $((100 * tests / code))%"
-echo "Tests without CLI against Plugins + Host/Core: $units, $unitCode, $((100 * units / unitCode))%"
+tests=$(count Tests Fuzz); code=$(count Plugins Host Bench)
+echo "tests (Tests/, Fuzz/) $tests, code (Plugins/, Host/, Bench/) $code: $((100 * tests / code))%"
+[ $((3 * tests)) -le "$code" ]
