@@ -140,7 +140,7 @@ int FarmCommand::submit() {
         return 0;
     }
     if (!std::filesystem::is_regular_file(mPlugin))
-        throw JobError(1, "no effect bundle at '" + mPlugin + "'");
+        throw JobError(1, "cannot load effect bundle '" + mPlugin + "': no such readable file");
     // The look and keys are checked against the effect here, so that no chunk is sent to fail on them.
     ParameterSettings settings;
     if (!mLook.empty()) {
