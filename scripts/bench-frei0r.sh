@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT=$PWD
 FRAMES=${1:-48}
-[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build -j2 --target fxhost frei0r-ostrivane-hue-and-saturation >/dev/null
 FXHOST=$ROOT/build/bin/fxhost
 export FREI0R_PATH=$ROOT/build/lib/frei0r-1

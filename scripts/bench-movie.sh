@@ -9,7 +9,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROUNDS=${BENCH_ROUNDS:-3} FRAMES=${BENCH_MOVIE_FRAMES:-48} LONG=${BENCH_LONG_FRAMES:-240}
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTRIVANE_TESTS=ON >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DOSTRIVANE_TESTS=ON >/dev/null
 cmake --build build -j2 --target fxhost PassThrough HueAndSaturation >/dev/null
 FXHOST=$PWD/build/bin/fxhost
 PASS=$PWD/build/passthrough/PassThrough.plugin

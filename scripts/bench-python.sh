@@ -6,7 +6,7 @@
 #   scripts/bench-python.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
-[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build -j2 --target fxhost_python OstrivaneBench >/dev/null
 PYTHONPATH=$PWD/build/python exec /usr/bin/python3 Bench/python_binding.py "$PWD/build/bin/OstrivaneBench" \
   "$PWD/build/bin/HueAndSaturation.plugin"

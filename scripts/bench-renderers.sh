@@ -18,7 +18,7 @@ if [ ${#need[@]} -gt 0 ]; then
   SUDO=""; [ "$(id -u)" != 0 ] && SUDO=sudo
   DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${need[@]}" >/dev/null
 fi
-[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+[ -f build/build.ninja ] || cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build -j2 --target fxhost frei0r-ostrivane-hue-and-saturation >/dev/null
 FX=$ROOT/build/bin/fxhost
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/ostrivane-renderers.XXXXXX")

@@ -13,7 +13,7 @@ if ! command -v ffmpeg >/dev/null; then
   if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
   DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends ffmpeg >/dev/null
 fi
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTRIVANE_BENCH=ON >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DOSTRIVANE_BENCH=ON >/dev/null
 cmake --build build -j2 --target OstrivaneBench OstrivaneExactness fxhost >/dev/null
 
 BENCH=$ROOT/build/bin/OstrivaneBench

@@ -17,4 +17,4 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev \
   libcpp-httplib-dev nlohmann-json3-dev frei0r-plugins-dev >/dev/null
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
