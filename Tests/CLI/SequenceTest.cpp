@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -10,7 +8,6 @@
 #include <chrono>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,27 +19,18 @@ extern char** environ;
 
 namespace {
 
-const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
+using std::filesystem::exists;
 
-bool exists(const std::string& path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
-class FxhostSequence : public ::testing::Test {
+class FxhostSequence : public WithFolder<> {
 protected:
     void SetUp() override {
-        dir = "/tmp/fxhost-seq-" + std::to_string(getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/clean").c_str()), 0);
+        WithFolder::SetUp();
+        std::filesystem::create_directory(dir + "/clean");
         in = dir + "/in_%04d.png";
         out = dir + "/out_%04d.png";
     }
-    void TearDown() override { std::system(("rm -rf " + dir).c_str()); }
 
-    CommandResult render(const std::string& args) {
-        return runCommand(kFxhost + " render --set \"Hue Value=120\" " + args);
-    }
+    CommandResult render(const std::string& args) { return runFxhost("render --set \"Hue Value=120\" " + args); }
 
     // The reference: the same frames rendered in one plain run into dir/clean.
     void renderClean(int first, int last) {
@@ -51,12 +39,11 @@ protected:
         ASSERT_EQ(r.status, 0) << r.err;
     }
     void expectMatchesClean(const std::string& pattern, int first, int last) {
-        for (int frame = first; frame <= last; ++frame) {
+        for (int frame = first; frame <= last; ++frame)
             EXPECT_EQ(samePixels(frameName(pattern, frame), frameName(dir + "/clean/c_%04d.png", frame)), "");
-        }
     }
 
-    std::string dir, in, out;
+    std::string in, out;
 };
 
 }  // namespace
@@ -75,17 +62,14 @@ TEST_F(FxhostSequence, BadFrameListsExitTwoAndWriteNothing) {
         {"''", "--frames: the list is empty"},  // given and empty is not the same as not given
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.frames);
-        const CommandResult r =
-            render("--frames " + c.frames + " --progress " + dir + "/p " + in + " " + out);
-        EXPECT_EQ(r.status, 2);
-        EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-        EXPECT_EQ(filesIn(dir).size(), 7u);  // the inputs and clean/
+        for (const std::string& command : {"render --progress " + dir + "/p", std::string("farm submit --dry-run --chunk 2")}) {
+            SCOPED_TRACE(command + " --frames " + c.frames);
+            const CommandResult r = runFxhost(command + " --frames " + c.frames + " " + in + " " + out);
+            EXPECT_EQ(r.status, 2);
+            EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+            EXPECT_EQ(filesIn(dir).size(), 7u);  // the inputs and clean/
+        }
     }
-    const CommandResult r = runCommand(kFxhost + " farm submit --chunk 2 --frames '' --dry-run " + in + " " + out);
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("--frames: the list is empty"), std::string::npos) << r.err;
-    EXPECT_EQ(filesIn(dir).size(), 7u);
 }
 
 TEST_F(FxhostSequence, WithoutFramesTheRangeOnDiskIsRenderedAndAGapIsRefused) {
@@ -137,52 +121,41 @@ TEST_F(FxhostSequence, SkipExistingRendersOnlyMissingFramesAndNoClobberRefuses) 
 // 143, naming the frames done, and leave no temporary file; after SIGKILL, at most the stable
 // temporary names are left, and the next run removes them. --skip-existing then completes it.
 TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
-    constexpr int kFrames = 40;
-    makeFrames(in, 1, kFrames);
-    renderClean(1, kFrames);
+    makeFrames(in, 1, 40);
+    renderClean(1, 40);
+    const auto hidden = [](const std::string& folder) {
+        std::vector<std::string> names;
+        for (const std::string& name : filesIn(folder))
+            if (name[0] == '.' && name != ".progress") names.push_back(name);
+        return names;
+    };
     for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
         SCOPED_TRACE(strsignal(signal));
         const std::string outDir = dir + "/" + std::to_string(signal), pattern = outDir + "/out_%04d.png";
-        ASSERT_EQ(mkdir(outDir.c_str(), 0755), 0);
         const std::string progress = outDir + "/.progress", err = dir + "/err";
+        ASSERT_TRUE(std::filesystem::create_directory(outDir));
         // Frame 30's input is a pipe nobody writes while the run is stopped, so the run is still
         // going whenever the signal comes, however fast the frames before it render.
         const std::string blocking = frameName(in, 30), kept = blocking + ".kept";
         ASSERT_EQ(rename(blocking.c_str(), kept.c_str()), 0);
         ASSERT_EQ(mkfifo(blocking.c_str(), 0644), 0);
-        std::vector<std::string> args{kFxhost,      "render", "--set", "Hue Value=120",
-                                      "--progress", progress, in,      pattern};
-        std::vector<char*> argv;
-        for (std::string& arg : args) argv.push_back(&arg[0]);
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const std::string command = "exec " OSTRIVANE_FXHOST_PATH " render --set 'Hue Value=120' --progress " +
+                                    progress + " " + in + " " + pattern + " >/dev/null 2>" + err;
+        const char* argv[] = {"/bin/sh", "-c", command.c_str(), nullptr};
         pid_t pid;
-        ASSERT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-
+        ASSERT_EQ(posix_spawn(&pid, argv[0], nullptr, nullptr, const_cast<char**>(argv), environ), 0);
         // Stopped once two frames are written, well before the end.
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-        while (readText(progress).find("done=2\n") == std::string::npos &&
-               std::chrono::steady_clock::now() < deadline) {
+        while (readText(progress).find("done=2\n") == std::string::npos && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
         kill(pid, signal);
         int raw = 0;
         ASSERT_EQ(waitpid(pid, &raw, 0), pid);
         ASSERT_EQ(rename(kept.c_str(), blocking.c_str()), 0);
-        std::vector<std::string> hidden;
-        for (const std::string& name : filesIn(outDir)) {
-            if (name[0] == '.' && name != ".progress") hidden.push_back(name);
-        }
         if (signal == SIGKILL) {
             EXPECT_TRUE(WIFSIGNALED(raw));
-            for (const std::string& name : hidden) {
-                EXPECT_TRUE(std::regex_match(name, std::regex("\\.out_00[0-9][0-9]\\.png\\.fxhost-partial")))
-                    << name;
-            }
+            for (const std::string& name : hidden(outDir))
+                EXPECT_TRUE(std::regex_match(name, std::regex("\\.out_00[0-9][0-9]\\.png\\.fxhost-partial"))) << name;
             // Whether or not the kill met a write, a leftover of the stable name is what the next run
             // meets: beside a frame still to render, and beside a complete one it skips (a re-render
             // killed part-way), which it must remove all the same.
@@ -191,17 +164,15 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
         } else {
             ASSERT_TRUE(WIFEXITED(raw));
             EXPECT_EQ(WEXITSTATUS(raw), 128 + signal);
-            EXPECT_TRUE(hidden.empty()) << hidden.front();
+            EXPECT_EQ(hidden(outDir), std::vector<std::string>());
             const std::string message = readText(err);
             std::smatch done;
-            ASSERT_TRUE(
-                std::regex_search(message, done, std::regex("; ([0-9]+) of 40 frames done \\((.*)\\)\n")))
+            ASSERT_TRUE(std::regex_search(message, done, std::regex("; ([0-9]+) of 40 frames done \\((.*)\\)\n")))
                 << message;
             const int last = std::stoi(done[1].str());
             EXPECT_EQ(done[2].str(), last == 1 ? "1" : last == 2 ? "1,2" : "1-" + std::to_string(last));
-            EXPECT_LT(last, kFrames);
-            for (int frame = 1; frame <= last; ++frame)
-                EXPECT_TRUE(exists(frameName(pattern, frame))) << frame;
+            EXPECT_LT(last, 40);
+            for (int frame = 1; frame <= last; ++frame) EXPECT_TRUE(exists(frameName(pattern, frame))) << frame;
             EXPECT_FALSE(exists(frameName(pattern, last + 2)));
             EXPECT_NE(readText(progress).find("state=interrupted\n"), std::string::npos);
         }
@@ -212,9 +183,7 @@ TEST_F(FxhostSequence, InterruptedRenderLeavesCompleteFramesAndResumes) {
         ASSERT_EQ(r.status, 0) << r.err;
         const std::string blocks = readText(progress);
         EXPECT_LT(blocks.find("total=40\n"), blocks.rfind("state=end\n")) << blocks;
-        for (const std::string& name : filesIn(outDir)) {
-            EXPECT_TRUE(name[0] != '.' || name == ".progress") << name;
-        }
-        expectMatchesClean(pattern, 1, kFrames);
+        EXPECT_EQ(hidden(outDir), std::vector<std::string>());
+        expectMatchesClean(pattern, 1, 40);
     }
 }

@@ -14,8 +14,6 @@
 
 namespace {
 
-const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
-
 size_t count(const std::string& text, const std::string& what) {
     size_t n = 0;
     for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
@@ -24,9 +22,10 @@ size_t count(const std::string& text, const std::string& what) {
 
 // A farm sequence in a folder of its own, rendered on the Slurm that SLURM_CONF (or the system's
 // configuration) names; under ctest, the FarmSlurm fixture starts a one-node one for these tests.
-class FarmOnSlurm : public ::testing::Test {
+class FarmOnSlurm : public WithFolder<> {
 protected:
     void SetUp() override {
+        WithFolder::SetUp();
         // Asked once: without a configuration sinfo retries for a minute.
         static const std::string why = [] {
             const CommandResult nodes = runCommand("timeout 20 sinfo -h -o %T");
@@ -38,20 +37,23 @@ protected:
             if (std::getenv("CI")) FAIL() << why;
             GTEST_SKIP() << why;
         }
-        dir = "/tmp/fxhost-farm-" + std::to_string(getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/clean").c_str()), 0);
         in = dir + "/in_%04d.png";
         out = dir + "/out_%04d.png";
         state = dir + "/.fxhost-farm/out_@04d.png";
     }
-    void TearDown() override {
-        if (!dir.empty() && !HasFailure()) std::system(("rm -rf " + dir).c_str());
-    }
 
-    CommandResult submit(const std::string& args) {
-        return runCommand(kFxhost + " farm submit --set \"Hue Value=120\" --chunk 6 " + args + " " + in +
-                          " " + out);
+    // Submits INPUT (the frames unless given) and returns the job id, or "" if there is none.
+    std::string submit(const std::string& input = "") {
+        last = runFxhost("farm submit --set \"Hue Value=120\" --chunk 6 " + (input.empty() ? in : input) + " " + out);
+        EXPECT_EQ(last.status, 0) << last.err;
+        return last.out.empty() ? "" : last.out.substr(0, last.out.size() - 1);
+    }
+    // The frames of a local render of the same INPUT.
+    void expectLocalRender(const std::string& input, int frames) {
+        const CommandResult r = runFxhost("render --set \"Hue Value=120\" " + input + " " + dir + "/c_%04d.png");
+        ASSERT_EQ(r.status, 0) << r.err;
+        for (int frame = 1; frame <= frames; ++frame)
+            EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/c_%04d.png", frame)), "");
     }
 
     // Until the job and its check job have left the queue. A requeued task waits out Slurm's cool-off
@@ -78,70 +80,53 @@ protected:
         }
     }
 
-    std::string dir, in, out, state;
+    std::string in, out, state;
+    CommandResult last;
 };
 
 }  // namespace
 
 TEST_F(FarmOnSlurm, ChunksMatchALocalRenderAndResumeRendersOnlyTheChunksMissingFrames) {
     makeFrames(in, 1, 24);
-    CommandResult r =
-        runCommand(kFxhost + " render --set \"Hue Value=120\" " + in + " " + dir + "/clean/c_%04d.png");
-    ASSERT_EQ(r.status, 0) << r.err;
-    auto expectAllMatch = [&] {
-        for (int frame = 1; frame <= 24; ++frame) {
-            EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/clean/c_%04d.png", frame)), "");
-        }
-    };
-
-    r = submit("");
-    ASSERT_EQ(r.status, 0) << r.err;
-    ASSERT_TRUE(std::regex_match(r.out, std::regex("[0-9]+\n"))) << r.out;  // the job id alone
-    const std::string job = r.out.substr(0, r.out.size() - 1);
-    EXPECT_NE(r.err.find("renders chunks 1-4 of 4 (24 of 24 frames to render, 6 a chunk)"), std::string::npos)
-        << r.err;
+    std::string job = submit();
+    ASSERT_TRUE(std::regex_match(last.out, std::regex("[0-9]+\n"))) << last.out;  // the job id alone
+    EXPECT_NE(last.err.find("renders chunks 1-4 of 4 (24 of 24 frames to render, 6 a chunk)"), std::string::npos)
+        << last.err;
     // auto is settled at submission, as fxhost info settles it here: every chunk names the renderer.
-    const bool cpu = runCommand(kFxhost + " info").out.find("Renderer:   cpu") != std::string::npos;
+    const bool cpu = runFxhost("info").out.find("Renderer:   cpu") != std::string::npos;
     EXPECT_NE(readText(state + "/render.sh").find(std::string("'--renderer' '") + (cpu ? "cpu" : "gl") + "'"),
               std::string::npos)
         << readText(state + "/render.sh");
     waitFor(job);
-    expectAllMatch();
+    expectLocalRender(in, 24);
     EXPECT_NE(readText(state + "/check.log").find("all 24 frames of " + out + " are there and read back"),
               std::string::npos)
         << readText(state + "/check.log");
-    r = runCommand(kFxhost + " farm status " + job);
+    CommandResult r = runFxhost("farm status " + job);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(count(r.out, "COMPLETED"), 5u) << r.out;  // four chunks and the check job
     EXPECT_EQ(count(r.out, " 6/6\n"), 4u) << r.out;
 
     // Frames 10 and 11 are chunk 2's, 14 is chunk 3's.
-    for (int frame : {10, 11, 14}) ASSERT_EQ(std::remove(frameName(out, frame).c_str()), 0);
-    r = submit("");
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.err.find("renders chunks 2,3 of 4 (3 of 24 frames to render"), std::string::npos) << r.err;
-    waitFor(r.out.substr(0, r.out.size() - 1));
-    expectAllMatch();
-    const int runs[] = {1, 2, 2, 1};
+    for (int frame : {10, 11, 14}) ASSERT_TRUE(std::filesystem::remove(frameName(out, frame)));
+    job = submit();
+    EXPECT_NE(last.err.find("renders chunks 2,3 of 4 (3 of 24 frames to render"), std::string::npos) << last.err;
+    waitFor(job);
+    expectLocalRender(in, 24);
     for (int chunk = 1; chunk <= 4; ++chunk) {
         const std::string progress = readText(state + "/chunk-" + std::to_string(chunk) + ".progress");
-        EXPECT_EQ(count(progress, "state=end\n"), static_cast<size_t>(runs[chunk - 1])) << chunk;
+        EXPECT_EQ(count(progress, "state=end\n"), chunk == 2 || chunk == 3 ? 2u : 1u) << chunk;
         EXPECT_EQ(count(progress, "state=running\n"), chunk == 2 ? 8u : chunk == 3 ? 7u : 6u) << progress;
     }
 
-    r = submit("");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "");
-    EXPECT_NE(r.err.find("all 24 frames of " + out + " exist; nothing to submit"), std::string::npos)
-        << r.err;
+    EXPECT_EQ(submit(), "");
+    EXPECT_NE(last.err.find("all 24 frames of " + out + " exist; nothing to submit"), std::string::npos) << last.err;
 }
 
 TEST_F(FarmOnSlurm, AFailingChunkRunsOnceMoreAndTheCheckJobNamesItsFrames) {
     makeFrames(in, 1, 12);
     std::ofstream(frameName(in, 9)) << "not a picture";
-    const CommandResult r = submit("");
-    ASSERT_EQ(r.status, 0) << r.err;
-    const std::string job = r.out.substr(0, r.out.size() - 1);
+    const std::string job = submit();
     waitFor(job);
     EXPECT_EQ(count(readText(state + "/chunk-2.progress"), "state=failed\n"), 2u);
     EXPECT_EQ(count(readText(state + "/chunk-2.log"), "requeued to run once more"), 1u);
@@ -149,7 +134,7 @@ TEST_F(FarmOnSlurm, AFailingChunkRunsOnceMoreAndTheCheckJobNamesItsFrames) {
     EXPECT_NE(readText(state + "/check.log").find("chunk 2 (frames 7-12): missing or unreadable 9-12"),
               std::string::npos)
         << readText(state + "/check.log");
-    const CommandResult status = runCommand(kFxhost + " farm status " + job);
+    const CommandResult status = runFxhost("farm status " + job);
     EXPECT_TRUE(std::regex_search(status.out, std::regex("\n2 +7-12 +FAILED +1 +2/6\n"))) << status.out;
     EXPECT_NE(status.out.find(": FAILED\n"), std::string::npos) << status.out;  // the check job
 }
@@ -161,15 +146,8 @@ TEST_F(FarmOnSlurm, ChunksOfAMovieMatchALocalRender) {
                          "-bf 3 -g 30 -pix_fmt yuv420p '" + movie + "'")
                   .status,
               0);
-    CommandResult r =
-        runCommand(kFxhost + " render --set \"Hue Value=120\" " + movie + " " + dir + "/clean/c_%04d.png");
-    ASSERT_EQ(r.status, 0) << r.err;
-    r = runCommand(kFxhost + " farm submit --set \"Hue Value=120\" --chunk 6 " + movie + " " + out);
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.err.find("renders chunks 1-4 of 4 (20 of 20 frames to render, 6 a chunk)"), std::string::npos)
-        << r.err;
-    waitFor(r.out.substr(0, r.out.size() - 1));
-    for (int frame = 1; frame <= 20; ++frame) {
-        EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/clean/c_%04d.png", frame)), "");
-    }
+    waitFor(submit(movie));
+    EXPECT_NE(last.err.find("renders chunks 1-4 of 4 (20 of 20 frames to render, 6 a chunk)"), std::string::npos)
+        << last.err;
+    expectLocalRender(movie, 20);
 }

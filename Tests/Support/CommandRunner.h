@@ -1,4 +1,5 @@
-// Runs a shell command and captures its exit status, standard output and standard error.
+// Runs a shell command, or fxhost with the given arguments, and captures its exit status,
+// standard output and standard error.
 #pragma once
 
 #include <sys/wait.h>
@@ -34,3 +35,9 @@ inline CommandResult runCommand(const std::string& command) {
     std::remove(errName);
     return result;
 }
+
+#ifdef OSTRIVANE_FXHOST_PATH
+inline CommandResult runFxhost(const std::string& args) {
+    return runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " " + args);
+}
+#endif

@@ -1,11 +1,15 @@
 // Small frame sequences for the sequence and farm tests: 64x36 PNGs whose colours change with the
-// frame, pixel-for-pixel comparison of two files, a text file read whole ("" if there is none), and
-// the names in a folder.
+// frame, pixel-for-pixel comparison of two files, a text file read whole ("" if there is none), the
+// names in a folder, and a folder of the test's own.
 #pragma once
 
 #include <dirent.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -32,6 +36,24 @@ inline std::vector<std::string> filesIn(const std::string& dir) {
     }
     return names;
 }
+
+// A test with a folder of its own under /tmp, empty at the start, kept for a look if the test failed.
+template <class Base = ::testing::Test>
+class WithFolder : public Base {
+protected:
+    void SetUp() override {
+        Base::SetUp();
+        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        dir = "/tmp/fxhost-" + std::to_string(getpid()) + "-" + test->test_suite_name() + "-" + test->name();
+        std::filesystem::remove_all(dir);
+        std::filesystem::create_directories(dir);
+    }
+    void TearDown() override {
+        if (!this->HasFailure()) std::filesystem::remove_all(dir);
+        Base::TearDown();
+    }
+    std::string dir;
+};
 
 inline std::string frameName(const std::string& pattern, int frame) {
     char name[512];
@@ -60,18 +82,12 @@ inline void makeFrames(const std::string& pattern, int first, int last) {
 inline std::string samePixels(const std::string& a, const std::string& b) {
     try {
         const fxhost::ImageFile x = fxhost::ImageFile::read(a), y = fxhost::ImageFile::read(b);
-        if (x.width() != y.width() || x.height() != y.height()) return a + " and " + b + " differ in size";
-        for (int row = 0; row < x.height(); ++row) {
-            for (int col = 0; col < x.width(); ++col) {
-                for (int c = 0; c < 4; ++c) {
-                    if (x.rgba(col, row)[c] != y.rgba(col, row)[c]) {
-                        return a + " and " + b + " differ at " + std::to_string(col) + "," +
-                               std::to_string(row);
-                    }
-                }
-            }
+        bool same = x.width() == y.width() && x.height() == y.height();
+        for (int row = 0; same && row < x.height(); ++row) {
+            for (int col = 0; same && col < x.width(); ++col)
+                same = std::equal(x.rgba(col, row), x.rgba(col, row) + 4, y.rgba(col, row));
         }
-        return "";
+        return same ? "" : a + " and " + b + " differ";
     } catch (const std::exception& e) {
         return e.what();
     }
