@@ -1,72 +1,58 @@
+#include <tuple>
+
 #include "HostFixture.h"
 
 namespace {
 
-PF_RenderRequest requestFor(PF_LRect rect) {
-    PF_RenderRequest request = PF_RenderRequest();
-    request.rect = rect;
-    request.field = 2;
-    request.channel_mask = PF_ChannelMask_RED | PF_ChannelMask_ALPHA;
-    request.preserve_rgb_of_zero_alpha = 1;
-    return request;
+std::tuple<A_long, A_long, A_long, A_long> edges(const PF_LRect& r) {
+    return std::make_tuple(r.left, r.top, r.right, r.bottom);
 }
-
-void expectRect(const PF_LRect& r, A_long l, A_long t, A_long rr, A_long b) {
-    EXPECT_EQ(r.left, l);
-    EXPECT_EQ(r.top, t);
-    EXPECT_EQ(r.right, rr);
-    EXPECT_EQ(r.bottom, b);
-}
-
-class PreRender : public HostFixture {
-protected:
-    // Pre-render with the checkout answering `result` and `max`, over output rectangles set beforehand.
-    PF_Err run(PF_LRect result, PF_LRect max, PF_LRect outResult, PF_LRect outMax) {
-        PF_CheckoutResult checkout = PF_CheckoutResult();
-        checkout.result_rect = result;
-        checkout.max_result_rect = max;
-        host->checkoutResult = checkout;
-        output = PF_PreRenderOutput();
-        output.result_rect = outResult;
-        output.max_result_rect = outMax;
-        output.flags = 0x55;
-        return host->smartPreRender(requestFor({1, 2, 30, 40}), output);
-    }
-    PF_PreRenderOutput output;
-};
 
 }  // namespace
 
-TEST_F(PreRender, PassesTheRequestOnUnchanged) {
+// Pre-render asks for the request unchanged and merges the checkout's rectangles into what the host
+// set in the output, each into its own (an empty source leaves the destination as it is, an empty
+// destination takes the source as it is); a failed checkout returns its code with nothing touched.
+TEST_F(HostFixture, PreRenderPassesTheRequestOnAndMergesEachRectangleIntoItsOwn) {
+    // The checkout's code and rectangles (all zeros: the host's own, the input's bounds clipped to the
+    // request), the output's rectangles before, and after.
+    struct Case {
+        PF_Err checkoutErr;
+        PF_LRect checkout, checkoutMax, before, beforeMax, result, max;
+    } cases[] = {
+        {0, {}, {}, {}, {}, {1, 2, 30, 40}, {0, 0, 64, 48}},
+        {0, {3, 4, 50, 60}, {7, 7, 3, 2}, {0, 0, 0, 0}, {9, 9, 9, 9}, {3, 4, 50, 60}, {7, 7, 3, 2}},
+        {0, {5, 5, 20, 8}, {4, 4, 4, 10}, {0, 0, 10, 10}, {-3, 1, 6, 2}, {0, 0, 20, 10}, {-3, 1, 6, 2}},
+        {PF_Interrupt_CANCEL, {5, 5, 20, 8}, {0, 0, 99, 99}, {0, 0, 10, 10}, {}, {0, 0, 10, 10}, {}},
+    };
     fxhost::HostWorld input(64, 48, fxhost::Depth::Eight);
-    host->checkoutResult.reset();
-    PF_PreRenderOutput out = PF_PreRenderOutput();
-    EXPECT_EQ(host->smartPreRender(requestFor({1, 2, 30, 40}), out, &input), PF_Err_NONE);
+    PF_RenderRequest request = PF_RenderRequest();
+    request.rect = {1, 2, 30, 40};
+    request.field = 2;
+    request.channel_mask = PF_ChannelMask_RED | PF_ChannelMask_ALPHA;
+    request.preserve_rgb_of_zero_alpha = 1;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        host->checkoutResult.reset();
+        if (edges(c.checkout) != edges(PF_LRect{})) {
+            host->checkoutResult = PF_CheckoutResult();
+            host->checkoutResult->result_rect = c.checkout;
+            host->checkoutResult->max_result_rect = c.checkoutMax;
+        }
+        host->faults().clear();
+        if (c.checkoutErr) host->faults().faults.push_back({fxhost::Callback::CheckoutLayer, c.checkoutErr});
+        PF_PreRenderOutput output = PF_PreRenderOutput();
+        output.result_rect = c.before;
+        output.max_result_rect = c.beforeMax;
+        output.flags = 0x55;
+        EXPECT_EQ(host->smartPreRender(request, output, &input), c.checkoutErr);
+        EXPECT_EQ(edges(output.result_rect), edges(c.result));
+        EXPECT_EQ(edges(output.max_result_rect), edges(c.max));
+        EXPECT_EQ(output.flags, 0x55);
+    }
     const PF_RenderRequest& seen = host->lastCheckoutRequest();
-    expectRect(seen.rect, 1, 2, 30, 40);
+    EXPECT_EQ(edges(seen.rect), edges(request.rect));
     EXPECT_EQ(seen.field, 2);
     EXPECT_EQ(seen.channel_mask, PF_ChannelMask_RED | PF_ChannelMask_ALPHA);
     EXPECT_EQ(seen.preserve_rgb_of_zero_alpha, 1);
-    expectRect(out.result_rect, 1, 2, 30, 40);
-    expectRect(out.max_result_rect, 0, 0, 64, 48);
-}
-
-TEST_F(PreRender, EmptyOutputTakesTheCheckoutRectanglesAsTheyAre) {
-    EXPECT_EQ(run({3, 4, 50, 60}, {7, 7, 3, 2}, {0, 0, 0, 0}, {9, 9, 9, 9}), PF_Err_NONE);
-    expectRect(output.result_rect, 3, 4, 50, 60);
-    expectRect(output.max_result_rect, 7, 7, 3, 2);  // empty over empty: copied, not normalised
-    EXPECT_EQ(output.flags, 0x55);
-}
-
-TEST_F(PreRender, UnionEnclosesBothAndIgnoresAnEmptySource) {
-    EXPECT_EQ(run({5, 5, 20, 8}, {4, 4, 4, 10}, {0, 0, 10, 10}, {-3, 1, 6, 2}), PF_Err_NONE);
-    expectRect(output.result_rect, 0, 0, 20, 10);
-    expectRect(output.max_result_rect, -3, 1, 6, 2);  // merged independently: empty source, dst stays
-}
-
-TEST_F(PreRender, FailedCheckoutReturnsTheHostCodeAndLeavesRectanglesAlone) {
-    host->faults().faults.push_back({fxhost::Callback::CheckoutLayer, PF_Interrupt_CANCEL});
-    EXPECT_EQ(run({5, 5, 20, 8}, {0, 0, 99, 99}, {0, 0, 10, 10}, {0, 0, 0, 0}), PF_Interrupt_CANCEL);
-    expectRect(output.result_rect, 0, 0, 10, 10);
-    expectRect(output.max_result_rect, 0, 0, 0, 0);
 }

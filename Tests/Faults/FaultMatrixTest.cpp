@@ -21,15 +21,12 @@ namespace {
 
 constexpr PF_Err kCode = PF_Interrupt_CANCEL;  // what the failing callbacks answer
 
-// What the host must get back from each command under one fault.
+// What the host must get back from each command under one fault, and the failed frame's output:
+// nullopt where it must be left as it was, else what the frame draws with the parameter values it
+// managed to read.
 struct Expect {
-    PF_Err params = PF_Err_NONE;
-    PF_Err about = PF_Err_NONE;
-    PF_Err preRender = PF_Err_NONE;
-    PF_Err render = PF_Err_NONE;
-    // The failed frame's output: nullopt where it must be left as it was, else what the
-    // frame draws with the parameter values it managed to read.
-    std::optional<known::Settings> drawn = known::kTurned;
+    PF_Err params, about, preRender, render;
+    std::optional<known::Settings> drawn;
 };
 
 struct Case {
@@ -38,99 +35,56 @@ struct Case {
     Expect expect;
 };
 
-FaultPlan missing(const char* suite) {
-    FaultPlan plan;
-    plan.missingSuites = {suite};
-    return plan;
-}
-
-FaultPlan nullTable(const char* suite) {
-    FaultPlan plan;
-    plan.nullTableSuites = {suite};
-    return plan;
-}
-
-FaultPlan failing(Callback callback, int onCall = 0, int paramIndex = -1) {
-    FaultPlan plan;
-    plan.faults = {{callback, kCode, onCall, paramIndex}};
-    return plan;
-}
-
 std::vector<Case> matrix() {
-    Expect untouched516;
-    untouched516.render = PF_Err_BAD_CALLBACK_PARAM;
-    untouched516.drawn = std::nullopt;
-    Expect aboutFails;
-    aboutFails.about = PF_Err_BAD_CALLBACK_PARAM;
-
+    const auto missing = [](const char* suite) { return FaultPlan{{suite}}; };
+    const auto nullTable = [](const char* suite) { return FaultPlan{{}, {suite}}; };
+    const auto failing = [](Callback callback, int onCall = 0, int paramIndex = -1) {
+        return FaultPlan{{}, {}, {{callback, kCode, onCall, paramIndex}}};
+    };
+    const PF_Err bad = PF_Err_BAD_CALLBACK_PARAM, unread = PF_Err_INVALID_INDEX;
+    const Expect fine{0, 0, 0, 0, known::kTurned}, aboutFails{0, bad, 0, 0, known::kTurned},
+        untouched516{0, 0, 0, bad, std::nullopt}, untouched{0, 0, 0, kCode, std::nullopt},
+        bothRead{0, 0, 0, kCode, known::kTurned};
     std::vector<Case> cases;
     // Suites the effect calls: the command that needs one fails with 516, whether the host
     // says it has none or hands back a null table.
     cases.push_back({"missing PF ANSI Suite", missing("PF ANSI Suite"), aboutFails});
     cases.push_back({"null PF ANSI Suite", nullTable("PF ANSI Suite"), aboutFails});
     for (const char* suite :
-         {"PF Handle Suite", "AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
+         {"PF Handle Suite", "AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"})
         cases.push_back({std::string("missing ") + suite, missing(suite), untouched516});
-    }
     cases.push_back({"null PF Handle Suite", nullTable("PF Handle Suite"), untouched516});
     // Held for the frame but never called: a null table costs nothing.
-    for (const char* suite : {"AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"}) {
-        cases.push_back({std::string("null ") + suite, nullTable(suite), Expect()});
-    }
+    for (const char* suite : {"AEGP PF Interface Suite", "AEGP Layer Suite", "AEGP Item Suite"})
+        cases.push_back({std::string("null ") + suite, nullTable(suite), fine});
     // Suites the frame never asks for.
     for (const char* suite :
          {"PF iterateFloat Suite", "AEGP Utility Suite", "AEGP Memory Suite", "DRAWBOT Draw Suite",
-          "DRAWBOT Supplier Suite", "DRAWBOT Surface Suite", "DRAWBOT Path Suite"}) {
-        cases.push_back({std::string("missing ") + suite, missing(suite), Expect()});
-    }
+          "DRAWBOT Supplier Suite", "DRAWBOT Surface Suite", "DRAWBOT Path Suite"})
+        cases.push_back({std::string("missing ") + suite, missing(suite), fine});
 
-    // Callbacks. The frame after a failed parameter set-up reads no parameters at all.
-    Expect noParams;
-    noParams.params = kCode;
-    noParams.render = PF_Err_INVALID_INDEX;
-    noParams.drawn = known::kGreyed;
+    // Callbacks. The frame after a failed parameter set-up reads no parameters at all; without the
+    // saturation registered, its record still holds the hue. Parameter failures end a complete
+    // frame with the first code: an unread hue is 0, with the saturation still read; an unread
+    // saturation holds the hue.
+    const Expect noParams{kCode, 0, 0, unread, known::kGreyed},
+        noSaturation{kCode, 0, 0, unread, known::kOverdriven}, preRenderFails{0, 0, kCode, 0, known::kTurned},
+        hueUnread{0, 0, 0, kCode, known::kNeutral}, saturationUnread{0, 0, 0, kCode, known::kOverdriven};
     cases.push_back({"add_param fails for Hue Value", failing(Callback::AddParam, 1), noParams});
-    Expect noSaturation;
-    noSaturation.params = kCode;
-    noSaturation.render = PF_Err_INVALID_INDEX;
-    noSaturation.drawn = known::kOverdriven;  // the record still holds the hue
     cases.push_back({"add_param fails for Saturation", failing(Callback::AddParam, 2), noSaturation});
-
-    Expect preRenderFails;
-    preRenderFails.preRender = kCode;
     cases.push_back({"checkout_layer fails", failing(Callback::CheckoutLayer), preRenderFails});
-
-    Expect renderFailsUntouched;
-    renderFailsUntouched.render = kCode;
-    renderFailsUntouched.drawn = std::nullopt;
-    cases.push_back(
-        {"checkout_layer_pixels fails", failing(Callback::CheckoutLayerPixels), renderFailsUntouched});
-    cases.push_back({"checkout_output fails", failing(Callback::CheckoutOutput), renderFailsUntouched});
-
-    // Parameter failures end a complete frame with the first code.
-    Expect hueUnread;
-    hueUnread.render = kCode;
-    hueUnread.drawn = known::kNeutral;  // hue 0, the saturation still read
+    cases.push_back({"checkout_layer_pixels fails", failing(Callback::CheckoutLayerPixels), untouched});
+    cases.push_back({"checkout_output fails", failing(Callback::CheckoutOutput), untouched});
     cases.push_back(
         {"checkout_param fails for Hue Value", failing(Callback::CheckoutParam, 0, 1), hueUnread});
-    Expect saturationUnread;
-    saturationUnread.render = kCode;
-    saturationUnread.drawn = known::kOverdriven;
     cases.push_back(
         {"checkout_param fails for Saturation", failing(Callback::CheckoutParam, 0, 2), saturationUnread});
-    Expect lateCheckin;  // both read
-    lateCheckin.render = kCode;
-    cases.push_back({"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), lateCheckin});
-    cases.push_back(
-        {"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), lateCheckin});
-
+    cases.push_back({"checkin_param fails after Hue Value", failing(Callback::CheckinParam, 1), bothRead});
+    cases.push_back({"checkin_param fails after Saturation", failing(Callback::CheckinParam, 2), bothRead});
     // An 8-bit frame never iterates.
-    cases.push_back({"iterate fails", failing(Callback::Iterate), Expect()});
+    cases.push_back({"iterate fails", failing(Callback::Iterate), fine});
     cases.push_back({"host_new_handle gives null", failing(Callback::NewHandle), untouched516});
-
-    FaultPlan emptyLayer;
-    emptyLayer.nullInputWorld = true;
-    cases.push_back({"checkout_layer_pixels gives no world", emptyLayer, untouched516});
+    cases.push_back({"checkout_layer_pixels gives no world", FaultPlan{{}, {}, {}, true}, untouched516});
     return cases;
 }
 
@@ -151,9 +105,11 @@ TEST_P(FaultMatrix, CodesOutputSuitesContextAndRecovery) {
     host.setParamValue(1, known::kTurned.hue);
     host.setParamValue(2, known::kTurned.saturation);
     std::memset(host.outData().return_msg, 0, sizeof host.outData().return_msg);
+    host.outData().out_flags = 0;
     EXPECT_EQ(host.about(), c.expect.about);
-    if (c.expect.about != PF_Err_NONE) {
+    if (c.expect.about != PF_Err_NONE) {  // no message, none shown
         EXPECT_STREQ(host.outData().return_msg, "");
+        EXPECT_EQ(host.outData().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
     }
 
     PF_RenderRequest request = PF_RenderRequest();
