@@ -5,8 +5,6 @@
 //   OstrivaneExactness [--small]     --small: charts of a sixteenth the size, for a quick look
 // Prints one Markdown table; the exit status is 1 when a pair breaks the rule (a colour channel
 // further from the GL's than one premultiplied level divided by the alpha), else 0.
-#include <glbinding/gl/gl.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -15,26 +13,17 @@
 #include <vector>
 
 #include "AEOpenGLContext.h"
-#include "AEOpenglMainFrameBuffer.h"
-#include "HueAndSaturationCPURender.h"
-#include "HueAndSaturationRender.h"
+#include "EffectRoads.h"
 
-using namespace gl;
 using namespace Ostrivane::GaussianBlur;
 
 namespace {
 
-struct Chart {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint8_t> bytes;  // A, R, G, B, rows tightly packed
-};
-
 // Every 8-bit RGB value at alpha 255: red along x, green along y, blue in 16 × 16 tiles.
 // With `step` 4, every fourth level of each channel.
-Chart rgbChart(int step) {
+Frame8 rgbChart(int step) {
     const int levels = 256 / step, tiles = step == 1 ? 16 : 4;
-    Chart chart{levels * tiles, levels * (levels / tiles), {}};
+    Frame8 chart{levels * tiles, levels * (levels / tiles), {}};
     chart.bytes.resize(static_cast<size_t>(chart.width) * chart.height * 4);
     for (int y = 0; y < chart.height; ++y)
         for (int x = 0; x < chart.width; ++x) {
@@ -48,8 +37,8 @@ Chart rgbChart(int step) {
 }
 
 // `side` × `side` pixels: colours from a fixed random sequence, each at every alpha in turn.
-Chart alphaChart(int side) {
-    Chart chart{side, side, std::vector<std::uint8_t>(static_cast<size_t>(side) * side * 4)};
+Frame8 alphaChart(int side) {
+    Frame8 chart{side, side, std::vector<std::uint8_t>(static_cast<size_t>(side) * side * 4)};
     std::uint32_t state = 12345, colour = 0;
     for (size_t i = 0; i < static_cast<size_t>(side) * side; ++i) {
         if ((i & 255) == 0) {
@@ -63,50 +52,6 @@ Chart alphaChart(int side) {
         p[3] = static_cast<std::uint8_t>(colour >> 16);
     }
     return chart;
-}
-
-std::vector<std::uint8_t> glRoad(HueAndSaturationRender& pass, const Chart& chart, float hue, float saturation) {
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, chart.width, chart.height, 0, GL_RGBA, GL_FLOAT, nullptr);
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, chart.width, chart.height, GL_RGBA, GL_UNSIGNED_BYTE,
-                    chart.bytes.data());
-    glBindTexture(GL_TEXTURE_2D, 0);
-
-    AEOpenglMainFrameBuffer* target = AEOpenglMainFrameBuffer::mainFrameBuffer();
-    target->prepare(chart.width, chart.height, true);
-    target->beginDrawing();
-    pass.setHue(hue);
-    pass.setSaturation(saturation);
-    pass.draw(texture, 1.0f);
-    target->endDrawing(1.0f);
-    glDeleteTextures(1, &texture);
-
-    std::vector<std::uint8_t> bytes(chart.bytes.size());
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, chart.width, chart.height, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
-    return bytes;
-}
-
-std::vector<std::uint8_t> cpuRoad(const Chart& chart, float hue, float saturation) {
-    std::vector<std::uint8_t> in = chart.bytes, out(chart.bytes.size());
-    PF_LayerDef input{}, output{};
-    input.data = reinterpret_cast<PF_PixelPtr>(in.data());
-    input.width = chart.width;
-    input.height = chart.height;
-    input.rowbytes = chart.width * 4;
-    output = input;
-    output.data = reinterpret_cast<PF_PixelPtr>(out.data());
-    HueAndSaturationCPURender render;
-    render.setHue(hue);
-    render.setSaturation(saturation);
-    render.render(input, output);
-    return out;
 }
 
 // Colour channels by the alpha of their pixel: transparent, low, the rest, opaque.
@@ -154,8 +99,8 @@ int main(int argc, char** argv) {
     context.makeContextCurrent();
     HueAndSaturationRender pass;
 
-    const Chart rgb = rgbChart(small ? 4 : 1);
-    const Chart alphas = alphaChart(small ? 256 : 1024);
+    const Frame8 rgb = rgbChart(small ? 4 : 1);
+    const Frame8 alphas = alphaChart(small ? 256 : 1024);
     std::printf("\nCharts: every %s8-bit RGB value at alpha 255 (%d x %d); %d colours over every alpha (%d x %d).\n",
                 small ? "fourth " : "", rgb.width, rgb.height, alphas.width * alphas.height / 256, alphas.width,
                 alphas.height);
