@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -9,8 +8,6 @@ using namespace gl;
 using namespace Ostrivane::GaussianBlur;
 
 namespace {
-
-class ContextTest : public GLFixture {};
 
 // The int that `call` throws (0 for none) and what it prints.
 template <typename Call>
@@ -39,23 +36,7 @@ protected:
     EGLContext mHost = EGL_NO_CONTEXT;
 };
 
-TEST_F(SavedContextTest, RestorePutsTheHostContextBackOnceAndOnlyOnce) {
-    EGLPlatform::makeCurrent(mHost);
-    SaveRestoreGLContextEGL saved;
-    GLFixture::context()->makeContextCurrent();
-    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
-
-    saved.restore();
-    EXPECT_TRUE(saved.restored());
-    EXPECT_EQ(EGLPlatform::currentContext(), mHost);
-
-    // A second restore changes nothing, even with another context current in between.
-    GLFixture::context()->makeContextCurrent();
-    saved.restore();
-    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
-}
-
-TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack) {
+TEST_F(SavedContextTest, TheHostsContextComesBackOnTheWayOutOrOnceOnRestore) {
     EGLPlatform::makeCurrent(mHost);
     try {
         SaveRestoreGLContextEGL saved;
@@ -64,9 +45,19 @@ TEST_F(SavedContextTest, AnExceptionStillHandsTheHostItsContextBack) {
     } catch (int) {
     }
     EXPECT_EQ(EGLPlatform::currentContext(), mHost);
+
+    SaveRestoreGLContextEGL saved;
+    GLFixture::context()->makeContextCurrent();
+    saved.restore();
+    EXPECT_TRUE(saved.restored());
+    EXPECT_EQ(EGLPlatform::currentContext(), mHost);
+    // A second restore changes nothing, even with another context current in between.
+    GLFixture::context()->makeContextCurrent();
+    saved.restore();
+    EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
-TEST_F(ContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
+TEST_F(SavedContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
     int notAContext = 0;
     const auto create = refusal([&] { EGLPlatform::createContext(&notAContext); });
     EXPECT_EQ(create.first, 512);

@@ -1,11 +1,32 @@
 #include <cmath>
+#include <new>
 
 #include "AEOpenglMainFrameBuffer.h"
-#include "FailingAllocation.h"
 #include "GLFixture.h"
 
 using namespace gl;
 using namespace Ostrivane::GaussianBlur;
+
+namespace {
+
+// The next nothrow array allocation of exactly this many bytes gives null; 0 for none.
+std::size_t gFailAllocationOfSize = 0;
+
+}  // namespace
+
+// Only this form is replaced; its memory comes from the ordinary operator new[], so that delete[]
+// still matches it under the sanitizers.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    if (gFailAllocationOfSize != 0 && size == gFailAllocationOfSize) {
+        gFailAllocationOfSize = 0;
+        return nullptr;
+    }
+    try {
+        return ::operator new[](size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 
 namespace {
 
@@ -15,19 +36,6 @@ protected:
     static void fill(float r, float g, float b, float a) {
         glClearColor(r, g, b, a);
         glClear(GL_COLOR_BUFFER_BIT);
-    }
-
-    static std::vector<float> texels(GLuint texture, int count) {
-        std::vector<float> values(static_cast<size_t>(count * 4), -9.0f);
-        glBindTexture(GL_TEXTURE_2D, texture);
-        glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, values.data());
-        return values;
-    }
-
-    static GLint get(GLenum name, int index = 0) {
-        GLint value[4] = {-1, -1, -1, -1};
-        glGetIntegerv(name, value);
-        return value[index];
     }
 
     AEOpenglMainFrameBuffer* mFrame = AEOpenglMainFrameBuffer::mainFrameBuffer();
@@ -66,57 +74,46 @@ TEST_F(RenderTextureTest, FormatsSizesAndFiltersFollowTheTable) {
     EXPECT_EQ(mFrame->createRenderTexture(Vec2(-1.0, 4.0), false), 0u);
     EXPECT_EQ(mFrame->createFloatRenderTexture(Vec2(4.0, std::nan("")), false, false), 0u);
     EXPECT_EQ(mFrame->createFloatRenderTexture(Vec2(1e9, 1e9), true, false), 0u);
-}
 
-TEST_F(RenderTextureTest, AZeroBufferThatCannotBeHadThrows4AndLeavesNoTexture) {
+    // A zero buffer that cannot be had throws 4 and leaves no texture.
     GLuint probe = 0;  // the names a leaked texture would take
     glGenTextures(1, &probe);
     glDeleteTextures(1, &probe);
-    tFailAllocationOfSize = 37 * 3 * 4;
+    gFailAllocationOfSize = 37 * 3 * 4;
     int thrown = 0;
     try {
         mFrame->createRenderTexture(Vec2(37.0, 3.0), false);
     } catch (int code) {
         thrown = code;
     }
-    tFailAllocationOfSize = 0;
+    gFailAllocationOfSize = 0;
     EXPECT_EQ(thrown, 4);
     for (GLuint name = probe; name < probe + 4; ++name) EXPECT_FALSE(glIsTexture(name)) << name;
-    EXPECT_EQ(get(GL_TEXTURE_BINDING_2D), 0);
+    EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
 }
 
-TEST_F(RenderTextureTest, ANormalContextClearsTheTextureAndTakesTheDraw) {
-    mFrame->destory();
-    const GLuint texture = mFrame->createRenderTexture(Vec2(4.0, 2.0), false);
-    const std::vector<unsigned char> grey(4 * 2 * 4, 200);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 4, 2, GL_RGBA, GL_UNSIGNED_BYTE, grey.data());
-    mFrame->pushNormalRenderContext(texture);
-    glViewport(0, 0, 4, 2);
-    EXPECT_EQ(readPixels(4, 2), std::vector<float>(32, 0.0f));
-    fill(0.2f, 0.4f, 0.6f, 0.8f);
-    mFrame->popNormalRenderContext();
-    EXPECT_EQ(get(GL_DRAW_FRAMEBUFFER_BINDING), 0);
-    EXPECT_RGBA_NEAR(pixel(texels(texture, 8), 7), 0.2f, 0.4f, 0.6f, 0.8f, 0.5f / 255.0f);
-    glDeleteTextures(1, &texture);
-}
-
-TEST_F(RenderTextureTest, AFloatTextureAboveALevelKeepsValuesAboveOne) {
+// A normal context clears its texture and takes the draw, a float one keeping values above one,
+// and its pop gives the level above which it was pushed its frame buffer and viewport back.
+TEST_F(RenderTextureTest, ANormalContextAboveALevelTakesTheDrawAndHandsTheLevelBack) {
     mFrame->prepare(6, 4, true);
     mFrame->beginDrawing();
     fill(0.2f, 0.4f, 0.6f, 1.0f);
-    const GLint level = get(GL_DRAW_FRAMEBUFFER_BINDING);
+    const GLint level = integer(GL_DRAW_FRAMEBUFFER_BINDING);
     // A pop with no normal context bound leaves the level's frame buffer alone.
     mFrame->popNormalRenderContext();
-    EXPECT_EQ(get(GL_DRAW_FRAMEBUFFER_BINDING), level);
+    EXPECT_EQ(integer(GL_DRAW_FRAMEBUFFER_BINDING), level);
 
     const GLuint texture = mFrame->createFloatRenderTexture(Vec2(2.0, 2.0), false, false);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    const std::vector<float> grey(2 * 2 * 4, 0.75f);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 2, 2, GL_RGBA, GL_FLOAT, grey.data());
     mFrame->pushNormalRenderContext(texture, Vec2(2.0, 2.0), 0);
-    EXPECT_EQ(get(GL_VIEWPORT, 2), 2);
+    EXPECT_EQ(integer(GL_VIEWPORT, 2), 2);
+    EXPECT_EQ(readPixels(2, 2), std::vector<float>(16, 0.0f));
     fill(2.5f, -1.0f, 0.25f, 300.0f);
     mFrame->popNormalRenderContext();
-    EXPECT_EQ(get(GL_DRAW_FRAMEBUFFER_BINDING), level);
-    EXPECT_EQ(get(GL_VIEWPORT, 2), 6);
+    EXPECT_EQ(integer(GL_DRAW_FRAMEBUFFER_BINDING), level);
+    EXPECT_EQ(integer(GL_VIEWPORT, 2), 6);
     EXPECT_RGBA_NEAR(pixel(texels(texture, 4), 3), 2.5f, -1.0f, 0.25f, 300.0f, 0.0f);
 
     // The level kept its pixels; the frame ends in host order (A, R, G, B).

@@ -1,8 +1,6 @@
-#include <functional>
 #include <set>
 #include <string>
 
-#include "AEOpenglMainFrameBuffer.h"
 #include "GLFixture.h"
 #include "OpenglShader.h"
 
@@ -35,11 +33,6 @@ std::set<GLuint> liveShaderAndProgramNames() {
 
 class ShaderTest : public GLFixture {
 protected:
-    static GLint integer(GLenum name) {
-        GLint value = -1;
-        glGetIntegerv(name, &value);
-        return value;
-    }
     static GLint attribute(GLuint location, GLenum name) {
         GLint value = -1;
         glGetVertexAttribiv(location, name, &value);
@@ -80,40 +73,9 @@ TEST_F(ShaderTest, ACompileErrorPrintsTheLogCutTo511CharactersAndLeavesNothingBe
     EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
 }
 
-TEST_F(ShaderTest, TheFirstBindingOfANameWinsAndUniformsReachTheDraw) {
-    OpenglShader shader(kVertex, kFragment);
-    shader.addAttributeBinding("position", 3);
-    shader.addAttributeBinding("position", 5);
-    shader.useProgram();
-    ASSERT_NE(shader.program(), 0u);
-    EXPECT_EQ(shader.getAttributeLocation("position"), 3);
-    EXPECT_EQ(shader.getUniformLocation("missing"), -1);
-
-    // Two triangles over the whole target, drawn in the uniform's colour.
-    const float quad[] = {-1, -1, 1, -1, 1, 1, -1, -1, 1, 1, -1, 1};
-    GLuint vertexArray = 0, buffer = 0;
-    glGenVertexArrays(1, &vertexArray);
-    glBindVertexArray(vertexArray);
-    glGenBuffers(1, &buffer);
-    glBindBuffer(GL_ARRAY_BUFFER, buffer);
-    glBufferData(GL_ARRAY_BUFFER, sizeof(quad), quad, GL_STATIC_DRAW);
-    FloatTarget target = makeFloatTarget(2, 2);
-    shader.setAttribute2fv("position", nullptr, 8);
-    shader.setUniform4f("colour", 0.25f, -0.5f, 2.0f, 1.0f);
-    shader.setUniform1f("missing", 7.0f);
-    glDrawArrays(GL_TRIANGLES, 0, 6);
-    shader.disableVertexAttributeArray("position");
-    EXPECT_RGBA_NEAR(pixel(readPixels(2, 2), 3), 0.25f, -0.5f, 2.0f, 1.0f, 1e-6f);
-
-    deleteFloatTarget(target);
-    glBindVertexArray(0);
-    glDeleteVertexArrays(1, &vertexArray);
-    glDeleteBuffers(1, &buffer);
-}
-
-// Before the build no setter reaches GL; after it each by-location setter points its own size and
-// type, and a name the program lacks or -1 (where the setter tests it) makes no call at all.
-TEST_F(ShaderTest, AttributeAndTextureSettersAndWhatTheySkip) {
+// Before the build no setter reaches GL; after it a texture goes to its unit and an attribute is
+// pointed, and a name the program lacks or -1 (where the setter tests it) makes no call at all.
+TEST_F(ShaderTest, SettersReachGLOnlyOnceBuiltAndNeverForAMissingName) {
     OpenglShader shader(kVertex, kFragment);
     GLuint vertexArray = 0, buffer = 0;
     glGenVertexArrays(1, &vertexArray);
@@ -133,27 +95,10 @@ TEST_F(ShaderTest, AttributeAndTextureSettersAndWhatTheySkip) {
     shader.setUniformTexture("colour", static_cast<int>(GL_TEXTURE_2D), static_cast<int>(texture), 1);
     EXPECT_EQ(integer(GL_ACTIVE_TEXTURE), static_cast<GLint>(GL_TEXTURE1));
     EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), static_cast<GLint>(texture));
-    struct Row {
-        std::function<void()> set;
-        GLuint location;
-        GLint size;
-        GLenum type;
-    } rows[] = {
-        {[&] { shader.setAttribute1iv(1, nullptr, 4); }, 1, 1, GL_INT},
-        {[&] { shader.setAttribute1fv(2, nullptr, 4); }, 2, 1, GL_FLOAT},
-        {[&] { shader.setAttribute2fv(3, nullptr, 8); }, 3, 2, GL_FLOAT},
-        {[&] { shader.setAttribute3fv(4, nullptr, 12); }, 4, 3, GL_FLOAT},
-        {[&] { shader.setAttribute4fv(5, nullptr, 16); }, 5, 4, GL_FLOAT},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.location);
-        row.set();
-        EXPECT_EQ(attribute(row.location, GL_VERTEX_ATTRIB_ARRAY_ENABLED), 1);
-        EXPECT_EQ(attribute(row.location, GL_VERTEX_ATTRIB_ARRAY_SIZE), row.size);
-        EXPECT_EQ(attribute(row.location, GL_VERTEX_ATTRIB_ARRAY_TYPE), static_cast<GLint>(row.type));
-        shader.disableVertexAttributeArray(static_cast<int>(row.location));
-        EXPECT_EQ(attribute(row.location, GL_VERTEX_ATTRIB_ARRAY_ENABLED), 0);
-    }
+    shader.setAttribute4fv(5, nullptr, 16);
+    EXPECT_EQ(attribute(5, GL_VERTEX_ATTRIB_ARRAY_ENABLED), 1);
+    EXPECT_EQ(attribute(5, GL_VERTEX_ATTRIB_ARRAY_SIZE), 4);
+    shader.disableVertexAttributeArray(5);
     while (glGetError() != GL_NO_ERROR) {
     }
     shader.setAttribute1iv(-1, nullptr, 4);

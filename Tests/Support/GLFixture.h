@@ -12,7 +12,7 @@ namespace Ostrivane {
 namespace GaussianBlur {
 
 /// One headless context for the whole test program, current at the start of every GL test,
-/// and the small GL chores the tests share: float textures, float targets, read-back.
+/// and the small GL chores the tests share: float textures, frame buffers on them, read-back.
 class GLFixture : public ::testing::Test {
 public:
     /// Created on first use and kept to the end of the process; it is the root of its share group.
@@ -35,32 +35,21 @@ public:
         return texture;
     }
 
-    /// A frame buffer of one GL_RGBA32F texture, bound for drawing and reading with the viewport set,
-    /// so that values outside 0..1 survive.
-    struct FloatTarget {
-        unsigned int framebuffer = 0;
-        unsigned int texture = 0;
-    };
-
-    static FloatTarget makeFloatTarget(int width, int height) {
+    /// A new frame buffer with `texture` as its colour, bound for drawing and reading.
+    static unsigned int bindFramebuffer(unsigned int texture) {
         using namespace gl;
-        FloatTarget target;
-        target.texture =
-            makeTexture(width, height, std::vector<float>(static_cast<size_t>(width * height * 4), 0.0f));
-        glGenFramebuffers(1, &target.framebuffer);
-        glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.texture, 0);
-        glViewport(0, 0, width, height);
-        glDisable(GL_BLEND);
-        return target;
+        GLuint framebuffer = 0;
+        glGenFramebuffers(1, &framebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+        return framebuffer;
     }
 
-    static void deleteFloatTarget(FloatTarget& target) {
-        using namespace gl;
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDeleteFramebuffers(1, &target.framebuffer);
-        glDeleteTextures(1, &target.texture);
-        target = FloatTarget();
+    /// Binds the default frame buffer and deletes `framebuffer` and `texture`.
+    static void deleteFramebuffer(unsigned int framebuffer, unsigned int texture) {
+        gl::glBindFramebuffer(gl::GL_FRAMEBUFFER, 0);
+        gl::glDeleteFramebuffers(1, &framebuffer);
+        gl::glDeleteTextures(1, &texture);
     }
 
     /// RGBA floats of the bound read frame buffer, rows bottom first.
@@ -70,6 +59,23 @@ public:
         glPixelStorei(GL_PACK_ALIGNMENT, 1);
         glReadPixels(0, 0, width, height, GL_RGBA, GL_FLOAT, pixels.data());
         return pixels;
+    }
+
+    /// RGBA floats of level 0 of `texture`, `count` texels.
+    static std::vector<float> texels(unsigned int texture, int count) {
+        using namespace gl;
+        std::vector<float> values(static_cast<size_t>(count * 4), -9.0f);
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, values.data());
+        glBindTexture(GL_TEXTURE_2D, 0);
+        return values;
+    }
+
+    /// Entry `index` of the integer state `name`.
+    static gl::GLint integer(gl::GLenum name, int index = 0) {
+        gl::GLint value[4] = {-1, -1, -1, -1};
+        gl::glGetIntegerv(name, value);
+        return value[index];
     }
 
     /// The four channels of pixel `index` from `pixels`.

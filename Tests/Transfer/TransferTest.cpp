@@ -16,22 +16,11 @@ using fxhost::HostWorld;
 namespace {
 
 // The stand-in host hands out a world's memory only to the matching depth.
-PF_Err pixelData8(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel8** pixels) {
+template <typename Pixel, Depth kDepth>
+PF_Err pixelData(PF_EffectWorld* world, PF_PixelPtr, Pixel** pixels) {
     const HostWorld* owner = HostWorld::fromDef(world);
-    *pixels = owner && owner->depth() == Depth::Eight ? static_cast<PF_Pixel8*>(world->data) : nullptr;
+    *pixels = owner && owner->depth() == kDepth ? static_cast<Pixel*>(world->data) : nullptr;
     return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
-}
-
-PF_Err pixelData16(PF_EffectWorld* world, PF_PixelPtr, PF_Pixel16** pixels) {
-    const HostWorld* owner = HostWorld::fromDef(world);
-    *pixels = owner && owner->depth() == Depth::Sixteen ? static_cast<PF_Pixel16*>(world->data) : nullptr;
-    return *pixels ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
-}
-
-GLint integer(GLenum name) {
-    GLint value = -1;
-    glGetIntegerv(name, &value);
-    return value;
 }
 
 // `call` throws the int `code`, and nothing else.
@@ -72,8 +61,8 @@ class TransferTest : public GLFixture {
 protected:
     void SetUp() override {
         GLFixture::SetUp();
-        mUtils.get_pixel_data8 = pixelData8;
-        mUtils.get_pixel_data16 = pixelData16;
+        mUtils.get_pixel_data8 = pixelData<PF_Pixel8, Depth::Eight>;
+        mUtils.get_pixel_data16 = pixelData<PF_Pixel16, Depth::Sixteen>;
         mInData.utils = &mUtils;
         mInData.pica_basicP = mSuites.basicSuite();
     }
@@ -84,31 +73,22 @@ protected:
         EXPECT_EQ(mSuites.liveHandles(), 0);
     }
 
-    unsigned int upload(HostWorld& world) { return upload(world.pixelFormat(), world.def()); }
-
-    unsigned int upload(int format, PF_LayerDef* def) {
-        return AEOpenGLUtilities::UploadTexture(format, def, nullptr, &mInData, mPixelSize, mPixelType,
-                                                mMultiplier, false);
+    unsigned int upload(HostWorld& world, bool mipmap = false) {
+        return AEOpenGLUtilities::UploadTexture(world.pixelFormat(), world.def(), nullptr, &mInData,
+                                                mPixelSize, mPixelType, mMultiplier, mipmap);
     }
 
-    void download(int width, int height, HostWorld& output, int format) {
-        AEOpenGLUtilities::DownloadTexture(width, height, mSource, output.def(), &mInData, format, mPixelSize,
-                                           mPixelType);
+    // Reads 3 x 2 pixels back into `output`.
+    void download(HostWorld& output) {
+        AEOpenGLUtilities::DownloadTexture(3, 2, mSource, output.def(), &mInData, output.pixelFormat(),
+                                           mPixelSize, mPixelType);
     }
 
     // Uploads the world and binds a frame buffer holding the texture for reading, as a frame leaves it.
-    void uploadAndBind(HostWorld& world) {
-        mTexture = upload(world);
+    void uploadAndBind(HostWorld& world, bool mipmap = false) {
+        mTexture = upload(world, mipmap);
         mSource = world.def();
-        glGenFramebuffers(1, &mFramebuffer);
-        glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
-        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, mTexture, 0);
-    }
-
-    void unbind() {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDeleteFramebuffers(1, &mFramebuffer);
-        glDeleteTextures(1, &mTexture);
+        mFramebuffer = bindFramebuffer(mTexture);
     }
 
     static void fill(HostWorld& world, const Sample& sample) {
@@ -135,7 +115,8 @@ protected:
     PF_LayerDef* mSource = nullptr;  // the world behind the bound frame buffer
 };
 
-// Upload leaves no texture bound and no row length set; 16-bit 32768 comes in as 1 after the multiplier.
+// Upload leaves no texture bound and no row length set; 16-bit 32768 comes in as 1 after the multiplier;
+// the mipmap filter is asked for at 16 bits.
 TEST_F(TransferTest, PaddedWorldsRoundTripAtEveryDepthWithoutReorderingOrTouchingPadding) {
     const unsigned long sizes[] = {4, 8, 16};
     const GLenum types[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT};
@@ -144,23 +125,18 @@ TEST_F(TransferTest, PaddedWorldsRoundTripAtEveryDepthWithoutReorderingOrTouchin
         SCOPED_TRACE(d);
         HostWorld input(3, 2, sample.depth, 20);
         fill(input, sample);
-        uploadAndBind(input);
+        const bool mipmap = d == 1;
+        uploadAndBind(input, mipmap);
         EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
         EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
         EXPECT_EQ(mPixelSize, sizes[d]);
         EXPECT_EQ(mPixelType, types[d]);
         EXPECT_EQ(mMultiplier, d == 1 ? 1.999969482421875f : 1.0f);
-        for (bool mipmap : {false, true}) {
-            const GLuint texture =
-                AEOpenGLUtilities::UploadTexture(input.pixelFormat(), input.def(), nullptr, &mInData,
-                                                 mPixelSize, mPixelType, mMultiplier, mipmap);
-            glBindTexture(GL_TEXTURE_2D, texture);
-            GLint filter = 0;
-            glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
-            EXPECT_EQ(filter, static_cast<GLint>(mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR));
-            glBindTexture(GL_TEXTURE_2D, 0);
-            glDeleteTextures(1, &texture);
-        }
+        GLint filter = 0;
+        glBindTexture(GL_TEXTURE_2D, mTexture);
+        glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        EXPECT_EQ(filter, static_cast<GLint>(mipmap ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR));
         const std::vector<float> texels = readPixels(3, 2);
         for (int y = 0; y < 2; ++y)
             for (int x = 0; x < 3; ++x)
@@ -169,8 +145,8 @@ TEST_F(TransferTest, PaddedWorldsRoundTripAtEveryDepthWithoutReorderingOrTouchin
                         << x << "," << y;
 
         HostWorld output(3, 2, sample.depth, 36);
-        download(3, 2, output, input.pixelFormat());
-        unbind();
+        download(output);
+        deleteFramebuffer(mFramebuffer, mTexture);
         for (int y = 0; y < 2; ++y)
             for (int x = 0; x < 3; ++x) expectPixel(output, x, y, sample.values[y][x]);
         EXPECT_TRUE(input.guardsIntact());
@@ -188,9 +164,9 @@ TEST_F(TransferTest, DownloadWritesOnlyTheOverlapOfReadBackAndOutput) {
         HostWorld smaller(2, 1, sample.depth);
         HostWorld larger(4, 3, sample.depth);
         larger.fill(marker);
-        download(3, 2, smaller, input.pixelFormat());
-        download(3, 2, larger, input.pixelFormat());
-        unbind();
+        download(smaller);
+        download(larger);
+        deleteFramebuffer(mFramebuffer, mTexture);
         expectPixel(smaller, 0, 0, sample.values[0][0]);
         expectPixel(smaller, 1, 0, sample.values[0][1]);
         for (int y = 0; y < 3; ++y)
@@ -214,10 +190,9 @@ TEST_F(TransferTest, HostFailuresAreThrownAndLeaveNothingBehind) {
     for (GLuint name = probe; name < probe + 4; ++name) EXPECT_FALSE(glIsTexture(name)) << name;
     EXPECT_EQ(integer(GL_TEXTURE_BINDING_2D), 0);
     EXPECT_EQ(integer(GL_UNPACK_ROW_LENGTH), 0);
-    expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download",
-               [&] { download(3, 2, output, PF_PixelFormat_ARGB128); });
+    expectCode(PF_Err_INTERNAL_STRUCT_DAMAGED, "iterate fails, download", [&] { download(output); });
     mFaults.clear();
-    unbind();
+    deleteFramebuffer(mFramebuffer, mTexture);
     EXPECT_TRUE(output.guardsIntact());
 }
 
@@ -232,7 +207,7 @@ TEST_F(TransferTest, RowsShorterThanTheirPixelsAreRefusedAtEveryDepth) {
         SCOPED_TRACE(world.def()->rowbytes);
         mSuites.resetCalls();
         expectCode(516, "upload", [&] { upload(world); });
-        expectCode(516, "download", [&] { download(3, 2, world, world.pixelFormat()); });
+        expectCode(516, "download", [&] { download(world); });
         EXPECT_EQ(mSuites.calls(Callback::Iterate), 0);
         EXPECT_EQ(world.pixelBytes(), before);
         EXPECT_TRUE(world.guardsIntact());
