@@ -29,11 +29,7 @@ public:
             close(out[0]);
             close(out[1]);
             for (const std::string& variable : environment) putenv(const_cast<char*>(variable.c_str()));
-            std::vector<char*> argv;
-            static std::string program = OSTRIVANE_FXHOST_PATH;
-            argv.push_back(const_cast<char*>(program.c_str()));
-            static std::string command = "preview";
-            argv.push_back(const_cast<char*>(command.c_str()));
+            std::vector<char*> argv{const_cast<char*>(OSTRIVANE_FXHOST_PATH), const_cast<char*>("preview")};
             for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
             argv.push_back(nullptr);
             execv(argv[0], argv.data());
@@ -41,13 +37,10 @@ public:
         }
         close(out[1]);
         mOut = out[0];
-        char c;
-        while (read(mOut, &c, 1) == 1 && c != '\n') mUrl += c;
-        const size_t colon = mUrl.find(':', 7), slash = mUrl.find('/', 7), token = mUrl.find("token=");
-        if (colon != std::string::npos && slash != std::string::npos && token != std::string::npos) {
-            mPort = std::atoi(mUrl.substr(colon + 1, slash - colon - 1).c_str());
+        for (char c; read(mOut, &c, 1) == 1 && c != '\n';) mUrl += c;
+        const size_t token = mUrl.find("token=");
+        if (std::sscanf(mUrl.c_str(), "http://127.0.0.1:%d/", &mPort) == 1 && token != std::string::npos)
             mToken = mUrl.substr(token + 6);
-        }
     }
 
     ~PreviewProcess() {
@@ -67,23 +60,21 @@ public:
         return rest;
     }
 
-    // Sends the signal and waits up to `seconds` for the exit; its status, or -1 (then it is killed).
-    int stop(int signal = SIGINT, double seconds = 10) {
+    // Sends the signal and waits up to ten seconds for the exit; its status, or -1 (then it is killed).
+    int stop(int signal = SIGINT) {
         if (mPid <= 0) return -1;
         kill(mPid, signal);
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         int raw = 0;
         while (waitpid(mPid, &raw, WNOHANG) == 0) {
             if (std::chrono::steady_clock::now() > deadline) {
                 kill(mPid, SIGKILL);
                 waitpid(mPid, &raw, 0);
-                mStatus = -1;
-                return mStatus;
+                return mStatus = -1;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        mStatus = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-        return mStatus;
+        return mStatus = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
     }
 
 private:
@@ -94,18 +85,21 @@ private:
     std::string mUrl, mToken;
 };
 
-// True when a server can listen on 127.0.0.1:port again. Closed connections may linger in
-// TIME_WAIT; servers (fxhost's too) bind with SO_REUSEADDR, which only a listener still there stops.
-inline bool portIsFree(int port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    const int yes = 1;
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+inline sockaddr_in loopback(int port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool free =
-        bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 && listen(fd, 1) == 0;
+    return address;
+}
+
+// True when a server can listen on 127.0.0.1:port again. Closed connections may linger in
+// TIME_WAIT; servers (fxhost's too) bind with SO_REUSEADDR, which only a listener still there stops.
+inline bool portIsFree(int port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0), yes = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    const sockaddr_in address = loopback(port);
+    const bool free = bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 && listen(fd, 1) == 0;
     close(fd);
     return free;
 }
@@ -113,15 +107,11 @@ inline bool portIsFree(int port) {
 // Sends `request` as it is to 127.0.0.1:port and returns the answer's status line.
 inline std::string rawStatusLine(int port, const std::string& request) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const sockaddr_in address = loopback(port);
     std::string answer;
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
         write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
-        char c;
-        while (read(fd, &c, 1) == 1 && c != '\r') answer += c;
+        for (char c; read(fd, &c, 1) == 1 && c != '\r';) answer += c;
     }
     close(fd);
     return answer;
