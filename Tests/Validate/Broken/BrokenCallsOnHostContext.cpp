@@ -5,8 +5,6 @@
 
 #include "Shim.h"
 
-SHIM_ENTRY_POINT {
-    const PF_Err err = GoodEntryPointFunc(cmd, in_data, out_data, params, output, extra);
-    if (cmd == PF_Cmd_SMART_RENDER && err == PF_Err_NONE && eglGetCurrentContext() != EGL_NO_CONTEXT) gl::glFlush();
-    return err;
+SHIM_AFTER_EACH_FRAME {
+    if (eglGetCurrentContext() != EGL_NO_CONTEXT) gl::glFlush();
 }

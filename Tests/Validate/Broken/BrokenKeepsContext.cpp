@@ -4,10 +4,6 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-SHIM_ENTRY_POINT {
-    const PF_Err err = GoodEntryPointFunc(cmd, in_data, out_data, params, output, extra);
-    if (cmd == PF_Cmd_SMART_RENDER && err == PF_Err_NONE) {
-        AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
-    }
-    return err;
+SHIM_AFTER_EACH_FRAME {
+    AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
 }

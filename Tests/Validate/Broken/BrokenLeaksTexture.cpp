@@ -7,16 +7,12 @@
 
 using namespace Ostrivane::GaussianBlur;
 
-SHIM_ENTRY_POINT {
-    const PF_Err err = GoodEntryPointFunc(cmd, in_data, out_data, params, output, extra);
-    if (cmd == PF_Cmd_SMART_RENDER && err == PF_Err_NONE) {
-        SaveRestoreGLContextEGL saved;
-        AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
-        gl::GLuint texture = 0;
-        gl::glGenTextures(1, &texture);
-        gl::glBindTexture(gl::GL_TEXTURE_2D, texture);
-        gl::glBindTexture(gl::GL_TEXTURE_2D, 0);
-        saved.restore();
-    }
-    return err;
+SHIM_AFTER_EACH_FRAME {
+    SaveRestoreGLContextEGL saved;
+    AEOpenGLContextManager::getCurrentRenderContext()->makeContextCurrent();
+    gl::GLuint texture = 0;
+    gl::glGenTextures(1, &texture);
+    gl::glBindTexture(gl::GL_TEXTURE_2D, texture);
+    gl::glBindTexture(gl::GL_TEXTURE_2D, 0);
+    saved.restore();
 }

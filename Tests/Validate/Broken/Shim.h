@@ -14,6 +14,17 @@ extern "C" PF_Err GoodEntryPointFunc(PF_Cmd cmd, PF_InData* in_data, PF_OutData*
         PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef** params, PF_LayerDef* output, \
         void* extra)
 
+// A fault made after every frame that succeeds: the file that includes this gives the body of
+// afterFrame, which sees the frame's in_data and extra.
+#define SHIM_AFTER_EACH_FRAME                                                                      \
+    static void afterFrame(PF_InData* in_data, void* extra);                                       \
+    SHIM_ENTRY_POINT {                                                                             \
+        const PF_Err err = GoodEntryPointFunc(cmd, in_data, out_data, params, output, extra);      \
+        if (cmd == PF_Cmd_SMART_RENDER && err == PF_Err_NONE) afterFrame(in_data, extra);          \
+        return err;                                                                                \
+    }                                                                                              \
+    static void afterFrame([[maybe_unused]] PF_InData* in_data, [[maybe_unused]] void* extra)
+
 // The output world of a smart frame, as the effect checks it out; null if it cannot be had.
 inline PF_LayerDef* shimOutput(PF_InData* in_data, void* extra) {
     auto* smart = static_cast<PF_SmartRenderExtra*>(extra);
