@@ -53,17 +53,3 @@ TEST_F(FarmLook, ChunksRenderWithTheKeysAndTheLookAsSubmitted) {
     for (int frame = 1; frame <= 6; ++frame)
         EXPECT_EQ(samePixels(frameName(out, frame), frameName(dir + "/c_%04d.png", frame)), "") << frame;
 }
-
-TEST_F(FarmLook, BadKeysOrLookAreRefusedBeforeAnythingIsSubmitted) {
-    makeFrames(in, 1, 3);
-    std::ofstream(dir + "/look.json") << R"({"format": "fxhost look", "version": 1,
-        "effect": "Ostrivane Hue And Saturation", "parameters": {"Saturation": 3}})";
-    CommandResult r = submit("--look " + dir + "/look.json");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("3 is out of range for parameter \"Saturation\""), std::string::npos) << r.err;
-    r = submit("--set \"Hue Value=0@1,90@1\"");
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("key \"90@1\": frame 1 is keyed twice"), std::string::npos) << r.err;
-    EXPECT_FALSE(std::filesystem::exists(dir + "/.fxhost-farm"));
-    EXPECT_FALSE(std::filesystem::exists(dir + "/sbatch.log"));
-}

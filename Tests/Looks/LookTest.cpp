@@ -57,6 +57,9 @@ TEST_F(Looks, AWrittenLookRendersWhatItsSetArgumentsRender) {
               nlohmann::json::parse(kHead + R"("parameters": {"Hue Value": 123.5,
                   "Saturation": [{"frame": 2, "value": 0.25}, {"frame": 5, "value": 1.75}]}})"));
     expectSameFrames("--look " + dir + "/look.json", line, 6);
+    // A --set before the look still wins over the look's value for its parameter.
+    expectSameFrames("--set \"hue value=200\" --look " + dir + "/look.json",
+                     "--set \"Hue Value=200\" --set 'Saturation=0.25@2,1.75@5'", 6);
 
     fxhost::ParameterSettings none;
     EXPECT_NE(fxhost::ParameterSettings::look(*host, none.resolve(*host)).json().find("\"Hue Value\": 0.0"),
@@ -69,17 +72,8 @@ TEST_F(Looks, AWrittenLookRendersWhatItsSetArgumentsRender) {
     }
 }
 
-// Before the look on the command line or after it, a --set wins over the look's value.
-TEST_F(Looks, ASetOverridesOneParameterOfTheLook) {
-    makeFrames(in, 1, 4);
-    std::ofstream(dir + "/look.json")
-        << kHead + R"("parameters": {"Hue Value": [{"frame": 1, "value": 10}, {"frame": 4, "value": 310}], "Saturation": 1.5}})";
-    expectSameFrames("--set \"hue value=200\" --look " + dir + "/look.json",
-                     "--set \"Hue Value=200\" --set Saturation=1.5", 4);
-}
-
 // Every fault in a look is refused with exit 2, naming the look and the fault, before anything is
-// written; the sheet reads looks through the same code and refuses them too.
+// written or submitted, by render, farm submit and sheet alike.
 TEST_F(Looks, BadLooksExitTwoNamingTheFaultAndWriteNothing) {
     makeFrames(in, 1, 2);
     const std::string look = dir + "/look.json";
@@ -111,6 +105,7 @@ TEST_F(Looks, BadLooksExitTwoNamingTheFaultAndWriteNothing) {
         std::filesystem::remove(look);
         if (!c.text.empty()) std::ofstream(look) << c.text;
         for (const std::string& args : {"render --look " + look + " " + in + " " + dir + "/out/o_%04d.png",
+                                        "farm submit --dry-run --chunk 3 --look " + look + " " + in + " " + dir + "/out/o_%04d.png",
                                         "sheet --vary Saturation=0:2:2 --look " + look + " " + frameName(in, 1) +
                                             " " + dir + "/out/sheet.png"}) {
             const CommandResult r = runFxhost(args);

@@ -3,7 +3,6 @@
 // names in a folder, and a folder of the test's own.
 #pragma once
 
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -24,16 +23,11 @@ inline std::string readText(const std::string& path) {
     return text.str();
 }
 
-// The names in a folder, "." and ".." left out, in no particular order.
+// The names in a folder, "." and ".." left out, in no particular order; none if there is no folder.
 inline std::vector<std::string> filesIn(const std::string& dir) {
     std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* entry = readdir(d)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") names.push_back(name);
-        }
-        closedir(d);
-    }
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(dir, error)) names.push_back(entry.path().filename());
     return names;
 }
 
