@@ -1,14 +1,12 @@
 // Keys on the command line: a keyed render of a sequence matches, frame by frame, constant renders
-// at the values worked out by hand; bad keys are refused before anything is written; the host
-// answers the effect's parameter requests at the time asked for.
+// at the values worked out by hand (the effect reads its parameters through checkout_param at the
+// frame's time); bad keys are refused before anything is written.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
 #include "CommandRunner.h"
-#include "HostFixture.h"
-#include "ParameterSettings.h"
 #include "SequenceFiles.h"
 
 namespace {
@@ -85,27 +83,4 @@ TEST_F(Keyframes, SheetTakesTheOtherParametersAtItsFrame) {
     EXPECT_EQ(samePixels(sheet("--set \"Hue Value=60@0,160@10\" --set \"Saturation=2@0\"", "k0.png"),
                          sheet("--set \"Hue Value=60\"", "c0.png")),
               "");
-}
-
-class HostAnswers : public HostFixture {};
-
-// What the effect gets from checkout_param at a time: the host's own time base (time_step a frame),
-// and a time in the effect's own scale converted to the host's frames; a constant set afterwards
-// replaces the curve at every time.
-TEST_F(HostAnswers, CheckoutParamAnswersTheValueAtTheTimeAskedFor) {
-    setUpEffect();
-    host->setParamCurve(1, fxhost::ParameterCurve({{10, 100.0}, {20, 200.0}}));
-    host->setTime(0);
-    PF_InData& in = host->inData();
-    auto askAt = [&](A_long frames, A_u_long scale) {
-        PF_ParamDef param = PF_ParamDef();
-        EXPECT_EQ(in.inter.checkout_param(in.effect_ref, 1, frames * in.time_step, in.time_step, scale, &param),
-                  PF_Err_NONE);
-        EXPECT_EQ(in.inter.checkin_param(in.effect_ref, &param), PF_Err_NONE);
-        return param.u.fs_d.value;
-    };
-    EXPECT_DOUBLE_EQ(askAt(15, in.time_scale), 150.0);
-    EXPECT_DOUBLE_EQ(askAt(2 * 12, 2 * in.time_scale), 120.0);
-    host->setParamValue(1, 42.0);
-    EXPECT_DOUBLE_EQ(askAt(15, in.time_scale), 42.0);
 }

@@ -9,19 +9,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "CommandRunner.h"
 #include "ImageFile.h"
-
-inline std::string readText(const std::string& path) {
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // The names in a folder, "." and ".." left out, in no particular order; none if there is no folder.
 inline std::vector<std::string> filesIn(const std::string& dir) {
