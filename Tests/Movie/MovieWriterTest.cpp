@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
+#include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -65,58 +65,55 @@ std::unique_ptr<HostWorld> pattern(int width, int height, int frame, bool alpha)
     return world;
 }
 
-// The world's pixels as bytes R,G,B,A, as ffmpeg's rgba raw output lays them.
-std::vector<uint8_t> rgba(const HostWorld& world) {
-    std::vector<uint8_t> out;
-    const uint8_t* base = static_cast<const uint8_t*>(world.def()->data);
-    for (int y = 0; y < world.height(); ++y)
-        for (int x = 0; x < world.width(); ++x) {
-            const uint8_t* p = base + static_cast<size_t>(y) * world.rowbytes() + 4 * x;
-            out.insert(out.end(), {p[1], p[2], p[3], p[0]});
+// Frame `frame` of `decodedFrames` (ffmpeg's rgba, R,G,B,A) against the pattern: the peak signal
+// to noise over R, G and B, and the mean difference of the alpha.
+struct Match {
+    double psnr, alphaError;
+};
+Match match(const std::string& decodedFrames, size_t frame, int width, int height, bool alpha) {
+    const std::unique_ptr<HostWorld> world = pattern(width, height, static_cast<int>(frame), alpha);
+    const size_t size = 4u * width * height;
+    if (decodedFrames.size() < (frame + 1) * size) return {0, 255};
+    const uint8_t* got = reinterpret_cast<const uint8_t*>(decodedFrames.data()) + frame * size;
+    double sum = 0, alphaSum = 0;
+    for (int y = 0; y < height; ++y) {
+        const uint8_t* p =
+            static_cast<const uint8_t*>(world->def()->data) + static_cast<size_t>(y) * world->rowbytes();
+        for (int x = 0; x < width; ++x, p += 4, got += 4) {
+            for (int c = 0; c < 3; ++c) sum += (double(got[c]) - p[1 + c]) * (double(got[c]) - p[1 + c]);
+            alphaSum += std::abs(double(got[3]) - p[0]);
         }
-    return out;
-}
-
-// Every frame of the first video stream decoded by ffmpeg to rgba, through `filters` first, as
-// stored (not turned by the rotation).
-std::string decoded(const std::string& path, const std::string& filters = "") {
-    return runCommand("ffmpeg -nostdin -v error -noautorotate -i '" + path + "' -map 0:v:0 -vf '" + (filters.empty() ? "" : filters + ",") +
-                      "format=rgba' -f rawvideo -")
-        .out;
-}
-
-// Peak signal to noise over R, G and B of one frame of `decodedFrames` against a world.
-double psnr(const std::string& decodedFrames, size_t frame, const HostWorld& world) {
-    const std::vector<uint8_t> expected = rgba(world);
-    if (decodedFrames.size() < (frame + 1) * expected.size()) return 0;
-    const uint8_t* got = reinterpret_cast<const uint8_t*>(decodedFrames.data()) + frame * expected.size();
-    double sum = 0;
-    size_t count = 0;
-    for (size_t i = 0; i < expected.size(); ++i) {
-        if (i % 4 == 3) continue;
-        const double d = double(got[i]) - double(expected[i]);
-        sum += d * d;
-        ++count;
     }
-    return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / (sum / count));
+    const double pixels = double(width) * height;
+    return {sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / (sum / (3 * pixels))), alphaSum / pixels};
+}
+
+// Every frame of the first video stream decoded by ffmpeg (with `decoder`, if named) to rgba,
+// through `filters` first, as stored (not turned by the rotation).
+std::string decoded(const std::string& path, const std::string& filters = "",
+                    const std::string& decoder = "") {
+    return decode(path, "-vf '" + (filters.empty() ? "" : filters + ",") + "format=rgba'",
+                  "-noautorotate " + decoder);
 }
 
 std::string field(const std::string& path, const std::string& entries, const std::string& select = "") {
-    std::string text = probe(path, (select.empty() ? "" : "-select_streams " + select + " ") + "-show_entries " +
-                                       entries + " -of default=nw=1:nk=1");
+    std::string text = probe(path, (select.empty() ? "" : "-select_streams " + select + " ") +
+                                       "-show_entries " + entries + " -of default=nw=1:nk=1");
     while (!text.empty() && text.back() == '\n') text.pop_back();
     return text;
 }
 
-std::vector<int64_t> videoPts(const std::string& path) {
-    std::vector<int64_t> pts;
-    for (const std::string& line : lines(probe(path, "-select_streams v:0 -show_entries frame=pts -of csv=p=0")))
-        pts.push_back(std::stoll(line));
-    return pts;
+std::string frameTimes(const std::string& path) {
+    return probe(path, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0");
 }
 
-std::string audioHash(const std::string& path) {
-    return runCommand("ffmpeg -nostdin -v error -i '" + path + "' -map 0:a:0 -c copy -f streamhash -hash md5 -").out;
+// The md5 of each packet of the first audio stream, in order.
+std::vector<std::string> audioPackets(const std::string& path) {
+    std::vector<std::string> hashes;
+    for (const std::string& line :
+         lines(runCommand("ffmpeg -nostdin -v error -i '" + path + "' -map 0:a:0 -c copy -f framemd5 -").out))
+        if (line[0] != '#') hashes.push_back(line.substr(line.find_last_of(',') + 2));
+    return hashes;
 }
 
 class MovieWriterTest : public ::testing::Test {
@@ -132,13 +129,16 @@ protected:
     std::string path(const std::string& name) const { return dir + "/" + name; }
 
     // Renders every frame of `source` as the pattern, at the source's own pts.
-    void rewrite(const std::string& source, const std::string& output, int width, int height, bool alpha,
-                 const MovieOptions& options = {}, size_t first = 0, size_t count = SIZE_MAX) {
-        const std::vector<int64_t> pts = videoPts(source);
+    void rewrite(const std::string& source, const std::string& output, int width, int height,
+                 size_t first = 0, size_t count = SIZE_MAX) {
+        std::vector<int64_t> pts;
+        for (const std::string& line :
+             lines(probe(source, "-select_streams v:0 -show_entries frame=pts -of csv=p=0")))
+            pts.push_back(std::stoll(line));
         ASSERT_FALSE(pts.empty()) << source;
-        MovieWriter writer(output, width, height, alpha, source, -1, options);
+        MovieWriter writer(output, width, height, false, source, -1, {});
         for (size_t i = first; i < pts.size() && i - first < count; ++i)
-            writer.write(*pattern(width, height, static_cast<int>(i), alpha), pts[i]);
+            writer.write(*pattern(width, height, static_cast<int>(i), false), pts[i]);
         writer.finish();
     }
 
@@ -148,64 +148,66 @@ protected:
 // An H.264 + AAC mp4 with all a camera or an edit leaves in it.
 std::string cameraClip(const std::string& dir) {
     const std::string metadata = dir + "/chapters.txt";
-    FILE* file = std::fopen(metadata.c_str(), "w");
-    std::fputs(";FFMETADATA1\ntitle=Reel One\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=1000\ntitle=Opening\n"
-               "[CHAPTER]\nTIMEBASE=1/1000\nSTART=1000\nEND=2000\ntitle=Closing\n",
-               file);
-    std::fclose(file);
+    std::ofstream(metadata)
+        << ";FFMETADATA1\ntitle=Reel One\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=1000\n"
+           "title=Opening\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=1000\nEND=2000\ntitle=Closing\n";
     const std::string encoded = dir + "/encoded.mp4";
     const std::string clip = dir + "/camera.mp4";
     std::string error = makeClip(
-        encoded, "-f lavfi -i testsrc2=size=320x240:rate=25:duration=2 -f lavfi -i sine=frequency=440:duration=2 -i '" +
-                     metadata + "' -map 0:v -map 1:a -map_metadata 2 -c:v libx264 -pix_fmt yuv420p -colorspace bt709 "
-                                "-color_primaries bt709 -color_trc bt709 -color_range tv -c:a aac -timecode 01:00:00:00 "
-                                "-metadata:s:v:0 language=fra -metadata:s:a:0 language=eng");
+        encoded,
+        "-f lavfi -i testsrc2=size=320x240:rate=25:duration=2 -f lavfi -i sine=frequency=440:duration=2 -i '" +
+            metadata +
+            "' -map 0:v -map 1:a -map_metadata 2 -c:v libx264 -pix_fmt yuv420p -colorspace bt709 "
+            "-color_primaries bt709 -color_trc bt709 -color_range tv -c:a aac -timecode 01:00:00:00 "
+            "-metadata:s:v:0 language=fra -metadata:s:a:0 language=eng");
     // The program sets a rotation only when it copies a stream.
     if (error.empty())
         error = makeClip(clip, "-i '" + encoded + "' -map 0:v -map 0:a -c copy -metadata:s:v:0 rotate=90");
     return error.empty() ? clip : error;
 }
 
+}  // namespace
+
 TEST_F(MovieWriterTest, KeepsEverythingOfACameraClipButThePictures) {
     const std::string source = cameraClip(dir);
     ASSERT_TRUE(exists(source)) << source;
     const std::string output = path("out.mp4");
-    rewrite(source, output, 320, 240, false);
+    rewrite(source, output, 320, 240);
 
-    EXPECT_EQ(field(output, "stream=codec_name,profile,pix_fmt", "v"), "h264\nHigh\nyuv420p");
-    EXPECT_EQ(field(output, "stream=color_space,color_transfer,color_primaries,color_range", "v"),
-              field(source, "stream=color_space,color_transfer,color_primaries,color_range", "v"));
-    EXPECT_EQ(field(output, "stream_tags=timecode,language", "v"), "fra\n01:00:00:00");
-    EXPECT_EQ(field(output, "stream_side_data=rotation", "v"), "90");
-    EXPECT_EQ(field(output, "format_tags=title"), "Reel One");
-    EXPECT_EQ(field(output, "chapter=start_time,end_time:chapter_tags=title"),
-              field(source, "chapter=start_time,end_time:chapter_tags=title"));
+    // The colour tags as the source's: limited range, BT.709 matrix, transfer and primaries.
+    const std::string kept =
+        "stream=codec_name,profile,pix_fmt,color_space,color_transfer,color_primaries,"
+        "color_range:stream_tags=timecode,language:stream_side_data=rotation:format_tags=title";
+    EXPECT_EQ(field(output, kept, "v"),
+              "h264\nHigh\nyuv420p\ntv\nbt709\nbt709\nbt709\nfra\n01:00:00:00\n90\nReel One");
+    const std::string chapters = "chapter=start_time,end_time:chapter_tags=title";
+    EXPECT_EQ(field(output, chapters), field(source, chapters));
     EXPECT_EQ(field(output, "stream_tags=language", "a"), "eng");
-
     // The sound, packet for packet.
-    const std::string hash = audioHash(source);
-    ASSERT_FALSE(hash.empty());
-    EXPECT_EQ(audioHash(output), hash);
+    ASSERT_FALSE(audioPackets(source).empty());
+    EXPECT_EQ(audioPackets(output), audioPackets(source));
 
     // Every frame, each at its time: the encoder's tail included.
     EXPECT_EQ(field(output, "stream=nb_read_frames", "v:0 -count_frames"), "50");
-    EXPECT_EQ(probe(output, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0"),
-              probe(source, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0"));
+    EXPECT_EQ(frameTimes(output), frameTimes(source));
 
     // BT.709 limited range, as tagged: decoded so, the pictures come back close; a BT.601 matrix
     // or full range on the way in costs them 15 dB and more.
     const std::string frames = decoded(output, "scale=in_color_matrix=bt709:in_range=tv");
     for (size_t i : {size_t(0), size_t(25), size_t(49)})
-        EXPECT_GT(psnr(frames, i, *pattern(320, 240, static_cast<int>(i), false)), 40.0) << "frame " << i;
-}
+        EXPECT_GT(match(frames, i, 320, 240, false).psnr, 40.0) << "frame " << i;
 
-// The md5 of each packet of the first audio stream, in order.
-std::vector<std::string> audioPackets(const std::string& path) {
-    std::vector<std::string> hashes;
-    for (const std::string& line :
-         lines(runCommand("ffmpeg -nostdin -v error -i '" + path + "' -map 0:a:0 -c copy -f framemd5 -").out))
-        if (line[0] != '#') hashes.push_back(line.substr(line.find_last_of(',') + 2));
-    return hashes;
+    // MXF holds neither H.264 from a camera nor AAC: the video becomes its usual DNxHR, and the
+    // sound is named and left out.
+    testing::internal::CaptureStderr();
+    rewrite(source, path("camera.mxf"), 320, 240);
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    EXPECT_NE(
+        warnings.find("stream #1 of " + source + " (audio aac, eng) is left out: a mxf file cannot hold it"),
+        std::string::npos)
+        << warnings;
+    EXPECT_EQ(field(path("camera.mxf"), "stream=codec_name,nb_read_frames", "v:0 -count_frames"),
+              "dnxhd\n50");
 }
 
 TEST_F(MovieWriterTest, APartCopiesTheOtherStreamsForItsSpanAndShiftsEverythingTogether) {
@@ -217,11 +219,9 @@ TEST_F(MovieWriterTest, APartCopiesTheOtherStreamsForItsSpanAndShiftsEverythingT
     for (const auto& [source, output] : {std::pair<std::string, std::string>{camera, path("part.mov")},
                                          std::pair<std::string, std::string>{matroska, path("part.mkv")}}) {
         SCOPED_TRACE(output);
-        rewrite(source, output, 320, 240, false, {}, 10, 20);  // frames 11 to 30: 0.4 s to 1.2 s
+        rewrite(source, output, 320, 240, 10, 20);  // frames 11 to 30: 0.4 s to 1.2 s
 
-        EXPECT_EQ(field(output, "stream=nb_read_frames", "v:0 -count_frames"), "20");
-        const std::vector<std::string> times =
-            lines(probe(output, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0"));
+        const std::vector<std::string> times = lines(frameTimes(output));
         ASSERT_EQ(times.size(), 20u);
         EXPECT_NEAR(std::stod(times.front()), 0.0, 1e-6);
         EXPECT_NEAR(std::stod(times.back()), 0.76, 1e-6);
@@ -229,267 +229,150 @@ TEST_F(MovieWriterTest, APartCopiesTheOtherStreamsForItsSpanAndShiftsEverythingT
         EXPECT_EQ(field(output, "stream_tags=timecode", "v"), "01:00:00:10");
         // The sound of the same 0.8 s, from the same moment: the source's packets from the first
         // that starts at 0.4 s (1024 samples at 44.1 kHz each), one after another.
-        const std::vector<std::string> all = audioPackets(source);
-        const std::vector<std::string> part = audioPackets(output);
-        ASSERT_GE(all.size(), 40u);
-        ASSERT_GE(part.size(), 34u);
-        EXPECT_LE(part.size(), 35u);
+        const std::vector<std::string> all = audioPackets(source), part = audioPackets(output);
+        ASSERT_TRUE(part.size() == 34 || part.size() == 35) << part.size();
         const auto first = std::find(all.begin(), all.end(), part.front());
         ASSERT_NE(first, all.end());
         EXPECT_NEAR(first - all.begin(), 18, 1);
         EXPECT_TRUE(std::equal(part.begin(), part.end(), first));
         EXPECT_NEAR(std::stod(field(output, "stream=start_time", "a")), 0.0, 0.03);
         // The chapter that began before the span starts with it; the next is shifted as the frames.
-        const double firstFrame = std::stod(lines(probe(
-            source, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0"))[10]);
         const std::vector<std::string> chapters = lines(field(output, "chapter=start_time"));
         ASSERT_EQ(chapters.size(), 2u);
         EXPECT_EQ(chapters[0], "0.000000");
-        EXPECT_NEAR(std::stod(chapters[1]), 1.0 - firstFrame, 0.0015);
+        EXPECT_NEAR(std::stod(chapters[1]), 1.0 - std::stod(lines(frameTimes(source))[10]), 0.0015);
     }
-}
-
-TEST_F(MovieWriterTest, VariableFrameRateStaysVariable) {
-    const std::string source = path("vfr.mkv");
-    ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=192x128:rate=25:duration=2 -vf "
-                               "\"setpts='(N+floor(N/4)*3)/25/TB'\" -vsync vfr -c:v libx264 -pix_fmt yuv420p"),
-              "");
-    const std::string output = path("vfr-out.mkv");
-    rewrite(source, output, 192, 128, false);
-    const std::string sourceTimes =
-        probe(source, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0");
-    ASSERT_EQ(lines(sourceTimes).size(), 50u);
-    EXPECT_EQ(probe(output, "-select_streams v:0 -show_entries frame=best_effort_timestamp_time -of csv=p=0"),
-              sourceTimes);
-    EXPECT_EQ(field(output, "stream=codec_name", "v"), "h264");
 }
 
 // Full range kept: the tag, and the pixels written at that range (limited pixels tagged full
-// lose their contrast, 15 dB and more).
-TEST_F(MovieWriterTest, AFullRangeStreamIsWrittenAtFullRange) {
-    const std::string source = path("full.mkv");
-    ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=160x96:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p "
-                               "-colorspace bt709 -color_range pc"),
+// lose their contrast, 15 dB and more). Interlaced anamorphic video, as from a PAL camera, keeps
+// its field order and pixel aspect.
+TEST_F(MovieWriterTest, KeepsTheSourcesRangeFieldOrderAndPixelAspect) {
+    const std::string source = path("full.mkv"), output = path("full-out.mkv");
+    ASSERT_EQ(makeClip(source,
+                       "-f lavfi -i testsrc2=size=160x96:rate=25:duration=0.2 -vf setsar=64/45,setfield=bff "
+                       "-flags +ildct+ilme -c:v ffv1 -pix_fmt yuv420p -colorspace bt709 -color_range pc"),
               "");
-    const std::string output = path("full-out.mkv");
-    rewrite(source, output, 160, 96, false);
-    EXPECT_EQ(field(output, "stream=codec_name,pix_fmt,color_range", "v"), "ffv1\nyuv420p\npc");
+    rewrite(source, output, 160, 96);
+    EXPECT_EQ(field(output, "stream=codec_name,pix_fmt,color_range,field_order,sample_aspect_ratio", "v"),
+              "ffv1\n64:45\nyuv420p\npc\nbt");  // bt: bottom field first, as FFmpeg names it for FFV1
     const std::string frames = decoded(output, "scale=in_color_matrix=bt709:in_range=pc");
     for (size_t i : {size_t(0), size_t(4)})
-        EXPECT_GT(psnr(frames, i, *pattern(160, 96, static_cast<int>(i), false)), 40.0) << "frame " << i;
+        EXPECT_GT(match(frames, i, 160, 96, false).psnr, 40.0) << "frame " << i;
 }
 
-// Interlaced anamorphic video, as from a PAL camera.
-TEST_F(MovieWriterTest, InterlacedVideoKeepsItsFieldOrderAndPixelAspect) {
-    for (const std::string order : {"tff", "bff"}) {
-        const std::string source = path(order + ".mov");
-        ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=320x240:rate=25:duration=0.4 -vf setsar=64/45,setfield=" +
-                                       order + " -flags +ildct+ilme -c:v libx264 -pix_fmt yuv420p" +
-                                       (order == "bff" ? " -x264opts bff=1" : "")),
-                  "");
-        const std::string output = path(order + "-out.mov");
-        rewrite(source, output, 320, 240, false);
-        EXPECT_EQ(field(output, "stream=field_order", "v"), order == "tff" ? "tt" : "bb");
-        EXPECT_EQ(field(output, "stream=sample_aspect_ratio", "v"), "64:45");
-    }
-}
-
-TEST_F(MovieWriterTest, LosslessRgbWithAlphaComesBackBitExact) {
-    struct Case {
-        std::string name;
-        std::string sourceArgs;  // "" for frames from images
-        std::string codec;       // what the output's video must be
-        std::string pixFmt;
-    };
-    const std::vector<Case> cases = {
-        {"anim.mov", "-c:v qtrle -pix_fmt argb", "qtrle", "argb"},
-        {"png.mov", "-c:v png -pix_fmt rgba", "png", "rgba"},
-        {"images.mkv", "", "ffv1", "bgra"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::string source;
-        if (!c.sourceArgs.empty()) {
-            source = path("source-" + c.name);
-            ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=64x48:rate=25:duration=0.2,format=rgba " + c.sourceArgs),
-                      "");
-        }
-        const std::string output = path(c.name);
-        {
-            MovieWriter writer(output, 64, 48, true, source, -1, {});
-            const std::vector<int64_t> pts = source.empty() ? std::vector<int64_t>{0, 1, 2, 3, 4} : videoPts(source);
-            for (size_t i = 0; i < pts.size(); ++i) writer.write(*pattern(64, 48, static_cast<int>(i), true), pts[i]);
-            writer.finish();
-        }
-        EXPECT_EQ(field(output, "stream=codec_name,pix_fmt", "v"), c.codec + "\n" + c.pixFmt);
-        const std::string frames = decoded(output);
-        std::string expected;
-        for (int i = 0; i < 5; ++i) {
-            const std::vector<uint8_t> bytes = rgba(*pattern(64, 48, i, true));
-            expected.append(bytes.begin(), bytes.end());
-        }
-        EXPECT_TRUE(frames == expected) << "decoded " << frames.size() << " bytes, expected " << expected.size();
-    }
-}
-
+// Each container's usual codec, with alpha where it has some, the alpha kept: from images, and
+// from a source whose codec the container cannot hold (ProRes into mp4), which gets the usual
+// format too. Images are written at the rate asked for, tagged BT.709 limited range, and so.
 TEST_F(MovieWriterTest, ImagesBecomeTheContainersUsualCodecTaggedBt709) {
-    MovieOptions options;
-    options.fps = {30000, 1001};
-    const std::string output = path("images.mp4");
-    {
-        MovieWriter writer(output, 320, 240, false, "", -1, options);
-        EXPECT_EQ(writer.encoderDescription(), "libx264 yuv420p");
-        EXPECT_EQ(writer.timeBase().num, 1001);
-        EXPECT_EQ(writer.timeBase().den, 30000);
-        for (int i = 0; i < 12; ++i) writer.write(*pattern(320, 240, i, false), i);
-        writer.finish();
-    }
-    EXPECT_EQ(field(output, "stream=codec_name,profile,pix_fmt,r_frame_rate", "v"), "h264\nHigh\nyuv420p\n30000/1001");
-    EXPECT_EQ(field(output, "stream=color_space,color_range", "v"), "tv\nbt709");
-    EXPECT_EQ(field(output, "stream=nb_read_frames", "v:0 -count_frames"), "12");
-    const std::string frames = decoded(output, "scale=in_color_matrix=bt709:in_range=tv");
-    EXPECT_GT(psnr(frames, 11, *pattern(320, 240, 11, false)), 40.0);
-
-    // Each container's usual codec, with alpha where it has some: from images, and from a source
-    // whose codec the container cannot hold (ProRes into mp4), which gets the usual format too.
     const std::string prores = path("prores.mov");
     ASSERT_EQ(makeClip(prores, "-f lavfi -i testsrc2=size=256x128:rate=25:duration=0.2 -c:v prores_ks"), "");
+    MovieOptions ntsc;
+    ntsc.fps = {30000, 1001};
     const struct {
         std::string name, source;
         bool alpha;
-        std::string encoder;
-    } usual[] = {{"a.webm", "", true, "libvpx-vp9 yuva420p"},
-                 {"b.mkv", "", false, "ffv1 bgr0"},
-                 {"c.mxf", "", false, "dnxhd yuv422p"},
-                 {"d.mp4", prores, false, "libx264 yuv420p"}};
-    for (const auto& u : usual) {
-        MovieWriter writer(path(u.name), 256, 128, u.alpha, u.source, -1, {});
-        EXPECT_EQ(writer.encoderDescription(), u.encoder) << u.name;
-        writer.write(*pattern(256, 128, 0, u.alpha), 0);
-        writer.finish();
-        EXPECT_EQ(field(path(u.name), "stream=nb_read_frames", "v:0 -count_frames"), "1") << u.name;
+        MovieOptions options;
+        std::string encoder, probed, decoder;
+    } cases[] = {
+        {"a.mp4", "", false, ntsc, "libx264 yuv420p", "h264,High,yuv420p,tv,bt709,30000/1001,3"},
+        {"b.webm",
+         "",
+         true,
+         {},
+         "libvpx-vp9 yuva420p",
+         "vp9,Profile 0,yuv420p,tv,bt709,25/1,3",
+         "-c:v libvpx-vp9"},
+        {"c.mkv", "", true, {}, "ffv1 bgra", "ffv1,unknown,bgra,unknown,gbr,25/1,3"},
+        {"d.mxf", "", false, {}, "dnxhd yuv422p", "dnxhd,DNXHR HQ,yuv422p,tv,bt709,25/1,3"},
+        {"e.mp4", prores, false, {}, "libx264 yuv420p", "h264,High,yuv420p,unknown,unknown,25/1,3"},
+        {"f.mov", "", true, {}, "prores_ks yuva444p10le", "prores,4444,yuva444p12le,tv,bt709,25/1,3"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string output = path(c.name);
+        {
+            MovieWriter writer(output, 256, 128, c.alpha, c.source, -1, c.options);
+            EXPECT_EQ(writer.encoderDescription(), c.encoder);
+            for (int i = 0; i < 3; ++i)
+                writer.write(*pattern(256, 128, i, c.alpha), i * (c.source.empty() ? 1 : 512));
+            writer.finish();
+        }
+        EXPECT_EQ(probe(output,
+                        "-count_frames -select_streams v:0 -show_entries stream=codec_name,profile,pix_fmt,"
+                        "color_range,color_space,r_frame_rate,nb_read_frames -of csv=p=0"),
+                  c.probed + "\n");
+        const std::string frames =
+            decoded(output, c.source.empty() ? "scale=in_color_matrix=bt709:in_range=tv" : "", c.decoder);
+        const Match last = match(frames, 2, 256, 128, c.alpha);
+        EXPECT_GT(last.psnr, 40.0);
+        EXPECT_LT(last.alphaError, 3.0);
     }
-    EXPECT_EQ(field(path("c.mxf"), "stream=profile", "v"), "DNXHR HQ");
-
-    // ProRes 4444 where there is alpha, and it keeps the alpha.
-    const std::string mov = path("images.mov");
-    MovieWriter writer(mov, 64, 48, true, "", -1, {});
-    EXPECT_EQ(writer.encoderDescription(), "prores_ks yuva444p10le");
-    writer.write(*pattern(64, 48, 0, true), 0);
-    writer.finish();
-    EXPECT_EQ(field(mov, "stream=codec_name,profile,pix_fmt", "v"), "prores\n4444\nyuva444p12le");  // as the decoder says
-    const std::string alpha = decoded(mov, "alphaextract");
-    ASSERT_EQ(alpha.size(), 64u * 48u * 4u);
-    EXPECT_NEAR(static_cast<uint8_t>(alpha[4 * 0]), 255, 2);
-    EXPECT_NEAR(static_cast<uint8_t>(alpha[4 * 64 * 47]), 0, 2);
 }
 
-// Argument faults are refused in the constructor, before a file or a temporary file exists.
+// Argument faults are refused in the constructor, before a file or a temporary file exists; an
+// output the system cannot create is named with its reason.
 TEST_F(MovieWriterTest, RefusesWhatCannotBeWrittenBeforeWritingAnything) {
     const std::string odd = path("odd.mov");
-    ASSERT_EQ(makeClip(odd, "-f lavfi -i testsrc2=size=161x121:rate=25:duration=0.2,format=rgb24 -c:v qtrle"), "");
-    struct Case {
-        std::string output;
-        std::string source;
-        MovieOptions options;
-        std::string says;
-    };
-    MovieOptions unknownOption, unknownCodec, wrongFormat, badPreset, oddX264;
+    ASSERT_EQ(makeClip(odd, "-f lavfi -i testsrc2=size=161x121:rate=25:duration=0.2,format=rgb24 -c:v qtrle"),
+              "");
+    MovieOptions unknownOption, unknownCodec, wrongFormat, badPreset;
     unknownOption.codecOptions = {"crf=20", "frobnicate=1"};
     unknownCodec.codec = "nosuchcodec";
     wrongFormat.codec = "libx264";
     wrongFormat.pixFmt = "bgra";
     badPreset.preset = "warp";
-    const std::vector<Case> cases = {
-        {path("a.mp4"), "", unknownOption, "frobnicate"},
-        {path("b.mp4"), "", unknownCodec, "nosuchcodec"},
-        {path("c.mp4"), "", wrongFormat, "yuv420p"},
-        {path("d.mp4"), "", badPreset, "libx264"},
-        {path("e.xyz"), "", {}, "not a movie container"},
+    const struct {
+        std::string output, source;
+        MovieOptions options;
+        int status;
+        std::string says;
+    } cases[] = {
+        {path("a.mp4"), "", unknownOption, JobError::kUsage, "frobnicate"},
+        {path("b.mp4"), "", unknownCodec, JobError::kUsage, "nosuchcodec"},
+        {path("c.mp4"), "", wrongFormat, JobError::kUsage, "yuv420p"},
+        {path("d.mp4"), "", badPreset, JobError::kUsage, "libx264"},
+        {path("e.xyz"), "", {}, JobError::kUsage, "not a movie container"},
         // Odd-size RGB into an mp4: H.264 4:2:0 cannot take it; 4:4:4 can.
-        {path("f.mp4"), odd, {}, "--pix-fmt yuv444p"},
-        {odd, odd, {}, "source movie itself"},
+        {path("f.mp4"), odd, {}, JobError::kUsage, "--pix-fmt yuv444p"},
+        {odd, odd, {}, JobError::kUsage, "source movie itself"},
+        {path("missing/clip.mkv"),
+         "",
+         {},
+         JobError::kImage,
+         "missing/clip.mkv: cannot write: No such file or directory"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.output + " " + c.says);
         try {
-            MovieWriter writer(c.output, c.source.empty() ? 64 : 161, c.source.empty() ? 48 : 121, false, c.source, -1,
-                               c.options);
+            MovieWriter writer(c.output, c.source.empty() ? 64 : 161, c.source.empty() ? 48 : 121, false,
+                               c.source, -1, c.options);
             ADD_FAILURE() << "accepted";
         } catch (const JobError& e) {
-            EXPECT_EQ(e.status(), JobError::kUsage);
+            EXPECT_EQ(e.status(), c.status);
             EXPECT_NE(std::string(e.what()).find(c.says), std::string::npos) << e.what();
         }
-        if (c.output != odd) {
-            EXPECT_FALSE(exists(c.output));
-        }
+        if (c.output != odd) EXPECT_FALSE(exists(c.output));
         EXPECT_EQ(runCommand("ls -A '" + dir + "' | grep -c partial").out, "0\n");
     }
     // The same odd movie is kept as it is where its codec can go.
-    rewrite(odd, path("odd-out.mov"), 161, 121, false);
+    rewrite(odd, path("odd-out.mov"), 161, 121);
     EXPECT_EQ(field(path("odd-out.mov"), "stream=codec_name,width,height", "v"), "qtrle\n161\n121");
 }
 
+// The movie is written under a temporary name and renamed into place by finish(); a writer
+// destroyed unfinished leaves neither.
 TEST_F(MovieWriterTest, WritesUnderATemporaryNameAndLeavesNothingWhenUnfinished) {
-    const std::string output = path("clip.mkv");
-    std::string temporary;
-    {
-        MovieWriter writer(output, 64, 48, false, "", -1, {});
-        temporary = writer.temporaryPath();
-        EXPECT_EQ(temporary, path(".clip.mkv.fxhost-partial"));
-        writer.write(*pattern(64, 48, 0, false), 0);
-        EXPECT_TRUE(exists(temporary));
-        EXPECT_FALSE(exists(output));
-    }
-    EXPECT_FALSE(exists(temporary));
-    EXPECT_FALSE(exists(output));
-
-    MovieWriter writer(output, 64, 48, false, "", -1, {});
-    writer.write(*pattern(64, 48, 0, false), 0);
-    writer.finish();
-    EXPECT_TRUE(exists(output));
-    EXPECT_FALSE(exists(temporary));
-
-    try {
-        MovieWriter nowhere(path("missing/clip.mkv"), 64, 48, false, "", -1, {});
-        ADD_FAILURE() << "accepted";
-    } catch (const JobError& e) {
-        EXPECT_EQ(e.status(), JobError::kImage);
-        EXPECT_NE(std::string(e.what()).find("missing/clip.mkv: cannot write: No such file or directory"),
-                  std::string::npos)
-            << e.what();
+    const std::string output = path("clip.mkv"), temporary = path(".clip.mkv.fxhost-partial");
+    for (const bool finished : {false, true}) {
+        {
+            MovieWriter writer(output, 64, 48, false, "", -1, {});
+            EXPECT_EQ(writer.temporaryPath(), temporary);
+            writer.write(*pattern(64, 48, 0, false), 0);
+            EXPECT_TRUE(exists(temporary) && !exists(output));
+            if (finished) writer.finish();
+        }
+        EXPECT_FALSE(exists(temporary));
+        EXPECT_EQ(exists(output), finished);
     }
 }
-
-TEST_F(MovieWriterTest, AStreamTheContainerCannotHoldIsNamedAndLeftOut) {
-    const std::string subtitles = path("subs.srt");
-    FILE* file = std::fopen(subtitles.c_str(), "w");
-    std::fputs("1\n00:00:00,000 --> 00:00:00,500\nHello\n", file);
-    std::fclose(file);
-    const std::string source = path("subs.mkv");
-    ASSERT_EQ(makeClip(source, "-f lavfi -i testsrc2=size=64x48:rate=25:duration=1 -f lavfi -i sine=duration=1 -i '" +
-                                   subtitles + "' -map 0 -map 1 -map 2 -c:v libx264 -c:a aac -c:s srt"),
-              "");
-    const std::string output = path("subs.mp4");
-    testing::internal::CaptureStderr();
-    rewrite(source, output, 64, 48, false);
-    const std::string warnings = testing::internal::GetCapturedStderr();
-    EXPECT_NE(warnings.find("stream #2 of " + source + " (subtitle subrip) is left out: a mp4 file cannot hold it"),
-              std::string::npos)
-        << warnings;
-    EXPECT_EQ(field(output, "stream=codec_type"), "video\naudio");
-    EXPECT_EQ(audioHash(output), audioHash(source));
-
-    // MXF holds neither H.264 from a camera nor AAC: the video becomes its usual DNxHR, at its
-    // frame rate, and the sound is named and left out.
-    const std::string camera = cameraClip(dir);
-    ASSERT_TRUE(exists(camera)) << camera;
-    testing::internal::CaptureStderr();
-    rewrite(camera, path("camera.mxf"), 320, 240, false);
-    const std::string mxfWarnings = testing::internal::GetCapturedStderr();
-    EXPECT_NE(mxfWarnings.find("(audio aac, eng) is left out: a mxf file cannot hold it"), std::string::npos)
-        << mxfWarnings;
-    EXPECT_EQ(field(path("camera.mxf"), "stream=codec_name,nb_read_frames", "v:0 -count_frames"), "dnxhd\n50");
-}
-
-}  // namespace
