@@ -43,8 +43,7 @@ protected:
 
     void setUpTurned() {
         setUpEffect();
-        host->setParamValue(1, known::kTurned.hue);
-        host->setParamValue(2, known::kTurned.saturation);
+        setParams(known::kTurned.hue, known::kTurned.saturation);
     }
 
     ObjectCensus census() {
@@ -75,7 +74,11 @@ protected:
     HostWorld output{7, 5, Depth::Eight};
 };
 
-TEST_F(Lifecycle, FramesFailedPartWayLeaveNoObjectOrLevelBehind) {
+// Frames that fail part-way leave no object or level behind; set-down deletes everything, and no GL
+// call from set-up to set-down is made on the host's context, on none or on a destroyed one.
+TEST_F(Lifecycle, FailedFramesLeaveNothingAndSetDownDeletesEverythingWithItsOwnContexts) {
+    GLCallSpy::start();
+    GLCallSpy::forbid({host->glContext()->context()});
     setUpTurned();
     expectGoodFrame();
     const ObjectCensus settled = census();
@@ -83,37 +86,25 @@ TEST_F(Lifecycle, FramesFailedPartWayLeaveNoObjectOrLevelBehind) {
 
     HostWorld deep(7, 5, Depth::Sixteen);  // an 8-bit frame gets no 8-bit pixels from it: the upload fails
     known::fillPattern(deep);
-    const std::function<PF_Err()> failures[] = {
-        [&] {  // after the level is pushed
-            host->faults().missingSuites = {"AEGP Layer Suite"};
-            return host->renderFrame(input, output);
-        },
-        [&] { return host->renderFrame(deep, output); },
-        [&] {  // after the level is resolved
-            host->faults().missingSuites = {"PF Handle Suite"};
-            return host->renderFrame(input, output);
-        },
-        [&] {
-            host->faults().faults = {{Callback::NewHandle}};
-            return host->renderFrame(input, output);
-        },
+    const struct {
+        fxhost::FaultPlan plan;
+        HostWorld& from;
+    } failures[] = {
+        {{{"AEGP Layer Suite"}, {}, {}, false}, input},  // after the level is pushed
+        {{{}, {}, {}, false}, deep},
+        {{{"PF Handle Suite"}, {}, {}, false}, input},  // after the level is resolved
+        {{{}, {}, {{Callback::NewHandle}}, false}, input},
     };
     for (int round = 0; round < 3; ++round) {
-        for (const auto& fail : failures) {
-            EXPECT_EQ(fail(), PF_Err_BAD_CALLBACK_PARAM);
+        for (const auto& failure : failures) {
+            host->faults() = failure.plan;
+            EXPECT_EQ(host->renderFrame(failure.from, output), PF_Err_BAD_CALLBACK_PARAM);
             host->faults().clear();
             expectGoodFrame();
         }
     }
     EXPECT_EQ(census(), settled) << census().describe() << " against " << settled.describe();
-}
 
-TEST_F(Lifecycle, SetDownDeletesEverythingWithItsOwnContextsCurrent) {
-    GLCallSpy::start();
-    GLCallSpy::forbid({host->glContext()->context()});
-    setUpTurned();
-    expectGoodFrame();
-    expectGoodFrame();
     ASSERT_EQ(host->globalSetdown(), PF_Err_NONE);
     EXPECT_TRUE(GLCallSpy::strays().empty()) << *GLCallSpy::strays().begin();
     EXPECT_GT(GLCallSpy::calls(), 0);

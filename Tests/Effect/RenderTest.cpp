@@ -17,11 +17,6 @@ protected:
         setUpEffect();
     }
 
-    void setParams(double hue, double saturation) {
-        host->setParamValue(1, hue);
-        host->setParamValue(2, saturation);
-    }
-
     // `pixels` repeated along the rows, each row starting one further on.
     static void fillRows(HostWorld& world, const std::vector<ARGB>& pixels) {
         for (int y = 0; y < world.height(); ++y) {

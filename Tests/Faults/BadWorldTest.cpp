@@ -26,8 +26,7 @@ protected:
     void SetUp() override {
         HostFixture::SetUp();
         setUpEffect();
-        host->setParamValue(1, known::kTurned.hue);
-        host->setParamValue(2, known::kTurned.saturation);
+        setParams(known::kTurned.hue, known::kTurned.saturation);
     }
     void TearDown() override {
         // Whatever came before, the effect renders the next good frame right.

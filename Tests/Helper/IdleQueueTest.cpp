@@ -37,32 +37,24 @@ TEST(IdleQueue, RunsOneTaskPerUpdateOldestFirstAndDropsOneThatThrows) {
         "the queue's updates");
 }
 
+// Tasks posted from several threads while the consumer runs them: none lost, each thread's in its order.
 TEST(IdleQueue, SeveralProducersOneConsumerLoseNothing) {
-    constexpr int kProducers = 4, kTasksEach = 2000;
+    constexpr int kTasksEach = 2000;
     IdleQueue queue;
-    // Written only by tasks, which all run on the consumer thread.
-    std::vector<std::vector<int>> seen(kProducers);
-    int total = 0;
+    std::vector<int> seen[3];  // written only by tasks, which all run on the consumer thread
     std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p) {
+    for (int p = 0; p < 3; ++p) {
         producers.emplace_back([&, p] {
-            for (int i = 0; i < kTasksEach; ++i) {
-                queue.async([&seen, &total, p, i] {
-                    seen[p].push_back(i);
-                    ++total;
-                });
-                queue.hasTask();
-            }
+            for (int i = 0; i < kTasksEach; ++i) queue.async([&seen, p, i] { seen[p].push_back(i); });
         });
     }
     RunBounded(
         [&] {
-            while (total < kProducers * kTasksEach) queue.updateQueue();
+            while (seen[0].size() + seen[1].size() + seen[2].size() < 3 * kTasksEach) queue.updateQueue();
         },
         "the consumer to run every task");
     for (auto& producer : producers) producer.join();
-    // One producer posts in sequence, so its tasks run in that sequence.
     std::vector<int> inOrder(kTasksEach);
     std::iota(inOrder.begin(), inOrder.end(), 0);
-    for (int p = 0; p < kProducers; ++p) EXPECT_TRUE(seen[p] == inOrder) << "producer " << p;
+    for (const auto& one : seen) EXPECT_TRUE(one == inOrder);
 }

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -19,13 +16,12 @@ namespace {
 class Waiters {
 public:
     explicit Waiters(Semaphore& semaphore) : mSemaphore(semaphore) {}
-
     ~Waiters() {
         for (auto& thread : mThreads) thread.join();
     }
 
-    // Starts one more waiter and returns once it is blocked, so the arrival
-    // order is the order of the calls.
+    // Starts one more waiter and returns once it is blocked (it times out where the waiter found a
+    // unit left), so the arrival order is the order of the calls.
     void addBlocked() {
         const int64_t before = mSemaphore.waiters();
         const int id = static_cast<int>(mThreads.size());
@@ -55,45 +51,33 @@ private:
 
 }  // namespace
 
-TEST(Semaphore, BlocksOnlyOnceTheCountIsSpent) {
+// Waits pass while the count lasts and are not counted as waiters; then they block, and a signal
+// releases the last arrival first; signalAll releases every blocked waiter and, with nobody
+// blocked, adds no unit.
+TEST(Semaphore, BlocksOnceTheCountIsSpentAndReleasesLastArrivalFirst) {
     Semaphore semaphore(2);
-    semaphore.wait();
-    semaphore.wait();
+    RunBounded(
+        [&] {
+            semaphore.wait();
+            semaphore.wait();
+        },
+        "two waits on a count of two");
     semaphore.signal(0);
-    EXPECT_EQ(semaphore.waiters(), 0);  // passing waits are not counted
+    EXPECT_EQ(semaphore.waiters(), 0);
 
-    // addBlocked would time out had a unit been left over.
     Waiters waiters(semaphore);
-    waiters.addBlocked();
-    EXPECT_TRUE(waiters.released().empty());
-    semaphore.signal();
-    waiters.waitForReleased(1);
-    WaitFor([&] { return semaphore.waiters() == 0; }, "the waiter to leave");
-}
-
-TEST(Semaphore, ReleasesLastArrivalFirst) {
-    Semaphore semaphore(0);
-    Waiters waiters(semaphore);
-    for (int i = 0; i < 3; ++i) waiters.addBlocked();  // ids 0, 1, 2 in arrival order
-    for (size_t i = 1; i <= 3; ++i) {
+    for (int i = 0; i < 4; ++i) waiters.addBlocked();  // ids 0 to 3 in arrival order
+    for (size_t i = 1; i <= 2; ++i) {
         semaphore.signal();
         waiters.waitForReleased(i);
     }
-    EXPECT_EQ(waiters.released(), (std::vector<int>{2, 1, 0}));
-}
-
-TEST(Semaphore, SignalAllReleasesEveryBlockedWaiterAndNoUnitIsLeft) {
-    Semaphore semaphore(0);
-    {
-        Waiters waiters(semaphore);
-        for (int i = 0; i < 3; ++i) waiters.addBlocked();
-        semaphore.signalAll();
-        waiters.waitForReleased(3);
-    }
-    // With nobody blocked it releases nothing and adds no unit: the next wait blocks.
+    EXPECT_EQ(waiters.released(), (std::vector<int>{3, 2}));
     semaphore.signalAll();
-    Waiters late(semaphore);
-    late.addBlocked();
+    waiters.waitForReleased(4);
+    WaitFor([&] { return semaphore.waiters() == 0; }, "the waiters to leave");
+
+    semaphore.signalAll();
+    waiters.addBlocked();
     semaphore.signal();
-    late.waitForReleased(1);
+    waiters.waitForReleased(5);
 }

@@ -16,15 +16,11 @@
 
 class GLCallSpy {
 public:
-    /// Starts a record: contexts seen and calls counted from here on; no throw armed.
+    /// Starts a record: contexts seen and calls counted from here on; no throw armed, none forbidden.
     static void start() {
         install();
-        State& s = state();
-        s.contexts.clear();
-        s.names.clear();
-        s.calls = 0;
-        s.throwAt = 0;
-        s.recording = true;
+        state() = State();
+        state().recording = true;
     }
     static void stop() { state().recording = false; }
 
@@ -72,8 +68,9 @@ private:
             // EGL keeps a destroyed context current until it is released, and still names it;
             // only a query tells that it is gone, and a call made on it is a stray too.
             EGLint unused = 0;
-            const bool alive = current != EGL_NO_CONTEXT &&
-                               eglQueryContext(eglGetCurrentDisplay(), current, EGL_CONFIG_ID, &unused) == EGL_TRUE;
+            const bool alive =
+                current != EGL_NO_CONTEXT &&
+                eglQueryContext(eglGetCurrentDisplay(), current, EGL_CONFIG_ID, &unused) == EGL_TRUE;
             if (!alive || s.forbidden.count(current)) s.names.insert(call.function->name());
             if (s.calls == s.throwAt) {
                 s.recording = false;

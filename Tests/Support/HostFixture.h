@@ -24,6 +24,10 @@ protected:
         ASSERT_EQ(host->globalSetup(), PF_Err_NONE);
         ASSERT_EQ(host->paramsSetup(), PF_Err_NONE);
     }
+    void setParams(double hue, double saturation) {
+        host->setParamValue(1, hue);
+        host->setParamValue(2, saturation);
+    }
 
     std::unique_ptr<fxhost::EffectHost> host;
 };

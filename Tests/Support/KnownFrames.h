@@ -53,18 +53,16 @@ inline std::string checkPattern(const fxhost::HostWorld& output, const Settings&
                                 float tolerance = 1.5f) {
     for (int y = 0; y < output.height(); ++y) {
         for (int x = 0; x < output.width(); ++x) {
-            const bool red = isRed(x, y);
-            if (!red && !settings.greyStaysGrey) continue;
-            const ARGB& want = red ? settings.red : kGrey;
+            if (!isRed(x, y) && !settings.greyStaysGrey) continue;
+            const ARGB& want = isRed(x, y) ? settings.red : kGrey;
+            const float w[4] = {want.a, want.r, want.g, want.b};
             float got[4];
             output.getPixel(x, y, got);
-            const float w[4] = {want.a, want.r, want.g, want.b};
             for (int c = 0; c < 4; ++c) {
-                if (!(std::fabs(got[c] - w[c]) <= tolerance)) {
+                if (!(std::fabs(got[c] - w[c]) <= tolerance))
                     return std::string(settings.name) + ": pixel " + std::to_string(x) + "," +
                            std::to_string(y) + " channel " + std::to_string(c) + " is " +
                            std::to_string(got[c]) + ", want " + std::to_string(w[c]);
-                }
             }
         }
     }

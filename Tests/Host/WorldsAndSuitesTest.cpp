@@ -1,51 +1,45 @@
-#include "HostSuites.h"
-
+// The stand-in host's worlds and suites.
 #include <gtest/gtest.h>
 
+#include "HostSuites.h"
 #include "HostWorld.h"
 #include "PFSuites.h"
 
-using fxhost::Callback;
 using fxhost::Depth;
-using fxhost::Fault;
 using fxhost::HostWorld;
 
 namespace {
 
-class HostSuitesTest : public ::testing::Test {
-protected:
-    HostSuitesTest() : suites(plan) {}
-
-    template <typename T>
-    const T* acquire(const char* name, int32_t version) {
-        const void* table = nullptr;
-        EXPECT_EQ(suites.basicSuite()->AcquireSuite(name, version, &table), kSPNoError) << name;
-        return static_cast<const T*>(table);
-    }
-
-    fxhost::FaultPlan plan;
-    fxhost::HostSuites suites;
-};
+uint8_t* Byte(HostWorld& world, int y, int offset) {
+    return static_cast<uint8_t*>(world.def()->data) + y * world.rowbytes() + offset;
+}
 
 }  // namespace
 
-TEST_F(HostSuitesTest, FaultOnSecondCallFailsThatCallOnly) {
-    plan.faults.push_back(Fault{Callback::NewHandle, PF_Err_NONE, 2});
-    const auto* handles = acquire<PF_HandleSuite1>(kPFHandleSuite, kPFHandleSuiteVersion1);
-    PF_Handle got[3];
-    for (PF_Handle& handle : got) handle = handles->host_new_handle(8);
-    EXPECT_NE(got[0], nullptr);
-    EXPECT_EQ(got[1], nullptr);
-    EXPECT_NE(got[2], nullptr);
-    EXPECT_EQ(suites.liveHandles(), 2);
-    handles->host_dispose_handle(got[0]);
-    handles->host_dispose_handle(got[2]);
-    EXPECT_EQ(suites.liveHandles(), 0);
+TEST(HostWorld, GuardsCatchAWriteOneBytePastARowOrTheLastRow) {
+    HostWorld world(3, 2, Depth::Eight);
+    EXPECT_TRUE(world.guardsIntact());
+    *Byte(world, 0, 3 * 4 - 1) = 1;  // the last byte of row 0's last pixel is the world's own
+    *Byte(world, 1, 3 * 4 - 1) = 1;
+    EXPECT_TRUE(world.guardsIntact());
+
+    *Byte(world, 0, 3 * 4) = 0;
+    EXPECT_FALSE(world.guardsIntact());
+    *Byte(world, 0, 3 * 4) = HostWorld::kGuardByte;
+    EXPECT_TRUE(world.guardsIntact());
+
+    *Byte(world, 2, 0) = 0;  // the first byte after the last row's padding
+    EXPECT_FALSE(world.guardsIntact());
 }
 
 // Each pixel of the overlap once, with the source pixel at the same place; float worlds only.
-TEST_F(HostSuitesTest, IterateVisitsEachPixelOfTheOverlapOnce) {
-    const auto* suite = acquire<PF_iterateFloatSuite1>(kPFIterateFloatSuite, kPFIterateFloatSuiteVersion1);
+TEST(HostSuites, IterateVisitsEachPixelOfTheOverlapOnce) {
+    fxhost::FaultPlan plan;
+    fxhost::HostSuites suites(plan);
+    const void* table = nullptr;
+    ASSERT_EQ(suites.basicSuite()->AcquireSuite(kPFIterateFloatSuite, kPFIterateFloatSuiteVersion1, &table),
+              kSPNoError);
+    const auto* suite = static_cast<const PF_iterateFloatSuite1*>(table);
     HostWorld src(5, 2, Depth::Float), dst(3, 4, Depth::Float), eight(3, 2, Depth::Eight);
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 5; ++x) {
