@@ -15,7 +15,7 @@ BUILD=${1:-build-mutants}
 FIRST=${2:-1}
 export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$(dirname "$PWD")}
 [ -n "${DRY:-}" ] || [ -d "$BUILD" ] || cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DOSTRIVANE_BENCH=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+    -DOSTRIVANE_BENCH=OFF -DOSTRIVANE_UNITY_BUILD=OFF -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
 # shellcheck disable=SC2086
 [ -n "${DRY:-}" ] || cmake --build "$BUILD" -j2 ${TARGETS:+--target $TARGETS} >/dev/null || { echo "the unchanged tree does not build"; exit 2; }
 
