@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
 
@@ -23,11 +22,6 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
-
-std::string readBytes(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
 
 std::string repeat(const std::string& frame, int count) {
     std::string all;
@@ -127,8 +121,8 @@ TEST_F(HostPrograms, TwoInstancesInOneFfmpegGraphKeepTheirOwnSizesAndValues) {
         path("a.raw") + " -map [b] -f rawvideo -pix_fmt rgba " + path("b.raw"));
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "");
-    EXPECT_TRUE(readBytes(path("a.raw")) == fxhostReference(a, "90", "1.5")) << "FFmpeg's frame differs";
-    EXPECT_TRUE(readBytes(path("b.raw")) == fxhostReference(b, "180", "0.4")) << "FFmpeg's frame differs";
+    EXPECT_TRUE(readText(path("a.raw")) == fxhostReference(a, "90", "1.5")) << "FFmpeg's frame differs";
+    EXPECT_TRUE(readText(path("b.raw")) == fxhostReference(b, "180", "0.4")) << "FFmpeg's frame differs";
 }
 
 // melt's slice threads hand the module bands of rows (threads=N); melt runs frames on two render
@@ -189,12 +183,12 @@ TEST_F(HostPrograms, GStreamerRendersWhatFxhostRenders) {
 // past its output, which the host's guard bytes catch) pass through unchanged with one message.
 TEST_F(HostPrograms, InstalledModuleRendersWithTheBundleBesideItAndPassesFailedFramesThrough) {
     const std::string in = makeFrame(32, 8, "in.png");
-    CommandResult r = ffmpegInstalled("prefix", readBytes(OSTRIVANE_BUNDLE_PATH), in, 1, ":0.25|0.75");
+    CommandResult r = ffmpegInstalled("prefix", readText(OSTRIVANE_BUNDLE_PATH), in, 1, ":0.25|0.75");
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "");
     EXPECT_TRUE(r.out == fxhostReference(in, "90", "1.5")) << "FFmpeg's frame differs from fxhost render's";
 
-    r = ffmpegInstalled("broken", readBytes(FREI0R_BROKEN_BUNDLE_PATH), in, 3, ":0.25|0.75");
+    r = ffmpegInstalled("broken", readText(FREI0R_BROKEN_BUNDLE_PATH), in, 3, ":0.25|0.75");
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(r.out == repeat(rawRgba(in), 3)) << "the frames did not pass through unchanged";
     const std::regex message(kModuleName + ": the frame at time 0 passes through unchanged: .*bytes outside the output world were written");
@@ -209,7 +203,7 @@ TEST_F(HostPrograms, ModuleWithoutAWholeBundleFailsInOneClearLine) {
     for (const bool cut : {false, true}) {
         const std::string prefix = cut ? "cut" : "lonely", lonely = path(prefix) + "/lib/frei0r-1";
         const CommandResult r =
-            ffmpegInstalled(prefix, cut ? readBytes(OSTRIVANE_BUNDLE_PATH).substr(0, 5000) : "", in, 1, "");
+            ffmpegInstalled(prefix, cut ? readText(OSTRIVANE_BUNDLE_PATH).substr(0, 5000) : "", in, 1, "");
         EXPECT_TRUE(r.status > 0 && r.status < 128) << "ffmpeg ended with " << r.status << " (128 and up: a signal)";
         EXPECT_NE(r.err.find("Impossible to load frei0r instance"), std::string::npos) << r.err;
         const std::string why =

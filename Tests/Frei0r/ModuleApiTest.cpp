@@ -26,11 +26,6 @@ namespace {
 struct Module {
     template <typename F>
     F get(const char* name) const { return reinterpret_cast<F>(handle ? dlsym(handle, name) : nullptr); }
-    double param(f0r_instance_t instance, int index) {
-        double value = -1;
-        getParam(instance, &value, index);
-        return value;
-    }
     void set(f0r_instance_t instance, double hue, double saturation) {
         setParam(instance, &hue, 0);
         setParam(instance, &saturation, 1);
@@ -78,8 +73,11 @@ TEST_F(ModuleApi, InstancesStartAtTheDefaultsOutliveDeinitAndKeepTheirOwnValuesO
     m.init();  // MLT: once more for every filter
     f0r_instance_t b = m.construct(64, 40);
     ASSERT_TRUE(a && b);
-    EXPECT_EQ(m.param(a, 0), 0.0);  // 0 degrees
-    EXPECT_EQ(m.param(a, 1), 0.5);  // saturation 1 of 0 to 2
+    double defaults[2] = {-1, -1};
+    m.getParam(a, &defaults[0], 0);
+    m.getParam(a, &defaults[1], 1);
+    EXPECT_EQ(defaults[0], 0.0);  // 0 degrees
+    EXPECT_EQ(defaults[1], 0.5);  // saturation 1 of 0 to 2
     m.set(a, 0.25, 0.75);
     m.set(b, 0.5, 0.2);
     const std::vector<uint32_t> aBefore = render(m, a, small), bBefore = render(m, b, large);

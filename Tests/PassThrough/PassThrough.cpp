@@ -20,8 +20,7 @@ PF_Err About(PF_OutData* out) {
 PF_Err PreRender(PF_InData* in, PF_PreRenderExtra* extra) {
     if (!extra || !extra->input || !extra->output || !extra->cb) return PF_Err_BAD_CALLBACK_PARAM;
     PF_RenderRequest request = extra->input->output_request;
-    PF_CheckoutResult result;
-    std::memset(&result, 0, sizeof result);
+    PF_CheckoutResult result{};
     if (const PF_Err err = extra->cb->checkout_layer(in->effect_ref, 0, 0, &request, in->current_time,
                                                      in->time_step, in->time_scale, &result)) {
         return err;

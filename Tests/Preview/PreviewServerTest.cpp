@@ -13,8 +13,6 @@
 #include "PreviewProcess.h"
 #include "SequenceFiles.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
 const std::string kFxhost = OSTRIVANE_FXHOST_PATH;
@@ -23,17 +21,9 @@ const std::string kSample = std::string(OSTRIVANE_SOURCE_DIR) + "/samples/colour
 // "set=" and the value, encoded for a query.
 std::string set(const std::string& value) { return "set=" + httplib::detail::encode_query_param(value); }
 
-class PreviewTest : public ::testing::Test {
+class PreviewTest : public WithFolder<> {
 protected:
-    void SetUp() override {
-        mDir = fs::temp_directory_path() / ("fxhost-preview-" + std::to_string(getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(mDir);
-        fs::create_directories(mDir);
-    }
-    void TearDown() override { fs::remove_all(mDir); }
-
-    std::string path(const std::string& name) const { return (mDir / name).string(); }
+    std::string path(const std::string& name) const { return dir + "/" + name; }
 
     // GET with the token in the query; the Host header is the client's own unless given.
     static httplib::Result get(PreviewProcess& preview, const std::string& target,
@@ -63,8 +53,6 @@ protected:
             runCommand(kFxhost + " -q render " + options + " " + quote(input) + " " + quote(output));
         return result.status == 0 ? "" : result.err;
     }
-
-    fs::path mDir;
 };
 
 TEST_F(PreviewTest, OnlyThisServersPagesWithTheTokenGetIn) {
@@ -178,7 +166,7 @@ TEST_F(PreviewTest, BadRequestsAreRefusedInTheCommandLinesWords) {
 TEST_F(PreviewTest, AFrameIsWhatRenderWritesAndTheCommandWritesIt) {
     // A name a shell must be careful with.
     const std::string input = path("it's a frame.png");
-    fs::copy_file(kSample, input);
+    std::filesystem::copy_file(kSample, input);
     PreviewProcess preview({"--set", "Saturation=0.5", input});
     ASSERT_GT(preview.port(), 0);
     struct Case {
@@ -201,7 +189,7 @@ TEST_F(PreviewTest, AFrameIsWhatRenderWritesAndTheCommandWritesIt) {
         // The command line, run as printed, writes the same pixels.
         const httplib::Result command = get(preview, "/api/command?" + c.query);
         ASSERT_EQ(command->status, 200);
-        fs::remove(path("it's a frame.preview.png"));
+        std::filesystem::remove(path("it's a frame.preview.png"));
         const CommandResult run = runCommand(command->body);
         ASSERT_EQ(run.status, 0) << command->body << run.err;
         EXPECT_EQ(samePixels(path("it's a frame.preview.png"), path("rendered.png")), "") << command->body;

@@ -55,8 +55,7 @@ public:
     std::string restOfOutput() {
         std::string rest;
         char buffer[256];
-        ssize_t n;
-        while ((n = read(mOut, buffer, sizeof buffer)) > 0) rest.append(buffer, static_cast<size_t>(n));
+        for (ssize_t n; (n = read(mOut, buffer, sizeof buffer)) > 0;) rest.append(buffer, static_cast<size_t>(n));
         return rest;
     }
 

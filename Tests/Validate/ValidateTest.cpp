@@ -18,10 +18,6 @@ namespace {
 
 const std::string kValidate = std::string(OSTRIVANE_FXHOST_PATH) + " validate";
 
-std::string broken(const std::string& name) {
-    return std::string(OSTRIVANE_BROKEN_DIR) + "/" + name + ".plugin";
-}
-
 // The tests the report marks FAIL.
 std::set<std::string> failedTests(const std::string& report) {
     std::set<std::string> failed;
@@ -70,7 +66,8 @@ TEST(Validate, EachBrokenBundleFailsTheTestNamingItsFaultAndNoOther) {
     for (const Fault& fault : kFaults) {
         if (runs.size() >= 2) runs[runs.size() - 2].wait();
         runs.push_back(std::async(std::launch::async, runCommand,
-                                  kValidate + " " + fault.options + " --plugin " + broken(fault.bundle)));
+                                  kValidate + " " + fault.options + " --plugin " + OSTRIVANE_BROKEN_DIR + "/" +
+                                      fault.bundle + ".plugin"));
     }
     for (size_t i = 0; i < runs.size(); ++i) {
         SCOPED_TRACE(kFaults[i].bundle);
@@ -103,11 +100,10 @@ TEST(Validate, ReportsOnStandardOutputAndInFiles) {
         worldsRuns += test["name"] == "worlds" && (test["run"] == 1 || test["run"] == 2);
     }
     EXPECT_EQ(worldsRuns, 2) << report;
-    std::stringstream junitText;
-    junitText << std::ifstream(junit).rdbuf();
-    EXPECT_NE(junitText.str().find("tests=\"4\" failures=\"0\""), std::string::npos) << junitText.str();
-    EXPECT_NE(junitText.str().find("<testcase classname=\"validate\" name=\"worlds #1\""), std::string::npos)
-        << junitText.str();
+    const std::string junitText = readText(junit);
+    EXPECT_NE(junitText.find("tests=\"4\" failures=\"0\""), std::string::npos) << junitText;
+    EXPECT_NE(junitText.find("<testcase classname=\"validate\" name=\"worlds #1\""), std::string::npos)
+        << junitText;
 }
 
 TEST(Validate, ExitCodesForBadArgumentsAndBundlesThatDoNotLoad) {
