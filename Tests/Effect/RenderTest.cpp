@@ -81,11 +81,11 @@ TEST_F(Render, KnownColoursMatchHandWorkedFigures) {
 }
 
 // The first failing callback's code is the frame's, whatever fails after it; the frame is still
-// drawn with what could be read, and every parameter is read whatever became of the one before.
+// drawn with what could be read, and every parameter is read whatever became of the one before,
+// by either renderer.
 TEST_F(Render, TheFirstOfSeveralFailuresIsReported) {
     HostWorld input(2, 1, Depth::Eight), output(2, 1, Depth::Eight);
     fillRows(input, {known::kRed});
-    setParams(180.0, 1.0);
     const PF_Err first = PF_Err_INVALID_INDEX, later = PF_Err_OUT_OF_MEMORY;
     struct Case {
         const char* name;
@@ -106,12 +106,21 @@ TEST_F(Render, TheFirstOfSeveralFailuresIsReported) {
          known::kTurned.red},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        host->faults().faults = c.faults;
-        host->suites().resetCalls();
-        EXPECT_EQ(host->renderFrame(input, output), first);
-        EXPECT_EQ(host->suites().calls(Callback::CheckoutParam), 2);
-        EXPECT_EQ(host->suites().calls(Callback::CheckinParam), 2);
-        expectNear(output, 0, 0, c.drawn, 1.5f);
+        for (fxhost::Renderer renderer : {fxhost::Renderer::GL, fxhost::Renderer::CPU}) {
+            SCOPED_TRACE(testing::Message()
+                         << c.name << (renderer == fxhost::Renderer::CPU ? ", CPU" : ", GL"));
+            fxhost::HostOptions options;
+            options.renderer = renderer;
+            host.reset();
+            host.reset(new fxhost::EffectHost(OSTRIVANE_BUNDLE_PATH, options));
+            setUpEffect();
+            setParams(180.0, 1.0);
+            host->faults().faults = c.faults;
+            host->suites().resetCalls();
+            EXPECT_EQ(host->renderFrame(input, output), first);
+            EXPECT_EQ(host->suites().calls(Callback::CheckoutParam), 2);
+            EXPECT_EQ(host->suites().calls(Callback::CheckinParam), 2);
+            expectNear(output, 0, 0, c.drawn, 1.5f);
+        }
     }
 }
