@@ -28,16 +28,19 @@ protected:
         dir = "/tmp/fxhost-movie-" + std::to_string(getpid()) + "-" +
               ::testing::UnitTest::GetInstance()->current_test_info()->name();
         ASSERT_EQ(std::system(("rm -rf " + dir + " && mkdir -p " + dir + "/out").c_str()), 0);
-        clip = dir + "/clip.mp4";
         // 25 frames, BT.709, with sound and a timecode, as a camera's clip comes.
-        ASSERT_EQ(makeClip(clip,
-                           "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 -f lavfi -i sine=duration=1 "
-                           "-c:v libx264 -pix_fmt yuv420p -bf 3 -g 10 -colorspace bt709 -color_primaries "
-                           "bt709 -color_trc bt709 -c:a aac -timecode 01:00:00:00"),
-                  "");
+        clip = make("clip.mp4",
+                    "-f lavfi -i testsrc2=size=160x90:rate=25:duration=1 -f lavfi -i sine=duration=1 "
+                    "-c:v libx264 -pix_fmt yuv420p -bf 3 -g 10 -colorspace bt709 -color_primaries "
+                    "bt709 -color_trc bt709 -c:a aac -timecode 01:00:00:00");
     }
     void TearDown() override { std::system(("rm -rf " + dir).c_str()); }
 
+    // DIR/NAME, made by ffmpeg from ARGS.
+    std::string make(const std::string& name, const std::string& args) {
+        EXPECT_EQ(makeClip(dir + "/" + name, args), "");
+        return dir + "/" + name;
+    }
     CommandResult render(const std::string& args) {
         return runCommand(kFxhost + " render --set \"Hue Value=0\" " + args);
     }
@@ -91,11 +94,10 @@ TEST_F(FxhostMovie, ImagesIntoAMovieAndBackBitExact) {
 // comes back as it went in (ProRes keeps it within a step; VP9 codes it lossily, about one step on
 // average here, kept beside the picture and read by the libvpx decoder alone).
 TEST_F(FxhostMovie, RgbaImagesKeepTheirAlphaInAMovie) {
-    const std::string frames = dir + "/rgba_%04d.png";
-    ASSERT_EQ(makeClip(frames,
-                       "-f lavfi -i \"testsrc2=size=64x36:rate=25:duration=0.12,format=rgba,geq=r='r(X,Y)':"
-                       "g='g(X,Y)':b='b(X,Y)':a='mod(X*7+Y*3+N*50,256)'\" -start_number 1"),
-              "");
+    const std::string frames =
+        make("rgba_%04d.png",
+             "-f lavfi -i \"testsrc2=size=64x36:rate=25:duration=0.12,format=rgba,"
+             "geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='mod(X*7+Y*3+N*50,256)'\" -start_number 1");
     const std::string alphaIn = decode(frames, "-pix_fmt rgba");
     for (const std::string name : {"alpha.mov", "alpha.webm"}) {
         const std::string movie = dir + "/" + name, back = dir + "/out/" + name + "_%04d.png";
@@ -119,13 +121,10 @@ TEST_F(FxhostMovie, MovieIntoAMovie) {
               "h264,25\naac,44\nunknown,N/A\n");  // the timecode track too
     EXPECT_EQ(filesIn(dir + "/out").size(), 1u);
 
-    const std::string vfr = dir + "/vfr.mkv",
-                      times = "-show_entries frame=best_effort_timestamp_time -of csv=p=0";
-    ASSERT_EQ(
-        makeClip(vfr,
-                 "-f lavfi -i testsrc2=size=64x36:rate=25:duration=1 -vf \"select='not(eq(mod(n,4),1))'\" "
-                 "-fps_mode vfr -c:v ffv1"),
-        "");
+    const std::string times = "-show_entries frame=best_effort_timestamp_time -of csv=p=0";
+    const std::string vfr = make("vfr.mkv",
+                                 "-f lavfi -i testsrc2=size=64x36:rate=25:duration=1 -vf "
+                                 "\"select='not(eq(mod(n,4),1))'\" -fps_mode vfr -c:v ffv1");
     const CommandResult v = render(vfr + " " + dir + "/out/vfr.mkv");
     ASSERT_EQ(v.status, 0) << v.err;
     EXPECT_EQ(probe(dir + "/out/vfr.mkv", times), probe(vfr, times));
@@ -151,20 +150,17 @@ TEST_F(FxhostMovie, QuietSilencesTheCodecsButNotErrors) {
 // a 10-bit movie is named as deeper than the effect renders: a warning, or under --strict-depth a
 // refusal.
 TEST_F(FxhostMovie, CutAndTenBitInputs) {
-    const std::string whole = dir + "/whole.mkv", cut = dir + "/cut.mkv", deep = dir + "/deep.mkv";
-    ASSERT_EQ(
-        makeClip(whole,
-                 "-f lavfi -i testsrc2=size=160x90:rate=25:duration=2,noise=alls=30:allf=t -c:v libx264"),
-        "");
+    const std::string cut = dir + "/cut.mkv";
+    const std::string whole = make(
+        "whole.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=2,noise=alls=30:allf=t -c:v libx264");
     ASSERT_TRUE(halve(whole, cut));
     const CommandResult r = render(cut + " " + dir + "/out/cut.mp4");
     EXPECT_EQ(r.status, 3);
     EXPECT_NE(r.err.find("'" + cut + "' cannot be decoded at frame "), std::string::npos) << r.err;
     EXPECT_TRUE(filesIn(dir + "/out").empty());
 
-    ASSERT_EQ(
-        makeClip(deep, "-f lavfi -i testsrc2=size=64x36:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p10le"),
-        "");
+    const std::string deep = make(
+        "deep.mkv", "-f lavfi -i testsrc2=size=64x36:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p10le");
     const CommandResult warned = render(deep + " " + dir + "/out/w_%04d.png");
     EXPECT_EQ(warned.status, 0) << warned.err;
     EXPECT_NE(warned.err.find("10-bit"), std::string::npos) << warned.err;
@@ -176,11 +172,9 @@ TEST_F(FxhostMovie, CutAndTenBitInputs) {
 
 // SIGINT while a movie is being written leaves neither the movie nor its temporary file.
 TEST_F(FxhostMovie, InterruptedMovieLeavesNothing) {
-    const std::string longClip = dir + "/long.mp4", progress = dir + "/progress", err = dir + "/err";
-    ASSERT_EQ(
-        makeClip(longClip,
-                 "-f lavfi -i testsrc2=size=320x180:rate=25:duration=20 -c:v libx264 -preset ultrafast"),
-        "");
+    const std::string progress = dir + "/progress", err = dir + "/err";
+    const std::string longClip = make(
+        "long.mp4", "-f lavfi -i testsrc2=size=320x180:rate=25:duration=20 -c:v libx264 -preset ultrafast");
     const pid_t pid = fork();
     if (pid == 0) {
         dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), 2);

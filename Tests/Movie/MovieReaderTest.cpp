@@ -98,18 +98,16 @@ TEST_F(MovieReaderTest, ConvertsWithTheStreamsOwnMatrixAndRange) {
 // order, the last included (the decoder holds it back until it is drained). MPEG-TS starts late
 // and its demuxer seeks past the frame asked for.
 TEST_F(MovieReaderTest, FindsEveryFrameExactlyInAnyOrder) {
+    const std::vector<int> anyOrder = {30, 5, 6, 48, 1, 21, 20, 40, 47, 2}, tsOrder = {20, 1, 14};
     const struct {
         const char *name, *matrix;
         int frames;
-        std::vector<int> order;
+        const std::vector<int>& order;
         std::string args;
     } cases[] = {
-        {"gop.mp4",
-         "bt709",
-         48,
-         {30, 5, 6, 48, 1, 21, 20, 40, 47, 2},
+        {"gop.mp4", "bt709", 48, anyOrder,
          kNoisy + kX264 + "-colorspace bt709 -bf 3 -x264-params keyint=20:open_gop=1 -t 1.92"},
-        {"stream.ts", "bt601", 25, {20, 1, 14}, kNoisy + "-c:v mpeg2video -bf 2 -g 12 -t 1"},
+        {"stream.ts", "bt601", 25, tsOrder, kNoisy + "-c:v mpeg2video -bf 2 -g 12 -t 1"},
     };
     for (const auto& c : cases) {
         ASSERT_EQ(makeClip(clip(c.name), c.args), "");

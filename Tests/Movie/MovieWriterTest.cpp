@@ -267,26 +267,20 @@ TEST_F(MovieWriterTest, KeepsTheSourcesRangeFieldOrderAndPixelAspect) {
 TEST_F(MovieWriterTest, ImagesBecomeTheContainersUsualCodecTaggedBt709) {
     const std::string prores = path("prores.mov");
     ASSERT_EQ(makeClip(prores, "-f lavfi -i testsrc2=size=256x128:rate=25:duration=0.2 -c:v prores_ks"), "");
-    MovieOptions ntsc;
+    MovieOptions ntsc, none;
     ntsc.fps = {30000, 1001};
     const struct {
         std::string name, source;
         bool alpha;
         MovieOptions options;
-        std::string encoder, probed, decoder;
+        std::string encoder, probed;
     } cases[] = {
         {"a.mp4", "", false, ntsc, "libx264 yuv420p", "h264,High,yuv420p,tv,bt709,30000/1001,3"},
-        {"b.webm",
-         "",
-         true,
-         {},
-         "libvpx-vp9 yuva420p",
-         "vp9,Profile 0,yuv420p,tv,bt709,25/1,3",
-         "-c:v libvpx-vp9"},
-        {"c.mkv", "", true, {}, "ffv1 bgra", "ffv1,unknown,bgra,unknown,gbr,25/1,3"},
-        {"d.mxf", "", false, {}, "dnxhd yuv422p", "dnxhd,DNXHR HQ,yuv422p,tv,bt709,25/1,3"},
-        {"e.mp4", prores, false, {}, "libx264 yuv420p", "h264,High,yuv420p,unknown,unknown,25/1,3"},
-        {"f.mov", "", true, {}, "prores_ks yuva444p10le", "prores,4444,yuva444p12le,tv,bt709,25/1,3"},
+        {"b.webm", "", true, none, "libvpx-vp9 yuva420p", "vp9,Profile 0,yuv420p,tv,bt709,25/1,3"},
+        {"c.mkv", "", true, none, "ffv1 bgra", "ffv1,unknown,bgra,unknown,gbr,25/1,3"},
+        {"d.mxf", "", false, none, "dnxhd yuv422p", "dnxhd,DNXHR HQ,yuv422p,tv,bt709,25/1,3"},
+        {"e.mp4", prores, false, none, "libx264 yuv420p", "h264,High,yuv420p,unknown,unknown,25/1,3"},
+        {"f.mov", "", true, none, "prores_ks yuva444p10le", "prores,4444,yuva444p12le,tv,bt709,25/1,3"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -302,8 +296,10 @@ TEST_F(MovieWriterTest, ImagesBecomeTheContainersUsualCodecTaggedBt709) {
                         "-count_frames -select_streams v:0 -show_entries stream=codec_name,profile,pix_fmt,"
                         "color_range,color_space,r_frame_rate,nb_read_frames -of csv=p=0"),
                   c.probed + "\n");
+        // VP9 keeps its alpha beside the picture, where only the libvpx decoder reads it.
+        const std::string decoder = c.name == "b.webm" ? "-c:v libvpx-vp9" : "";
         const std::string frames =
-            decoded(output, c.source.empty() ? "scale=in_color_matrix=bt709:in_range=tv" : "", c.decoder);
+            decoded(output, c.source.empty() ? "scale=in_color_matrix=bt709:in_range=tv" : "", decoder);
         const Match last = match(frames, 2, 256, 128, c.alpha);
         EXPECT_GT(last.psnr, 40.0);
         EXPECT_LT(last.alphaError, 3.0);
@@ -316,7 +312,7 @@ TEST_F(MovieWriterTest, RefusesWhatCannotBeWrittenBeforeWritingAnything) {
     const std::string odd = path("odd.mov");
     ASSERT_EQ(makeClip(odd, "-f lavfi -i testsrc2=size=161x121:rate=25:duration=0.2,format=rgb24 -c:v qtrle"),
               "");
-    MovieOptions unknownOption, unknownCodec, wrongFormat, badPreset;
+    MovieOptions unknownOption, unknownCodec, wrongFormat, badPreset, none;
     unknownOption.codecOptions = {"crf=20", "frobnicate=1"};
     unknownCodec.codec = "nosuchcodec";
     wrongFormat.codec = "libx264";
@@ -332,14 +328,11 @@ TEST_F(MovieWriterTest, RefusesWhatCannotBeWrittenBeforeWritingAnything) {
         {path("b.mp4"), "", unknownCodec, JobError::kUsage, "nosuchcodec"},
         {path("c.mp4"), "", wrongFormat, JobError::kUsage, "yuv420p"},
         {path("d.mp4"), "", badPreset, JobError::kUsage, "libx264"},
-        {path("e.xyz"), "", {}, JobError::kUsage, "not a movie container"},
+        {path("e.xyz"), "", none, JobError::kUsage, "not a movie container"},
         // Odd-size RGB into an mp4: H.264 4:2:0 cannot take it; 4:4:4 can.
-        {path("f.mp4"), odd, {}, JobError::kUsage, "--pix-fmt yuv444p"},
-        {odd, odd, {}, JobError::kUsage, "source movie itself"},
-        {path("missing/clip.mkv"),
-         "",
-         {},
-         JobError::kImage,
+        {path("f.mp4"), odd, none, JobError::kUsage, "--pix-fmt yuv444p"},
+        {odd, odd, none, JobError::kUsage, "source movie itself"},
+        {path("missing/clip.mkv"), "", none, JobError::kImage,
          "missing/clip.mkv: cannot write: No such file or directory"},
     };
     for (const auto& c : cases) {
@@ -352,7 +345,7 @@ TEST_F(MovieWriterTest, RefusesWhatCannotBeWrittenBeforeWritingAnything) {
             EXPECT_EQ(e.status(), c.status);
             EXPECT_NE(std::string(e.what()).find(c.says), std::string::npos) << e.what();
         }
-        if (c.output != odd) EXPECT_FALSE(exists(c.output));
+        EXPECT_TRUE(c.output == odd || !exists(c.output));
         EXPECT_EQ(runCommand("ls -A '" + dir + "' | grep -c partial").out, "0\n");
     }
     // The same odd movie is kept as it is where its codec can go.
