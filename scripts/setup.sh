@@ -13,7 +13,7 @@ $SUDO apt-get update -qq
 # movies, the preview's HTTP server, JSON, the command line; the sheet's font; frei0r's header.
 $SUDO apt-get install -y -qq --no-install-recommends \
   g++ cmake ninja-build pkg-config \
-  libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev \
+  libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev libopengl-dev \
   libopenimageio-dev libcli11-dev fonts-dejavu-core \
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev \
   libcpp-httplib-dev nlohmann-json3-dev frei0r-plugins-dev >/dev/null
