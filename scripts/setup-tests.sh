@@ -7,9 +7,10 @@ bash scripts/setup.sh
 SUDO=""
 if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
 export DEBIAN_FRONTEND=noninteractive
-# GoogleTest and Google Benchmark; FFmpeg's programs, which make the tests' clips and read the
+# GoogleTest and Google Benchmark; OpenGL ES's headers (the bad-world tests ask the driver for
+# its largest texture through them); FFmpeg's programs, which make the tests' clips and read the
 # outputs back; oiiotool for scripts/digests.sh.
-$SUDO apt-get install -y -qq --no-install-recommends libgtest-dev libbenchmark-dev ffmpeg \
+$SUDO apt-get install -y -qq --no-install-recommends libgtest-dev libbenchmark-dev libgles-dev ffmpeg \
   openimageio-tools >/dev/null
 # The frei0r module's hosts beside FFmpeg: melt with its profiles and module descriptions
 # (libmlt-data, which melt's library only recommends) and GStreamer with its frei0r elements.
