@@ -187,7 +187,7 @@ int main(int argc, char** argv) {
             options.bundleOutput = fxhost::Console::bundleOutput();
             options.renderer = fxhost::parseRenderer(rendererWord);
             fxhost::EffectHost host(plugin, options);
-            const std::string report = fxhost::describeEffect(host);
+            const std::string report = fxhost::describeEffect(host, "fxhost " OSTRIVANE_VERSION);
             std::cout << report << std::flush;
             return 0;
         }

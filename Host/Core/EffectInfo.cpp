@@ -104,7 +104,7 @@ std::string versionText(A_u_long packed) {
     return text;
 }
 
-std::string describeEffect(EffectHost& host) {
+std::string describeEffect(EffectHost& host, const std::string& hostName) {
     require(host.about(), "PF_Cmd_ABOUT");
     std::string about = host.outData().return_msg;
     for (char& c : about) {
@@ -115,7 +115,10 @@ std::string describeEffect(EffectHost& host) {
     const PF_OutData& out = host.outData();
 
     std::string text = about + "\n\n";
-    text += "Version:    " + versionText(out.my_version) + "\n";
+    // The effect's version is its own, not the host's: both are named so that neither is taken
+    // for the other.
+    text += "Version:    " + versionText(out.my_version) + ", as the effect declares it\n";
+    text += "Host:       " + hostName + "\n";
     text += "out_flags:  " + outFlagNames(out.out_flags) + "\n";
     text += "out_flags2: " + outFlag2Names(out.out_flags2) + "\n";
     text += "Renderer:   " + std::string(rendererName(host.renderer())) + " (" + host.rendererReason() + ")\n";

@@ -265,6 +265,7 @@ PYBIND11_MODULE(fxhost, m) {
     m.doc() =
         "Effect bundles in process: NumPy RGBA frames (uint8, uint16, float32) rendered as fxhost render "
         "renders image files of the same depth.";
+    m.attr("__version__") = FXHOST_PYTHON_VERSION;
 
     // Translators run newest first: the narrower class is tried before the one it derives from.
     auto& effectError = py::register_exception<EffectError>(m, "EffectError", PyExc_RuntimeError);

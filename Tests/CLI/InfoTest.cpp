@@ -13,8 +13,9 @@ TEST(FxhostInfo, PrintsAboutVersionFlagsAndParameters) {
     const CommandResult r = runFxhost("info");
     EXPECT_EQ(r.status, 0);
     for (const std::string line :
-         {"Ostrivane Hue And Saturation v" OSTRIVANE_VERSION "\nOstrivane Hue And Saturation\n",
-          "Version:    " OSTRIVANE_VERSION "." OSTRIVANE_VERSION_PATCH_TEXT " (develop, build 1)", "out_flags:  none",
+         {"Ostrivane Hue And Saturation v1.0\nOstrivane Hue And Saturation\n",
+          "Version:    1.0.0 (develop, build 1), as the effect declares it\nHost:       fxhost " OSTRIVANE_VERSION "\n",
+          "out_flags:  none",
           "out_flags2: PF_OutFlag2_SUPPORTS_SMART_RENDER\n",
           "1  Hue Value    float slider  valid 0 to 360  slider 0 to 360  default 0  precision 1",
           "2  Saturation   float slider  valid 0 to 2  slider 0 to 2  default 1  precision 2"})

@@ -7,19 +7,16 @@ using fxhost::Callback;
 
 TEST_F(HostFixture, AboutAndGlobalSetupDeclareNameVersionAndOnlySmartRender) {
     EXPECT_EQ(host->about(), PF_Err_NONE);
-    EXPECT_STREQ(host->outData().return_msg,
-                 "Ostrivane Hue And Saturation v" OSTRIVANE_VERSION "\rOstrivane Hue And Saturation");
+    // The effect's own version, 1.0, whatever the project's: hosts check the effect against it.
+    EXPECT_STREQ(host->outData().return_msg, "Ostrivane Hue And Saturation v1.0\rOstrivane Hue And Saturation");
     EXPECT_EQ(host->suites().acquired("PF ANSI Suite"), 1);
     EXPECT_EQ(host->suites().released("PF ANSI Suite"), 1);
 
     host->outData().out_flags = 0x7fffffff;
     host->outData().out_flags2 = 0x7fffffff;
     EXPECT_EQ(host->globalSetup(), PF_Err_NONE);
-    // The project's version, packed: major in bits 19 up, minor from 15, bug from 11, build 1.
-    const std::string version = OSTRIVANE_VERSION;
-    const unsigned major = std::stoul(version), minor = std::stoul(version.substr(version.find('.') + 1));
-    EXPECT_EQ(host->outData().my_version,
-              major << 19 | minor << 15 | std::stoul(OSTRIVANE_VERSION_PATCH_TEXT) << 11 | 1u);
+    // 1.0.0, stage develop, build 1, packed: major in bits 19 up, minor from 15, bug from 11.
+    EXPECT_EQ(host->outData().my_version, 0x80001u);
     EXPECT_EQ(host->outData().out_flags, 0);
     EXPECT_EQ(host->outData().out_flags2, 0x400);
 }

@@ -25,14 +25,11 @@ namespace GaussianBlur {
 namespace {
 
 constexpr const char* kEffectName = "Ostrivane Hue And Saturation";
-// The project's version, given by the build (CMakeLists.txt's project()), so the about text, the
-// version the host reads and the package never disagree.
-#if !defined(OSTRIVANE_VERSION_MAJOR) || !defined(OSTRIVANE_VERSION_MINOR) || !defined(OSTRIVANE_VERSION_PATCH)
-#error "OSTRIVANE_VERSION_MAJOR, _MINOR and _PATCH come from the build: see CMakeLists.txt"
-#endif
-constexpr int kMajorVersion = OSTRIVANE_VERSION_MAJOR;
-constexpr int kMinorVersion = OSTRIVANE_VERSION_MINOR;
-constexpr int kBugVersion = OSTRIVANE_VERSION_PATCH;
+// The effect's own version, which hosts check it against: 1.0, whatever the version of the
+// programs and package that carry it.
+constexpr int kMajorVersion = 1;
+constexpr int kMinorVersion = 0;
+constexpr int kBugVersion = 0;
 constexpr int kStageVersion = 0;
 constexpr int kBuildVersion = 1;
 
