@@ -141,6 +141,10 @@ F/FarmCommand.cpp	s/renderOptions\.insert\(renderOptions\.end\(\), \{"--renderer
 Host/Frei0r/SharedEffect.cpp	s/std::getenv\("FXHOST_RENDERER"\)/nullptr/	the frei0r module ignores FXHOST_RENDERER
 Host/Validate/RendererChecks.cpp	s/return alpha == 0 \? 0 : \(255 \+ alpha - 1\) \/ alpha;/return 255;/	the validator lets the renderers differ by any amount
 E	s/mCPURendering = chosen == kOstrivaneRenderer_CPU;/mCPURendering = false;/	the effect ignores the host's choice of its CPU renderer
+E	s/constexpr int kMinorVersion = 0;/constexpr int kMinorVersion = 2;/	the effect declares the project's version instead of its own
+W/MovieSource.cpp	s/std::max_element\(frames\.begin/std::min_element(frames.begin/	a cut-short movie checked against the lowest frame asked for, not the highest
+G/SaveRestoreGLContextEGL.cpp	s/(if \(mSaved\.context == EGL_NO_CONTEXT\) \{\n\s*\/\/[^\n]*\n)\s*eglBindAPI\(mSaved\.api\);\n/$1/	a host without a context current loses its bound client API
+C/EffectHost.cpp	s/return static_cast<double>\(time\) \* mInData\.time_scale \/ scale \/ step;/return time \/ step;/	a time in the effect's own time scale read as the host's
 LIST
 )
 

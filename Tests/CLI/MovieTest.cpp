@@ -146,18 +146,22 @@ TEST_F(FxhostMovie, QuietSilencesTheCodecsButNotErrors) {
     EXPECT_NE(bad.err.find("rgb24"), std::string::npos) << bad.err;
 }
 
-// A movie cut short stops with exit 3 naming the file and the frame, before anything is written;
-// a 10-bit movie is named as deeper than the effect renders: a warning, or under --strict-depth a
-// refusal.
+// A movie cut short stops with exit 3 naming the file and the frame, before anything is written,
+// whether the range asked for starts before the cut or not (its 50 frames' packets end near frame
+// 25); a 10-bit movie is named as deeper than the effect renders: a warning, or under
+// --strict-depth a refusal.
 TEST_F(FxhostMovie, CutAndTenBitInputs) {
     const std::string cut = dir + "/cut.mkv";
     const std::string whole = make(
         "whole.mkv", "-f lavfi -i testsrc2=size=160x90:rate=25:duration=2,noise=alls=30:allf=t -c:v libx264");
     ASSERT_TRUE(halve(whole, cut));
-    const CommandResult r = render(cut + " " + dir + "/out/cut.mp4");
-    EXPECT_EQ(r.status, 3);
-    EXPECT_NE(r.err.find("'" + cut + "' cannot be decoded at frame "), std::string::npos) << r.err;
-    EXPECT_TRUE(filesIn(dir + "/out").empty());
+    for (const std::string args :
+         {cut + " " + dir + "/out/cut.mp4", "--frames 1-40 " + cut + " " + dir + "/out/c_%04d.png"}) {
+        const CommandResult r = render(args);
+        EXPECT_EQ(r.status, 3) << args;
+        EXPECT_NE(r.err.find("'" + cut + "' cannot be decoded at frame "), std::string::npos) << r.err;
+        EXPECT_TRUE(filesIn(dir + "/out").empty()) << args;
+    }
 
     const std::string deep = make(
         "deep.mkv", "-f lavfi -i testsrc2=size=64x36:rate=25:duration=0.2 -c:v ffv1 -pix_fmt yuv420p10le");

@@ -57,6 +57,19 @@ TEST_F(SavedContextTest, TheHostsContextComesBackOnTheWayOutOrOnceOnRestore) {
     EXPECT_EQ(EGLPlatform::currentContext(), GLFixture::context()->context());
 }
 
+// A host with no context current still has a client API bound, and that choice is its own: after
+// our context was current (which binds desktop GL), the host's OpenGL ES comes back.
+TEST_F(SavedContextTest, AHostWithoutAContextGetsItsBoundApiBack) {
+    eglMakeCurrent(EGLPlatform::display(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    ASSERT_EQ(eglBindAPI(EGL_OPENGL_ES_API), static_cast<EGLBoolean>(EGL_TRUE));
+    {
+        SaveRestoreGLContextEGL saved;
+        GLFixture::context()->makeContextCurrent();
+        ASSERT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_API));
+    }
+    EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_ES_API));
+}
+
 TEST_F(SavedContextTest, ARefusedContextIsReportedAndThrownAsAnInt) {
     int notAContext = 0;
     const auto create = refusal([&] { EGLPlatform::createContext(&notAContext); });

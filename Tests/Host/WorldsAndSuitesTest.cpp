@@ -1,6 +1,7 @@
-// The stand-in host's worlds and suites.
+// The stand-in host's worlds, suites and answers.
 #include <gtest/gtest.h>
 
+#include "HostFixture.h"
 #include "HostSuites.h"
 #include "HostWorld.h"
 #include "PFSuites.h"
@@ -70,4 +71,25 @@ TEST(HostSuites, IterateVisitsEachPixelOfTheOverlapOnce) {
     EXPECT_EQ(suite->iterate(nullptr, 0, 0, src.def(), nullptr, &visits, add, eight.def()),
               PF_Err_BAD_CALLBACK_PARAM);
     EXPECT_EQ(visits, 6);
+}
+
+// An effect may ask for a parameter at a time in a scale of its own: the host answers the value
+// at that moment. The host runs at 24 frames a second (time_scale 2400, time_step 100) and the hue
+// is keyed from 0 at frame 0 to 240 at frame 48, 5 a frame.
+TEST_F(HostFixture, AParameterCheckedOutInAnotherTimeScaleIsReadAtThatTime) {
+    setUpEffect();
+    host->setParamCurve(1, fxhost::ParameterCurve({{0, 0.0}, {48, 240.0}}));
+    host->inData().time_scale = 2400;
+    host->inData().time_step = 100;
+    const struct {
+        A_long time;
+        A_u_long scale;
+        double hue;
+    } cases[] = {{1000, 1000, 120.0}, {500, 1000, 60.0}, {200, 2400, 10.0}, {300, 0, 15.0}};
+    for (const auto& c : cases) {
+        PF_ParamDef def{};
+        ASSERT_EQ(host->inData().inter.checkout_param(host->inData().effect_ref, 1, c.time, 1, c.scale, &def),
+                  PF_Err_NONE);
+        EXPECT_DOUBLE_EQ(def.u.fs_d.value, c.hue) << c.time << " in " << c.scale;
+    }
 }
