@@ -15,7 +15,8 @@ namespace {
 constexpr size_t kChunkLimit = 64u << 20, kChunkCacheLimit = 256u << 20;
 
 std::runtime_error failure(int error) {
-    if (error == SPNG_EOF || error == SPNG_EIO) return std::runtime_error("the file ends before its image does");
+    if (error == SPNG_IO_EOF || error == SPNG_EOF) return std::runtime_error("the file ends before its image does");
+    if (error == SPNG_IO_ERROR || error == SPNG_EIO) return std::runtime_error(std::strerror(errno));
     return std::runtime_error(std::string("not a readable PNG: ") + spng_strerror(error));
 }
 

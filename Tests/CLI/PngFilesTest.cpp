@@ -1,0 +1,160 @@
+// PNGs of every kind, written byte by byte here, through fxhost and the pass-through bundle: the
+// output holds each file's pixels at its own depth, as this file's own plain decoder reads them,
+// and every ancillary chunk the input held, an ICC profile that libpng refuses to write included.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "CommandRunner.h"
+#include "SequenceFiles.h"
+
+using namespace std::string_literals;
+
+namespace {
+
+std::string be32(uint32_t v) {
+    return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
+}
+
+std::string chunk(const std::string& type, const std::string& body) {
+    const std::string typed = type + body;
+    return be32(body.size()) + typed + be32(crc32(0, reinterpret_cast<const Bytef*>(typed.data()), typed.size()));
+}
+
+std::string deflated(const std::string& raw) {
+    uLongf size = compressBound(raw.size());
+    std::string out(size, '\0');
+    compress(reinterpret_cast<Bytef*>(&out[0]), &size, reinterpret_cast<const Bytef*>(raw.data()), raw.size());
+    return out.substr(0, size);
+}
+
+std::string inflated(const std::string& packed, size_t size) {
+    std::string out(size, '\0');
+    uLongf got = size;
+    const int status = uncompress(reinterpret_cast<Bytef*>(&out[0]), &got, reinterpret_cast<const Bytef*>(packed.data()), packed.size());
+    EXPECT_EQ(status, Z_OK);
+    return out.substr(0, got);
+}
+
+struct Chunk {
+    std::string type, body;
+};
+
+std::vector<Chunk> chunksOf(const std::string& file) {
+    std::vector<Chunk> chunks;
+    EXPECT_EQ(file.substr(0, 8), "\x89PNG\r\n\x1a\n");
+    for (size_t at = 8; at + 12 <= file.size();) {
+        const auto* p = reinterpret_cast<const unsigned char*>(&file[at]);
+        const size_t size = size_t(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
+        chunks.push_back({file.substr(at + 4, 4), file.substr(at + 8, size)});
+        at += 12 + size;
+    }
+    return chunks;
+}
+
+// The ancillary chunks, compressed text and profiles inflated, in a fixed order.
+std::vector<std::string> ancillary(const std::vector<Chunk>& chunks) {
+    std::vector<std::string> found;
+    for (const Chunk& c : chunks) {
+        if (std::isupper(static_cast<unsigned char>(c.type[0])) || c.type == "tRNS") continue;  // tRNS becomes alpha
+        const size_t name = c.body.find('\0');
+        const bool packed = c.type == "zTXt" || c.type == "iCCP";
+        found.push_back(c.type + (packed ? c.body.substr(0, name) + ":" + inflated(c.body.substr(name + 2), 1 << 16) : c.body));
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+// Scanlines (without their filter byte) into a PNG; an interlaced one (bpp, bytes a pixel, above
+// 0) is split into Adam7's seven passes here.
+std::string makePng(int w, int h, int depth, int type, int bpp, const std::vector<std::string>& rows,
+                    const std::string& chunks) {
+    std::string raw;
+    if (bpp == 0) {
+        for (const std::string& row : rows) raw += '\0' + row;
+    }
+    const int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+    for (int pass = 0; bpp && pass < 7; ++pass) {
+        for (int y = passes[pass][1]; y < h; y += passes[pass][3]) {
+            std::string line;
+            for (int x = passes[pass][0]; x < w; x += passes[pass][2]) line += rows[y].substr(x * bpp, bpp);
+            if (!line.empty()) raw += '\0' + line;
+        }
+    }
+    const std::string ihdr = be32(w) + be32(h) + char(depth) + char(type) + '\0' + '\0' + char(bpp ? 1 : 0);
+    return "\x89PNG\r\n\x1a\n" + chunk("IHDR", ihdr) + chunks + chunk("IDAT", deflated(raw)) + chunk("IEND", "");
+}
+
+// An ICC display profile whose PCS illuminant is D65, not D50, as wide-gamut P3 and BT.2020
+// pictures carry it: a header and its white point.
+std::string wideGamutProfile() {
+    const std::string d65 = be32(0xF352) + be32(0x10000) + be32(0x116C8);
+    return be32(164) + "none" + be32(0x02100000) + "mntrRGB XYZ " + std::string(12, '\0') + "acsp" +
+           std::string(28, '\0') + d65 + std::string(48, '\0') + be32(1) + "wtpt" + be32(144) + be32(20) + "XYZ " +
+           std::string(4, '\0') + d65;
+}
+
+class FxhostPng : public WithFolder<> {};
+
+}  // namespace
+
+TEST_F(FxhostPng, EveryKindComesBackAtItsDepthWithItsChunks) {
+    const std::string text = chunk("tEXt", "Title\0Sunrise"s) +
+                             chunk("zTXt", "Comment\0\0"s + deflated("packed words")) +
+                             chunk("iTXt", "Author\0\0\0de\0Autor\0J\xc3\xbcrgen"s);
+    const std::string colour = chunk("gAMA", be32(45455)) + chunk("pHYs", be32(2835) + be32(5670) + '\1') +
+                               chunk("cHRM", be32(31270) + be32(32900) + be32(68000) + be32(32000) + be32(26500) +
+                                                 be32(69000) + be32(15000) + be32(6000)) +
+                               chunk("iCCP", "P3 D65\0\0"s + deflated(wideGamutProfile()));
+    const struct {
+        std::string name;
+        int w, h, depth, type, bpp;  // bpp above 0: interlaced
+        std::vector<std::string> rows;
+        std::string chunks;
+        int outDepth, outType;
+        std::string out;  // the output's scanlines, one after the other
+    } cases[] = {
+        {"grey 8", 4, 2, 8, 0, 0, {"\x00\x01\x80\xff"s, "\x07\x08\x09\x0a"s}, text, 8, 0, "\x00\x01\x80\xff\x07\x08\x09\x0a"s},
+        {"grey+alpha 16", 2, 1, 16, 4, 0, {"\x12\xa0\xff\xff\x80\x80\x00\x00"s}, "", 16, 4,
+         "\x13\x13\xff\xff\x80\x80\x00\x00"s},
+        {"palette+tRNS", 2, 1, 8, 3, 0, {"\x01\x00"s},
+         chunk("sRGB", "\x01"s) + chunk("PLTE", "\x0a\x14\x1e\x28\x32\x3c"s) + chunk("tRNS", "\x80"s), 8, 6,
+         "\x28\x32\x3c\xff\x0a\x14\x1e\x80"s},
+        {"1-bit", 10, 1, 1, 0, 0, {"\xb0\x40"s}, "", 8, 0, "\xff\x00\xff\xff\x00\x00\x00\x00\x00\xff"s},
+        {"interlaced RGB 8", 3, 3, 8, 2, 3,
+         {"\x01\x02\x03\x04\x05\x06\x07\x08\x09"s, "\x0a\x0b\x0c\x0d\x0e\x0f\x10\x11\x12"s,
+          "\x13\x14\x15\x16\x17\x18\x19\x1a\x1b"s},
+         "", 8, 2, "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f\x10\x11\x12\x13\x14\x15\x16\x17\x18\x19\x1a\x1b"s},
+        {"RGB 16, wide-gamut profile", 1, 1, 16, 2, 0, {"\x01\xc0\x7f\x80\xff\xff"s}, colour + text, 16, 2,
+         "\x02\x02\x7f\x7f\xff\xff"s},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string in = dir + "/in.png", out = dir + "/out.png";
+        const std::string file = makePng(c.w, c.h, c.depth, c.type, c.bpp, c.rows, c.chunks);
+        ASSERT_TRUE(std::ofstream(in, std::ios::binary).write(file.data(), file.size()));
+        const CommandResult r = runFxhost("-q render --plugin " OSTRIVANE_PASSTHROUGH_PATH " " + in + " " + out);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        const std::vector<Chunk> written = chunksOf(readText(out));
+        ASSERT_GE(written.size(), 3u);
+        const std::string& ihdr = written[0].body;
+        EXPECT_EQ(std::vector<int>({ihdr[8], ihdr[9], ihdr[12]}), std::vector<int>({c.outDepth, c.outType, 0}));
+        std::string packed;
+        for (const Chunk& k : written) packed += k.type == "IDAT" ? k.body : "";
+        const std::string raw = inflated(packed, 1 << 16);
+        const size_t line = c.out.size() / c.h;
+        ASSERT_EQ(raw.size(), (line + 1) * c.h);
+        for (int y = 0; y < c.h; ++y) {
+            EXPECT_EQ(raw[y * (line + 1)], '\0') << "row " << y << " is filtered";
+            EXPECT_EQ(raw.substr(y * (line + 1) + 1, line), c.out.substr(y * line, line)) << "row " << y;
+        }
+        std::vector<std::string> kept = ancillary(chunksOf(file));
+        EXPECT_EQ(ancillary(written), kept);
+    }
+}
