@@ -15,6 +15,8 @@ namespace fxhost {
 
 namespace {
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "pixels are swizzled as little-endian words");
+
 std::runtime_error failure(int error) {
     // libspng reports a failed fwrite as an I/O error; errno still holds the system's reason.
     if (error == SPNG_EIO && errno) return std::runtime_error(std::strerror(errno));
@@ -149,6 +151,21 @@ void PngOutput::write(const HostWorld& world, const std::vector<float>&, double&
                     d[2] = p[3] * 257;
                 }
                 if (n == 2 || n == 4) d[n - 1] = p[0] * 257;
+            }
+        } else if (n == 4) {
+            // A, R, G, B to R, G, B, A: the byte rotation PngInput undoes.
+            for (int x = 0; x < w; ++x, p += 4) {
+                uint32_t v;
+                std::memcpy(&v, p, 4);
+                v = v >> 8 | v << 24;
+                std::memcpy(&row[4 * static_cast<size_t>(x)], &v, 4);
+            }
+        } else if (n == 3) {
+            for (int x = 0; x < w; ++x, p += 4) {
+                uint8_t* d = &row[3 * static_cast<size_t>(x)];
+                d[0] = p[1];
+                d[1] = p[2];
+                d[2] = p[3];
             }
         } else {
             uint8_t* d = row.data();
