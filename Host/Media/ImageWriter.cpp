@@ -64,8 +64,8 @@ void ImageWriter::encode(const std::string& path, const ImageHeader& like, const
         if (PngOutput::isPngName(path) && !like.file) {
             out = std::make_unique<PngOutput>(path, like, world.width(), world.height(), options);
         } else {
-            out = ImageLibrary::codec().createOutput(path, imageLibraryHeader(like), world.width(), world.height(),
-                                                     extra.size(), options);
+            out = ImageLibrary::codec().createOutput(path, imageLibraryHeader(like), world.width(),
+                                                     world.height(), extra.size(), options);
         }
     } catch (const JobError&) {
         throw;

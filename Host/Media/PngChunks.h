@@ -14,7 +14,7 @@ namespace fxhost {
 
 struct PngChunks {
     struct Text {
-        int type = SPNG_TEXT;  // SPNG_TEXT, SPNG_ZTXT or SPNG_ITXT
+        int type = SPNG_TEXT;     // SPNG_TEXT, SPNG_ZTXT or SPNG_ITXT
         bool compressed = false;  // iTXt's own flag; zTXt always is
         std::string keyword, text, language, translatedKeyword;
     };

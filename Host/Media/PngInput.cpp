@@ -17,7 +17,9 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "pixels are swizzled as
 constexpr size_t kChunkLimit = 64u << 20, kChunkCacheLimit = 256u << 20;
 
 std::runtime_error failure(int error) {
-    if (error == SPNG_IO_EOF || error == SPNG_EOF) return std::runtime_error("the file ends before its image does");
+    if (error == SPNG_IO_EOF || error == SPNG_EOF) {
+        return std::runtime_error("the file ends before its image does");
+    }
     if (error == SPNG_IO_ERROR || error == SPNG_EIO) return std::runtime_error(std::strerror(errno));
     return std::runtime_error(std::string("not a readable PNG: ") + spng_strerror(error));
 }
@@ -52,7 +54,8 @@ PngInput::PngInput(const std::string& path)
     const bool transparent = spng_get_trns(mContext.get(), &trns) == 0;
     const int type = mIhdr.color_type;
     const bool grey = type == SPNG_COLOR_TYPE_GRAYSCALE || type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA;
-    const bool alpha = transparent || type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA || type == SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+    const bool alpha =
+        transparent || type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA || type == SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
     mHeader.width = static_cast<int>(mIhdr.width);
     mHeader.height = static_cast<int>(mIhdr.height);
     if (mHeader.width <= 0 || mHeader.height <= 0) throw std::runtime_error("the image is too large");

@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -41,13 +42,17 @@ bool PngOutput::isPngName(const std::string& name) {
     const size_t dot = name.rfind('.');
     if (dot == std::string::npos || name.find('/', dot) != std::string::npos) return false;
     std::string extension = name.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) { return std::tolower(c); });
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
     return extension == "png";
 }
 
 PngOutput::PngOutput(const std::string& name, const ImageHeader& like, int width, int height,
                      const WriteOptions& options)
-    : mName(name), mChunks(like.png), mOptions(options), mFile(nullptr, &std::fclose),
+    : mName(name),
+      mChunks(like.png),
+      mOptions(options),
+      mFile(nullptr, &std::fclose),
       mContext(nullptr, &spng_ctx_free) {
     mChannels = std::clamp(like.channels, 1, 4);
     mDropped = std::max(0, like.channels - 4);

@@ -19,7 +19,8 @@ public:
     // Whether `name` is one this class writes: it ends in .png, in any case.
     static bool isPngName(const std::string& name);
 
-    PngOutput(const std::string& name, const ImageHeader& like, int width, int height, const WriteOptions& options);
+    PngOutput(const std::string& name, const ImageHeader& like, int width, int height,
+              const WriteOptions& options);
 
     std::string formatName() const override { return "png"; }
     int droppedChannels() const override { return mDropped; }
