@@ -20,7 +20,8 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "pixels are swizzled as
 
 std::runtime_error failure(int error) {
     // libspng reports a failed fwrite as an I/O error; errno still holds the system's reason.
-    if (error == SPNG_EIO && errno) return std::runtime_error(std::strerror(errno));
+    if ((error == SPNG_IO_ERROR || error == SPNG_EIO) && errno)
+        return std::runtime_error(std::strerror(errno));
     return std::runtime_error(std::string("PNG encoder: ") + spng_strerror(error));
 }
 
