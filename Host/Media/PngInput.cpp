@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Console.h"
+
 namespace fxhost {
 
 namespace {
@@ -110,8 +112,13 @@ DepthLoss PngInput::read(HostWorld& world, std::vector<float>& extra, double& co
             convert(pixels.data(), y);
         }
     }
-    // The chunks after the pixels (text often is) come with the rest.
-    check(spng_decode_chunks(ctx));
+    // The chunks after the pixels (text often is) come with the rest; a file damaged or cut short
+    // after its last pixel still gives its picture, and what could not be read is said.
+    if (spng_decode_chunks(ctx) != 0) {
+        Console::warnOnce("'" + mChunks->source +
+                          "' is cut short or damaged after its pixels: the picture is read whole, the chunks "
+                          "after it may not be kept");
+    }
     keepChunks();
     mContext.reset();
     mFile.reset();

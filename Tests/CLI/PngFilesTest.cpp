@@ -150,4 +150,10 @@ TEST_F(FxhostPng, EveryKindComesBackAtItsDepthWithItsChunks) {
     const OIIO::ParamValue* icc = tif->spec().find_attribute("ICCProfile");
     ASSERT_NE(icc, nullptr);
     EXPECT_EQ(std::string(static_cast<const char*>(icc->data()), icc->type().size()), wideGamutProfile());
+    // Cut short after its pixels (no IEND): the picture renders, and the damage is said.
+    const std::string whole = readText(dir + "/in.png");
+    ASSERT_TRUE(std::ofstream(dir + "/in.png", std::ios::binary).write(whole.data(), whole.size() - 12));
+    const CommandResult r = runFxhost("render " + dir + "/in.png " + dir + "/out.png");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.err.find("in.png' is cut short or damaged after its pixels"), std::string::npos) << r.err;
 }
