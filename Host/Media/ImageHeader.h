@@ -8,14 +8,18 @@
 
 namespace fxhost {
 
+struct PngChunks;
+
 struct ImageHeader {
     int width = 0;
     int height = 0;
     int channels = 3;
     int alphaChannel = -1;       // the alpha channel's index, -1 without one
     std::string type = "uint8";  // the data type as the image library names it: uint8, uint16, half, float
-    // The image library's own header (Host/Images reads it), null for frames not from a file.
+    // The image library's own header (Host/Images reads it), null for frames not from a file and
+    // for PNGs, which the media layer reads itself (PngInput) and keeps the chunks of in `png`.
     std::shared_ptr<const void> file;
+    std::shared_ptr<const PngChunks> png;
 
     bool eightBit() const { return type == "uint8"; }
 };

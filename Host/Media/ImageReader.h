@@ -1,6 +1,6 @@
-// Reads one image file into the host's 8-bit ARGB world, through the image library
-// (ImageLibrary, loaded on first use): 8-bit files as bytes, deeper files through floats, rounded
-// once. Grey files fill R, G and B; files without alpha read as opaque; associated
+// Reads one image file into the host's 8-bit ARGB world: a PNG (known by its signature) through
+// libspng (PngInput), any other through the image library (ImageLibrary, loaded on first use):
+// 8-bit files as bytes, deeper files rounded once. Grey files fill R, G and B; files without alpha read as opaque; associated
 // (premultiplied) alpha, as OpenEXR and most TIFFs hold it, is divided out, since host worlds
 // hold straight alpha. Channels after the fourth are kept apart, unchanged, to be written back.
 // Failures throw std::runtime_error, one line naming the file and the reason (the system's, for

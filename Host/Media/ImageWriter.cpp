@@ -14,6 +14,8 @@
 #include "Interruption.h"
 #include "JobError.h"
 #include "PartialFile.h"
+#include "PngChunks.h"
+#include "PngOutput.h"
 
 namespace fxhost {
 
@@ -21,6 +23,24 @@ namespace {
 
 std::runtime_error writeError(const std::string& path, const std::string& why) {
     return std::runtime_error("cannot write image '" + path + "': " + why);
+}
+
+// A PNG's header as the image library reads it, for an output in another format, which then keeps
+// what it kept before PNGs were read without the library. Read again from the file; a file gone
+// since leaves the header's shape alone.
+ImageHeader imageLibraryHeader(const ImageHeader& like) {
+    if (like.file || !like.png) return like;
+    ImageHeader header = like;
+    header.png.reset();
+    try {
+        header.file = ImageLibrary::codec().openInput(like.png->source)->header().file;
+    } catch (const JobError&) {
+        throw;
+    } catch (const std::runtime_error& e) {
+        Console::warnOnce("the header of '" + like.png->source + "' cannot be read again (" + e.what() +
+                          "): the output has its size, channels and depth, not its attributes");
+    }
+    return header;
 }
 
 }  // namespace
@@ -41,7 +61,12 @@ void ImageWriter::encode(const std::string& path, const ImageHeader& like, const
     }
     std::unique_ptr<ImageOutputFile> out;
     try {
-        out = ImageLibrary::codec().createOutput(path, like, world.width(), world.height(), extra.size(), options);
+        if (PngOutput::isPngName(path) && !like.file) {
+            out = std::make_unique<PngOutput>(path, like, world.width(), world.height(), options);
+        } else {
+            out = ImageLibrary::codec().createOutput(path, imageLibraryHeader(like), world.width(),
+                                                     world.height(), extra.size(), options);
+        }
     } catch (const JobError&) {
         throw;
     } catch (const std::runtime_error& e) {
