@@ -141,6 +141,9 @@ F/FarmCommand.cpp	s/renderOptions\.insert\(renderOptions\.end\(\), \{"--renderer
 Host/Frei0r/SharedEffect.cpp	s/std::getenv\("FXHOST_RENDERER"\)/nullptr/	the frei0r module ignores FXHOST_RENDERER
 Host/Validate/RendererChecks.cpp	s/return alpha == 0 \? 0 : \(255 \+ alpha - 1\) \/ alpha;/return 255;/	the validator lets the renderers differ by any amount
 E	s/mCPURendering = chosen == kOstrivaneRenderer_CPU;/mCPURendering = false;/	the effect ignores the host's choice of its CPU renderer
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\{1\.0f, 0\.9563f, 0\.6210f\}/{1.0f, 0.9564f, 0.6210f}/	a weight of the CPU renderer's matrix off in its fourth decimal
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/Floats level = value \+ kRound;/Floats level = __builtin_convertvector(__builtin_convertvector(value, Ints), Floats) + kRound;/	the CPU renderer rounds by truncation
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/return visible \? toByte\(\(toFloat\(stored\) \* kByteToFloat\) \/ divisor \* 255\.0f\) : Pixels\{\};/return visible ? stored : Pixels{};/	the CPU renderer leaves its colour premultiplied
 LIST
 )
 
