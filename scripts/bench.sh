@@ -188,7 +188,7 @@ C1080=$(case_ms CPUEffect 1920 "1080/threads:0" "$A"); M1080=$(case_ms MemoryFlo
 M1080CPU=$(case_cpu_ms MemoryFloor 1920 1080 "$A")
 C1080ONE=$(case_cpu_ms CPUEffect 1920 "1080/threads:1" "$A"); O1080ONE=$(case_cpu_ms CPUEffectOpaque 1920 "1080/threads:1" "$A")
 r=$(ratio "$C1080ONE" "$M1080CPU")
-row "CPU effect 1080p, one thread / floor (CPU ms)" "$(printf '%.2f / %.2f' "$C1080ONE" "$M1080CPU")" "$r" "<= 3.0" "$(check "$r" "<=" 3.0)"
+row "CPU effect 1080p, 1 thread / floor (CPU ms)" "$(printf '%.2f / %.2f' "$C1080ONE" "$M1080CPU")" "$r" "<= 3.0" "$(check "$r" "<=" 3.0)"
 row "the same, every alpha 255 (CPU ms)" "$(printf '%.2f / %.2f' "$O1080ONE" "$M1080CPU")" "$(ratio "$O1080ONE" "$M1080CPU")" "-" "-"
 row "CPU effect 1080p, all threads / floor (ms)" "$(printf '%.2f / %.2f' "$C1080" "$M1080")" "$(ratio "$C1080" "$M1080")" "-" "-"
 row "frame 1920x1080 through the bundle / CPU effect" "$(printf '%.2f / %.2f' "$F1080" "$C1080")" "$(ratio "$F1080" "$C1080")" "-" "-"
