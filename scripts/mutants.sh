@@ -143,9 +143,9 @@ Host/Validate/RendererChecks.cpp	s/return alpha == 0 \? 0 : \(255 \+ alpha - 1\)
 E	s/mCPURendering = chosen == kOstrivaneRenderer_CPU;/mCPURendering = false;/	the effect ignores the host's choice of its CPU renderer
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\{1\.0f, 0\.9563f, 0\.6210f\}/{1.0f, 0.9564f, 0.6210f}/	a weight of the CPU renderer's matrix off in its fourth decimal
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/Floats level = value \+ kRound;/Floats level = __builtin_convertvector(__builtin_convertvector(value, Ints), Floats) + kRound;/	the CPU renderer rounds by truncation
-Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/return visible \? toByte\(\(toFloat\(stored\) \* kByteToFloat\) \/ divisor \* 255\.0f\) : Pixels\{\};/return visible ? stored : Pixels{};/	the CPU renderer leaves its colour premultiplied
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/atMost255\(\(stored \* kByteToFloat\) \/ divisor \* 255\.0f \+ kRound\)/atMost255(stored + kRound)/	the CPU renderer leaves its colour premultiplied
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/std::fmod\(static_cast<double>\(hueDegrees\), 360\.0\)/static_cast<double>(hueDegrees)/	the CPU renderer's hue not taken modulo 360 before it is narrowed
-Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\(toFloat\(stored\) \* kByteToFloat\) \/ divisor/(toFloat(stored) * kByteToFloat) * (1.0f \/ divisor)/	the CPU renderer's final division as a reciprocal
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\(stored \* kByteToFloat\) \/ divisor/(stored * kByteToFloat) * (1.0f \/ divisor)/	the CPU renderer's final division as a reciprocal
 LIST
 )
 

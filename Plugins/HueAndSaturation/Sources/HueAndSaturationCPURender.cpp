@@ -90,18 +90,29 @@ struct Kernel {
         return __builtin_convertvector(__builtin_convertvector(bytes, Ints), Floats);
     }
 
-    // A level clamped to 0..255 (NaN to 0) and rounded half to even, in the low byte; the bits
-    // above it are the float's exponent, which a shift by 8 or more leaves out.
-    static Pixels toLowByte(const Floats& value) {
-        const Floats low = Floats{} + kRound, high = low + 255.0f;
+    // The bits of 2^23 plus a level clamped to 0..255 (NaN to 0) and rounded half to even: the
+    // level is the low byte, and the float's exponent above it, which a shift by 8 or more leaves
+    // out. Past the lower clamp the sum is a positive float, whose bits order as integers do, so
+    // the upper clamp takes one integer minimum.
+    static Ints roundedBits(const Floats& value) {
+        const Floats low = Floats{} + kRound;
         Floats level = value + kRound;
         level = level > low ? level : low;
-        level = level < high ? level : high;
-        Pixels bits;
-        std::memcpy(&bits, &level, sizeof(bits));
-        return bits;
+        return atMost255(level);
     }
-    static Pixels toByte(const Floats& value) { return toLowByte(value) & 0xffu; }
+    // The same for a sum already at least 2^23.
+    static Ints atMost255(const Floats& sum) {
+        const Ints high = Ints{} + 0x4b0000ff;  // the bits of 2^23 + 255
+        Ints bits;
+        std::memcpy(&bits, &sum, sizeof(bits));
+        return bits < high ? bits : high;
+    }
+    static Pixels toLowByte(const Floats& value) {
+        const Ints bits = roundedBits(value);
+        Pixels pixels;
+        std::memcpy(&pixels, &bits, sizeof(pixels));
+        return pixels;
+    }
 
     static bool allOpaque(const Pixels& pixels) {
         std::uint32_t all = 0xffu;
@@ -125,14 +136,20 @@ struct Kernel {
         }
         // The GL road stores the premultiplied colour in 8 bits, and its final pass divides those
         // levels by the stored alpha in float; both roundings are kept, since each can move a
-        // level. Alpha 0 gives all zeros.
+        // level. At alpha 0 the stored colour is 0 and so is the quotient.
         const Floats zero = {};
         const Floats a = toFloat(alpha) * kByteToFloat;
-        const Ints visible = a != zero;
-        const Floats divisor = visible ? a : zero + 1.0f;
+        const Floats divisor = a != zero ? a : zero + 1.0f;
         const auto straight = [&](const Floats& level) {
-            const Pixels stored = toByte(level * a);
-            return visible ? toByte((toFloat(stored) * kByteToFloat) / divisor * 255.0f) : Pixels{};
+            const Ints storedBits = roundedBits(level * a);
+            Floats stored;
+            std::memcpy(&stored, &storedBits, sizeof(stored));
+            stored = stored - kRound;
+            // Never below 0, so only the top needs a clamp.
+            const Ints bits = atMost255((stored * kByteToFloat) / divisor * 255.0f + kRound);
+            Pixels pixels;
+            std::memcpy(&pixels, &bits, sizeof(pixels));
+            return pixels;
         };
         pixels = alpha | straight(rr) << 8 | straight(gg) << 16 | straight(bb) << 24;
         std::memcpy(out, &pixels, sizeof(pixels));
