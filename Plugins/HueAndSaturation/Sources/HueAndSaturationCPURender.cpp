@@ -74,6 +74,10 @@ Transform transformOf(float hueDegrees, float saturation) {
     return transform;
 }
 
+// Every helper of the kernel is inlined into the row function of its width, so that each is built
+// for that width's instruction set and no wide vector crosses a call.
+#define INLINE __attribute__((always_inline)) inline
+
 // One lane a pixel, a block of pixels filling one register of floats at each width.
 template <int Bytes>
 struct Vectors {
@@ -86,7 +90,7 @@ template <typename Floats, typename Ints, typename Pixels>
 struct Kernel {
     static constexpr int Lanes = sizeof(Floats) / sizeof(float);
 
-    static Floats toFloat(const Pixels& bytes) {
+    INLINE static Floats toFloat(const Pixels& bytes) {
         return __builtin_convertvector(__builtin_convertvector(bytes, Ints), Floats);
     }
 
@@ -94,34 +98,48 @@ struct Kernel {
     // level is the low byte, and the float's exponent above it, which a shift by 8 or more leaves
     // out. Past the lower clamp the sum is a positive float, whose bits order as integers do, so
     // the upper clamp takes one integer minimum.
-    static Ints roundedBits(const Floats& value) {
+    INLINE static Ints roundedBits(const Floats& value) {
         const Floats low = Floats{} + kRound;
         Floats level = value + kRound;
         level = level > low ? level : low;
         return atMost255(level);
     }
     // The same for a sum already at least 2^23.
-    static Ints atMost255(const Floats& sum) {
+    INLINE static Ints atMost255(const Floats& sum) {
         const Ints high = Ints{} + 0x4b0000ff;  // the bits of 2^23 + 255
         Ints bits;
         std::memcpy(&bits, &sum, sizeof(bits));
         return bits < high ? bits : high;
     }
-    static Pixels toLowByte(const Floats& value) {
+    INLINE static Pixels toLowByte(const Floats& value) {
         const Ints bits = roundedBits(value);
         Pixels pixels;
         std::memcpy(&pixels, &bits, sizeof(pixels));
         return pixels;
     }
 
-    static bool allOpaque(const Pixels& pixels) {
+    INLINE static bool allOpaque(const Pixels& pixels) {
         std::uint32_t all = 0xffu;
         for (int i = 0; i < Lanes; ++i) all &= pixels[i];
         return (all & 0xffu) == 0xffu;
     }
 
+    // A colour level through the GL road's premultiplied store and its division by the alpha `a`
+    // (`divisor` is `a`, or 1 where `a` is 0), as toLowByte gives it.
+    INLINE static Pixels straight(const Floats& level, const Floats& a, const Floats& divisor) {
+        const Ints storedBits = roundedBits(level * a);
+        Floats stored;
+        std::memcpy(&stored, &storedBits, sizeof(stored));
+        stored = stored - kRound;
+        // Never below 0, so only the top needs a clamp.
+        const Ints bits = atMost255((stored * kByteToFloat) / divisor * 255.0f + kRound);
+        Pixels pixels;
+        std::memcpy(&pixels, &bits, sizeof(pixels));
+        return pixels;
+    }
+
     // Host pixels are A, R, G, B in memory: A in the low byte of a little-endian 32-bit word.
-    __attribute__((always_inline)) static void block(const std::uint8_t* in, std::uint8_t* out, const Transform& t) {
+    INLINE static void block(const std::uint8_t* in, std::uint8_t* out, const Transform& t) {
         Pixels pixels;
         std::memcpy(&pixels, in, sizeof(pixels));
         const Floats r = toFloat((pixels >> 8) & 0xffu), g = toFloat((pixels >> 16) & 0xffu), b = toFloat(pixels >> 24);
@@ -140,23 +158,12 @@ struct Kernel {
         const Floats zero = {};
         const Floats a = toFloat(alpha) * kByteToFloat;
         const Floats divisor = a != zero ? a : zero + 1.0f;
-        const auto straight = [&](const Floats& level) {
-            const Ints storedBits = roundedBits(level * a);
-            Floats stored;
-            std::memcpy(&stored, &storedBits, sizeof(stored));
-            stored = stored - kRound;
-            // Never below 0, so only the top needs a clamp.
-            const Ints bits = atMost255((stored * kByteToFloat) / divisor * 255.0f + kRound);
-            Pixels pixels;
-            std::memcpy(&pixels, &bits, sizeof(pixels));
-            return pixels;
-        };
-        pixels = alpha | straight(rr) << 8 | straight(gg) << 16 | straight(bb) << 24;
+        pixels = alpha | straight(rr, a, divisor) << 8 | straight(gg, a, divisor) << 16 |
+                 straight(bb, a, divisor) << 24;
         std::memcpy(out, &pixels, sizeof(pixels));
     }
 
-    __attribute__((always_inline)) static void row(const std::uint8_t* in, std::uint8_t* out, A_long width,
-                                                   const Transform& t) {
+    INLINE static void row(const std::uint8_t* in, std::uint8_t* out, A_long width, const Transform& t) {
         A_long x = 0;
         for (; x + Lanes <= width; x += Lanes) block(in + 4 * x, out + 4 * x, t);
         if (x < width) {
