@@ -197,6 +197,8 @@ void rowBaseline(const std::uint8_t* in, std::uint8_t* out, A_long width, const 
 
 RowFunction widestRow() {
 #if defined(__x86_64__) && defined(__GNUC__)
+    // Harmless when the loader has already run it; needed where this runs before constructors.
+    __builtin_cpu_init();
     if (__builtin_cpu_supports("avx512f")) return rowAVX512;
     if (__builtin_cpu_supports("avx2")) return rowAVX2;
 #endif
