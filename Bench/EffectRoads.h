@@ -6,6 +6,8 @@
 
 #include <glbinding/gl/gl.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -60,6 +62,27 @@ inline std::vector<std::uint8_t> glRoad(HueAndSaturationRender& pass, const Fram
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, frame.width, frame.height, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
     return bytes;
+}
+
+// An opaque frame with what a photograph has and a chart lacks: smooth gradients of every colour,
+// a fine texture and noise of a few levels. The same for the same size.
+inline Frame8 photographLike(int width, int height) {
+    Frame8 frame{width, height, std::vector<std::uint8_t>(static_cast<size_t>(width) * height * 4)};
+    std::uint32_t state = 2024;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const double u = double(x) / width, v = double(y) / height;
+            std::uint8_t* p = &frame.bytes[(static_cast<size_t>(y) * width + x) * 4];
+            p[0] = 255;
+            for (int c = 0; c < 3; ++c) {
+                state = state * 1664525u + 1013904223u;
+                const double smooth = 128 + 100 * std::sin(6.0 * u * (c + 1) + 4.0 * v) * std::cos(5.0 * v - 2.0 * u * c);
+                const double texture = 12 * std::sin(0.9 * x + 0.7 * y + c) * std::sin(0.37 * y - 0.5 * x);
+                const double noise = double(state >> 24) / 32.0 - 4.0;
+                p[1 + c] = static_cast<std::uint8_t>(std::lround(std::min(255.0, std::max(0.0, smooth + texture + noise))));
+            }
+        }
+    return frame;
 }
 
 // The output starts as 0xee bytes, so that a pixel the renderer leaves unwritten shows.

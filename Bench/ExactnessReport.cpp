@@ -1,9 +1,10 @@
-// OstrivaneExactness: how closely the CPU renderer gives the GL road's bytes, on two charts, for
-// every hue and saturation of the table below. The GL road is replayed with the shared library as
+// OstrivaneExactness: how closely the CPU renderer gives the GL road's bytes, on two charts and on
+// photograph-like frames at 1920 x 1080 and 2267 x 1511, for every hue and saturation of the table
+// below. The GL road is replayed with the shared library as
 // the effect drives it (upload, the effect's pass into the multisampled level, resolve, final
 // pass, read-back), so that it stays the GPU's road whichever renderer the bundle is told to use.
-//   OstrivaneExactness [--small]     --small: charts of a sixteenth the size, for a quick look
-// Prints one Markdown table; the exit status is 1 when a pair breaks the rule (a colour channel
+//   OstrivaneExactness [--small]     --small: charts and frames of a sixteenth the size, for a quick look
+// Prints two Markdown tables; the exit status is 1 when a pair breaks the rule (a colour channel
 // further from the GL's than one premultiplied level divided by the alpha), else 0.
 #include <algorithm>
 #include <cstdint>
@@ -142,6 +143,34 @@ int main(int argc, char** argv) {
     for (int band = 1; band < kBands; ++band)
         std::printf(" %s, %d |", share(allAlphas.identical[band], allAlphas.channels[band]).c_str(),
                     allAlphas.largest[band]);
-    std::printf("\n\nexactness_broken_channels %lld\n", broken);
+    std::printf("\n");
+
+    // Photograph-like frames: sizes that are no power of two, where the GL pass samples between
+    // texels; every pair of the table, totals and the worst pair.
+    std::printf("\nPhotograph-like frames (opaque): identical share of colour channels over the table above, the "
+                "lowest of one pair, and the largest difference in levels.\n\n");
+    std::printf("| Frame | identical | lowest pair | largest |\n|---|---|---|---|\n");
+    const int sizes[][2] = {{1920, 1080}, {2267, 1511}};
+    for (const auto& size : sizes) {
+        const int width = small ? size[0] / 4 : size[0], height = small ? size[1] / 4 : size[1];
+        const Frame8 photograph = photographLike(width, height);
+        Tally all;
+        double lowest = 100.0;
+        for (const float hue : {0.0f, 90.0f, 200.5f, 359.9f, -45.0f, 725.0f}) {
+            for (const float saturation : {0.0f, 0.5f, 1.0f, 1.37f, 2.0f}) {
+                Tally one;
+                one.add(glRoad(pass, photograph, hue, saturation), cpuRoad(photograph, hue, saturation));
+                lowest = std::min(lowest, 100.0 * double(one.allIdentical()) / double(one.allChannels()));
+                all.channels[3] += one.channels[3];
+                all.identical[3] += one.identical[3];
+                all.largest[3] = std::max(all.largest[3], one.largest[3]);
+                broken += one.broken;
+            }
+        }
+        std::printf("| %d x %d | %s | %.4f %% | %d |\n", width, height,
+                    share(all.allIdentical(), all.allChannels()).c_str(), lowest, all.allLargest());
+        std::fflush(stdout);
+    }
+    std::printf("\nexactness_broken_channels %lld\n", broken);
     return broken == 0 ? 0 : 1;
 }

@@ -145,6 +145,11 @@ E	s/constexpr int kMinorVersion = 0;/constexpr int kMinorVersion = 2;/	the effec
 W/MovieSource.cpp	s/std::max_element\(frames\.begin/std::min_element(frames.begin/	a cut-short movie checked against the lowest frame asked for, not the highest
 G/SaveRestoreGLContextEGL.cpp	s/(if \(mSaved\.context == EGL_NO_CONTEXT\) \{\n\s*\/\/[^\n]*\n)\s*eglBindAPI\(mSaved\.api\);\n/$1/	a host without a context current loses its bound client API
 C/EffectHost.cpp	s/return static_cast<double>\(time\) \* mInData\.time_scale \/ scale \/ step;/return time \/ step;/	a time in the effect's own time scale read as the host's
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\{1\.0f, 0\.9563f, 0\.6210f\}/{1.0f, 0.9564f, 0.6210f}/	a weight of the CPU renderer's matrix off in its fourth decimal
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/Floats level = value \+ kRound;/Floats level = __builtin_convertvector(__builtin_convertvector(value, Ints), Floats) + kRound;/	the CPU renderer rounds by truncation
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/atMost255\(\(stored \* kByteToFloat\) \/ divisor \* 255\.0f \+ kRound\)/atMost255(stored + kRound)/	the CPU renderer leaves its colour premultiplied
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/std::fmod\(static_cast<double>\(hueDegrees\), 360\.0\)/static_cast<double>(hueDegrees)/	the CPU renderer's hue not taken modulo 360 before it is narrowed
+Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\(stored \* kByteToFloat\) \/ divisor/(stored * kByteToFloat) * (1.0f \/ divisor)/	the CPU renderer's final division as a reciprocal
 LIST
 )
 

@@ -5,8 +5,11 @@
 namespace Ostrivane {
 namespace GaussianBlur {
 
-/// The effect's pass on the CPU: the bytes the GL pass and its final copy store for an 8-bit ARGB
-/// world with straight alpha, without a GL context. `render` reads `input` and writes `output`, each
+/// The effect's pass on the CPU for an 8-bit ARGB world with straight alpha, without a GL context:
+/// the pass's hue turn and saturation mix as one 3x3 matrix on each pixel's levels, rounded as the
+/// GL road rounds (for alpha below 255: premultiplied, stored in 8 bits, divided by the alpha).
+/// Its bytes stay within one level of the GL road's at alpha 255 and within what one premultiplied
+/// level becomes after the division below that. `render` reads `input` and writes `output`, each
 /// with its own `rowbytes` (the two may be the same world); rows past the smaller of the two sizes
 /// are left alone. Every row is independent of the others, so a band of rows renders exactly as
 /// those rows of the whole frame. Large frames are split into bands over threads that have all
