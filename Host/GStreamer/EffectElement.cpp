@@ -132,12 +132,19 @@ gboolean stop(GstBaseTransform* transform) {
     return TRUE;
 }
 
+// GstBaseTransform leaves the controlled properties alone: they are brought to the frame's stream
+// time here, before every frame (what GES keyframes and a GstController set).
+void beforeTransform(GstBaseTransform* transform, GstBuffer* buffer) {
+    const GstClockTime time = gst_segment_to_stream_time(&transform->segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+    if (GST_CLOCK_TIME_IS_VALID(time)) gst_object_sync_values(GST_OBJECT(transform), time);
+}
+
 GstFlowReturn transformFrame(GstVideoFilter* filter, GstVideoFrame* in, GstVideoFrame* out) {
     const EffectDescription& effect = effectOf(filter);
     std::string why;
     try {
         ElementState& state = stateOf(filter);
-        // The values as the controller left them for this frame (GstBaseTransform syncs them first).
+        // The values as the controller left them for this frame (beforeTransform).
         std::vector<std::pair<int, double>> values;
         GST_OBJECT_LOCK(filter);
         for (size_t i = 0; i < state.values.size(); ++i) values.emplace_back(effect.sliders[i].index, state.values[i]);
@@ -197,6 +204,7 @@ void classInit(gpointer klass, gpointer data) {
     GstBaseTransformClass* transform = GST_BASE_TRANSFORM_CLASS(klass);
     transform->start = start;
     transform->stop = stop;
+    transform->before_transform = beforeTransform;
     GST_VIDEO_FILTER_CLASS(klass)->transform_frame = transformFrame;
 }
 
