@@ -167,12 +167,12 @@ def test_rows_are_read_at_their_stride():
     assert run_pipeline(pipeline, feed) == [reference(frame(width, height), "Hue Value=90", "Saturation=1.5")]
 
 
-def keyed_hue(element):
-    """Hue Value keyed 0 at frame 1 and 120 at frame 48, as absolute values, linearly between."""
+def keyed_hue(scale=1.0):
+    """Hue Value keyed 0 at frame 1 and 120 at frame 48 (times `scale`), linearly between."""
     source = GstController.InterpolationControlSource()
     source.props.mode = GstController.InterpolationMode.LINEAR
     source.set(0, 0.0)
-    source.set(47 * Gst.SECOND // FPS, 120.0)
+    source.set(47 * Gst.SECOND // FPS, 120.0 * scale)
     return source
 
 
@@ -195,7 +195,7 @@ def test_controlled_hue_follows_its_keys_frame_by_frame():
         "video/x-raw,format=RGBA ! %s name=fx saturation=1.5 ! appsink name=sink emit-signals=true sync=false"
         % (image, FPS, ELEMENT))
     fx = pipeline.get_by_name("fx")
-    source = keyed_hue(fx)
+    source = keyed_hue()
     assert fx.add_control_binding(GstController.DirectControlBinding.new_absolute(fx, "hue-value", source))
     frames = run_pipeline(pipeline)
     assert len(frames) == 48
@@ -203,7 +203,8 @@ def test_controlled_hue_follows_its_keys_frame_by_frame():
 
 
 def test_ges_timeline_renders_the_keyed_effect_to_a_lossless_file():
-    # What Pitivi does: the effect on a clip, its hue keyed on the effect's child property, the
+    # What Pitivi does: the effect on a clip, its hue keyed on the effect's child property with a
+    # plain "direct" binding (keys as fractions of the property's range: Pitivi's keyframes), the
     # timeline rendered through GES's pipeline. Opaque: the timeline mixes over black.
     image = frame(48, 32, opaque=True)
     timeline = GES.Timeline.new()
@@ -214,7 +215,9 @@ def test_ges_timeline_renders_the_keyed_effect_to_a_lossless_file():
                                              48 * Gst.SECOND // FPS, GES.TrackType.VIDEO)
     effect = GES.Effect.new(ELEMENT + " saturation=1.5")
     assert clip.add(effect)
-    assert effect.set_control_source(keyed_hue(effect), "hue-value", "direct-absolute")
+    low, high = [(s[1], s[2]) for s in slider_table() if s[0] == "Hue Value"][0]
+    assert low == 0
+    assert effect.set_control_source(keyed_hue(1 / high), "hue-value", "direct")
     timeline.commit_sync()
     pipeline = GES.Pipeline()
     pipeline.set_timeline(timeline)
