@@ -119,8 +119,8 @@ gboolean start(GstBaseTransform* transform) {
     } catch (...) {
         why = "unknown failure";
     }
-    GST_ELEMENT_ERROR(transform, LIBRARY, INIT, ("effect bundle '%s' cannot be set up: %s", bundle.c_str(), why.c_str()),
-                      (nullptr));
+    // acquire()'s reasons name the bundle already.
+    GST_ELEMENT_ERROR(transform, LIBRARY, INIT, ("%s", why.c_str()), (nullptr));
     return FALSE;
 }
 
