@@ -1,5 +1,6 @@
 #include "EffectDescription.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <memory>

@@ -123,17 +123,22 @@ def test_launch_renders_what_fxhost_renders(width, height, fmt):
     assert got == reference(image, "Hue Value=90", "Saturation=1.5"), "%s frame differs" % fmt
 
 
-def run_pipeline(pipeline, feed=None):
-    """Plays the pipeline to its end; the frames its appsink `sink` received."""
-    sink = pipeline.get_by_name("sink")
-    frames = []
-    sink.connect("new-sample", lambda s: frames.append(_bytes(s.emit("pull-sample"))) or Gst.FlowReturn.OK)
+def play(pipeline, feed=None):
+    """Plays the pipeline to its end, which must be end-of-stream, not an error."""
     assert pipeline.set_state(Gst.State.PLAYING) != Gst.StateChangeReturn.FAILURE
     if feed:
         feed()
     message = pipeline.get_bus().timed_pop_filtered(60 * Gst.SECOND, Gst.MessageType.EOS | Gst.MessageType.ERROR)
     pipeline.set_state(Gst.State.NULL)
     assert message and message.type == Gst.MessageType.EOS, message and message.parse_error()
+
+
+def run_pipeline(pipeline, feed=None):
+    """Plays the pipeline to its end; the frames its appsink `sink` received."""
+    frames = []
+    pipeline.get_by_name("sink").connect(
+        "new-sample", lambda s: frames.append(_bytes(s.emit("pull-sample"))) or Gst.FlowReturn.OK)
+    play(pipeline, feed)
     return frames
 
 
@@ -227,10 +232,7 @@ def test_ges_timeline_renders_the_keyed_effect_to_a_lossless_file():
     out = path("ges.mkv")
     assert pipeline.set_render_settings(Gst.filename_to_uri(out), profile)
     assert pipeline.set_mode(GES.PipelineFlags.RENDER)
-    assert pipeline.set_state(Gst.State.PLAYING) != Gst.StateChangeReturn.FAILURE
-    message = pipeline.get_bus().timed_pop_filtered(60 * Gst.SECOND, Gst.MessageType.EOS | Gst.MessageType.ERROR)
-    pipeline.set_state(Gst.State.NULL)
-    assert message and message.type == Gst.MessageType.EOS, message and message.parse_error()
+    play(pipeline)
     frames = rgba(out)
     size = 48 * 32 * 4
     assert len(frames) == 48 * size
