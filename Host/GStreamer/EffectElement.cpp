@@ -196,10 +196,11 @@ void classInit(gpointer klass, gpointer data) {
     gst_element_class_set_static_metadata(element, effect.name.c_str(), "Filter/Effect/Video",
                                           effect.about.empty() ? effect.name.c_str() : effect.about.c_str(),
                                           FXHOST_GST_AUTHOR);
-    GstCaps* caps = gst_caps_from_string(GST_VIDEO_CAPS_MAKE("{ RGBA, BGRA, ARGB, ABGR, RGBx, BGRx }"));
-    gst_element_class_add_pad_template(element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-    gst_element_class_add_pad_template(element, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
+    // The templates take references of their own.
+    const std::unique_ptr<GstCaps, void (*)(GstCaps*)> caps(
+        gst_caps_from_string(GST_VIDEO_CAPS_MAKE("{ RGBA, BGRA, ARGB, ABGR, RGBx, BGRx }")), gst_caps_unref);
+    gst_element_class_add_pad_template(element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps.get()));
+    gst_element_class_add_pad_template(element, gst_pad_template_new("src", GST_PAD_SRC, GST_PAD_ALWAYS, caps.get()));
 
     GstBaseTransformClass* transform = GST_BASE_TRANSFORM_CLASS(klass);
     transform->start = start;
