@@ -64,10 +64,10 @@ PackedPixels layoutOf(const GstVideoFrame& frame) {
     return PackedPixels(red, green, blue, alpha ? GST_VIDEO_FORMAT_INFO_POFFSET(info, 3) : 6 - red - green - blue, alpha);
 }
 
-void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* param) {
     ElementState& state = stateOf(object);
     if (id == 0 || id > state.values.size()) {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
         return;
     }
     GST_OBJECT_LOCK(object);
@@ -75,10 +75,10 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
     GST_OBJECT_UNLOCK(object);
 }
 
-void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void getProperty(GObject* object, guint id, GValue* value, GParamSpec* param) {
     ElementState& state = stateOf(object);
     if (id == 0 || id > state.values.size()) {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
         return;
     }
     GST_OBJECT_LOCK(object);
@@ -224,7 +224,7 @@ std::string EffectElement::registerWith(GstPlugin* plugin, const EffectDescripti
     if (g_type_from_name(typeName.c_str())) {
         return "an element named " + description.elementName + " is registered already";
     }
-    // Kept for the life of the process: the class and its property specs point into it.
+    // Kept for the life of the process: the class and its properties point into it.
     const auto* kept = new EffectDescription(description);
     GTypeInfo info = GTypeInfo();
     info.class_size = sizeof(ElementClass);
