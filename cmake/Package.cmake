@@ -1,5 +1,5 @@
-# `cpack -G DEB` in the build folder: one package, fxhost, for the host, the effect bundle and
-# its frei0r module, installed under /usr, its version the project's own.
+# `cpack -G DEB` in the build folder: one package, fxhost, for the host, the effect bundle, its
+# frei0r module and GStreamer plug-in, installed under /usr, its version the project's own.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME fxhost)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -17,7 +17,10 @@ This package holds the effect bundle; fxhost, a command-line host that
 renders images, sequences and movies through it; and a frei0r module that
 puts the effect into FFmpeg (-vf frei0r), MLT (melt, Kdenlive) and
 GStreamer. Kdenlive shows the effect's controls in degrees and its own
-units. A Python module, fxhost, renders NumPy frames through the effect.")
+units. A GStreamer plug-in gives every GStreamer program (gst-launch-1.0,
+Pitivi) the element ostrivanehueandsaturation, its properties in the
+effect's own units and keyframable. A Python module, fxhost, renders NumPy
+frames through the effect.")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)  # fxhost_VERSION_ARCH.deb
 set(CPACK_DEBIAN_PACKAGE_SECTION video)

@@ -16,6 +16,11 @@ $SUDO apt-get install -y -qq --no-install-recommends libgtest-dev libbenchmark-d
 # (libmlt-data, which melt's library only recommends) and GStreamer with its frei0r elements.
 $SUDO apt-get install -y -qq --no-install-recommends melt libmlt-data \
   gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
+# The GStreamer plug-in's tests: GStreamer, its controller and GES from Debian's python3 (python3-gi and
+# the typelibs; GES's own plug-ins come with libges), and FFmpeg's FFV1 encoder in GStreamer for the
+# lossless file GES renders.
+$SUDO apt-get install -y -qq --no-install-recommends python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0 \
+  gir1.2-ges-1.0 gstreamer1.0-libav >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works

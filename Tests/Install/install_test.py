@@ -29,6 +29,11 @@ DEBIAN_PYTHON = "/usr/bin/python3"
 PYTHON_MODULE = "lib/python3/dist-packages/fxhost" + subprocess.run(
     [DEBIAN_PYTHON, "-c", "import sysconfig; print(sysconfig.get_config_var('EXT_SUFFIX'))"],
     stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
+# The GStreamer plug-in, in GStreamer's own plug-in folder under the prefix (lib/<multiarch>/gstreamer-1.0).
+GST_PLUGIN_DIR = os.path.relpath(*[subprocess.run(
+    ["pkg-config", "--variable=" + v, "gstreamer-1.0"], stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
+    for v in ("pluginsdir", "prefix")])
+GST_PLUGIN = GST_PLUGIN_DIR + "/libgstfxhost.so"
 
 # Built with _FORTIFY_SOURCE like the rest, but with no libc call the compiler can check: its copies
 # (memcpy, memmove, memset, read) are of buffers sized at run time, so hardening-check and lintian,
@@ -47,6 +52,7 @@ INSTALLED_FILES = {
     "share/man/man1/fxhost.1.gz": 0o644,
     "share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml": 0o644,
     PYTHON_MODULE: 0o644,
+    GST_PLUGIN: 0o644,
 }
 
 
@@ -167,6 +173,16 @@ class InstalledTree(unittest.TestCase):
                       os.path.join(lonely, "out.png")], env=clean_env(), check=False)
         self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1), result.stderr)
         self.assertIn("libfxhost_images.so is neither in " + lonely, result.stderr)
+
+    def test_gstreamer_finds_the_plugin_in_its_folder_and_the_plugin_its_bundle(self):
+        # GStreamer's plug-in folder under this prefix stands for the system's, and nothing else is set.
+        env = clean_env(GST_PLUGIN_SYSTEM_PATH=os.path.join(self.prefix, GST_PLUGIN_DIR),
+                        GST_REGISTRY=os.path.join(self.tmp, "gst-registry.bin"))
+        env.pop("GST_PLUGIN_PATH", None)
+        out = run(["gst-inspect-1.0", "fxhost"], env=env).stdout
+        self.assertIn("Filename                 %s\n" % os.path.join(self.prefix, GST_PLUGIN), out)
+        self.assertIn("Version                  %s\n" % VERSION, out)
+        self.assertRegex(out, r"\n  ostrivanehueandsaturation: Ostrivane Hue And Saturation\n")
 
     def test_every_part_carries_the_project_version(self):
         # VERSION is project()'s, as ctest was given it; the package's own is checked by Package.
