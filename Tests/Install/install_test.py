@@ -9,9 +9,11 @@ import gzip
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 import xml.etree.ElementTree as ET
 
@@ -46,6 +48,8 @@ INSTALLED_FILES = {
     "share/doc/fxhost/changelog.gz": 0o644,
     "share/man/man1/fxhost.1.gz": 0o644,
     "share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml": 0o644,
+    "share/shotcut/qml/filters/ostrivane_hue_and_saturation/meta.qml": 0o644,
+    "share/shotcut/qml/filters/ostrivane_hue_and_saturation/ui.qml": 0o644,
     PYTHON_MODULE: 0o644,
 }
 
@@ -102,6 +106,39 @@ def module_info(module_path):
     info = PluginInfo()
     ctypes.CDLL(module_path).f0r_get_plugin_info(ctypes.byref(info))
     return info
+
+
+KDENLIVE_DESCRIPTION = "share/kdenlive/effects/frei0r_%s.xml" % MODULE
+SHOTCUT_FOLDER = "share/shotcut/qml/filters/ostrivane_hue_and_saturation"
+QML_VALUE = r"qsTr\('((?:[^'\\]|\\.)*)'[^)]*\)|'((?:[^'\\]|\\.)*)'|\[([^\]]*)\]|(-?[\d.]+|true|false|Metadata\.\w+)"
+
+
+def qml_fields(text):
+    """`name: value` pairs of a piece of QML, values as strings, lists as lists of strings."""
+    fields = {}
+    for m in re.finditer(r"\b(\w+):\s*(?:" + QML_VALUE + ")", text):
+        text_value = m[2] if m[2] is not None else m[3]
+        if text_value is not None:
+            fields[m[1]] = re.sub(r"\\(.)", r"\1", text_value)
+        elif m[4] is not None:
+            fields[m[1]] = re.findall(r"'([^']*)'", m[4])
+        else:
+            fields[m[1]] = m[5]
+    return fields
+
+
+def shotcut_description(prefix):
+    """Shotcut's filter description and panel as installed: (meta.qml's fields, [its keyframe
+    Parameter blocks' fields], [the panel's sliders' fields])."""
+    with open(os.path.join(prefix, SHOTCUT_FOLDER, "meta.qml")) as f:
+        meta = f.read()
+    with open(os.path.join(prefix, SHOTCUT_FOLDER, "ui.qml")) as f:
+        panel = f.read()
+    top = qml_fields(re.sub(r"Parameter\s*\{[^}]*\}", "", meta))
+    keyframes = [qml_fields(b) for b in re.findall(r"Parameter\s*\{([^}]*)\}", meta)]
+    table = re.search(r"sliders:\s*\[(.*?)\n\s*\]", panel, re.S)
+    sliders = [qml_fields(b) for b in re.findall(r"\{([^{}]*)\}", table[1])] if table else []
+    return top, keyframes, sliders
 
 
 def installed_prefix(folder):
@@ -191,22 +228,28 @@ class InstalledTree(unittest.TestCase):
         with open(os.path.join(doc, "copyright")) as copyright:
             self.assertTrue(copyright.readline().startswith("Format: https://www.debian.org/doc/"))
 
-    def test_kdenlive_description_maps_each_slider_onto_its_range(self):
+    def test_editor_descriptions_show_each_slider_as_fxhost_info_reports_it(self):
+        # Kdenlive's and Shotcut's, each held to `fxhost info`, and to each other where it says nothing.
         name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
-        root = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
-                                     "frei0r_%s.xml" % MODULE)).getroot()
+        root = ET.parse(os.path.join(self.prefix, KDENLIVE_DESCRIPTION)).getroot()
         self.assertEqual(root.tag, "effect")
         self.assertEqual(root.get("tag"), "frei0r." + MODULE)
         self.assertEqual(root.get("id"), "frei0r." + MODULE)
         self.assertEqual(root.get("LC_NUMERIC"), "C")  # numbers read with a point whatever the locale
         self.assertEqual(root.findtext("name"), name)
         self.assertTrue(root.findtext("description"))
+        meta, keyframes, panel = shotcut_description(self.prefix)
+        self.assertEqual((meta.get("type"), meta.get("name"), meta.get("mlt_service"), meta.get("qml")),
+                         ("Metadata.Filter", name, "frei0r." + MODULE, "ui.qml"))
+        self.assertEqual(meta.get("simpleProperties"), [str(n) for n in range(len(sliders))])
+        self.assertNotIn(meta.get("isAudio"), ("true", "1"))  # listed under Video
         parameters = root.findall("parameter")
-        self.assertEqual(len(parameters), len(sliders))
+        self.assertEqual([len(parameters), len(keyframes), len(panel)], [len(sliders)] * 3)
         # frei0r parameter i is the effect's slider i + 1 (0 is the input layer), 0 to 1 over its
-        # range: Kdenlive shows value x factor + offset to the slider's precision, and keeps the
-        # frei0r value as default.
-        for number, (parameter, slider) in enumerate(zip(parameters, sliders)):
+        # range. Kdenlive shows value x factor + offset to the slider's precision, and keeps the
+        # frei0r value as default; Shotcut's panel shows the effect's own units, and its keyframes
+        # (what it saves) are frei0r values.
+        for number, (parameter, key, row, slider) in enumerate(zip(parameters, keyframes, panel, sliders)):
             index, label, low, high, default, precision = slider
             with self.subTest(parameter=label):
                 self.assertEqual(index, number + 1)
@@ -220,6 +263,13 @@ class InstalledTree(unittest.TestCase):
                 self.assertAlmostEqual(float(parameter.get("default")), (default - low) / (high - low))
                 self.assertEqual(parameter.get("decimals"), str(precision))
                 self.assertGreater(len((parameter.findtext("comment") or "").split()), 3)
+                self.assertEqual((row.get("property"), row.get("label"), float(row.get("minimum")),
+                                  float(row.get("maximum")), float(row.get("defaultValue")), row.get("decimals")),
+                                 (str(number), label, low, high, default, str(precision)))
+                self.assertEqual((key.get("property"), key.get("name"), key.get("isCurve"), key.get("minimum"),
+                                  key.get("maximum")), (str(number), label, "true", "0", "1"))
+                self.assertEqual(row.get("suffix").strip(), parameter.get("suffix", ""))
+                self.assertEqual(row.get("help"), parameter.findtext("comment"))
 
 
 class Frei0rHosts(unittest.TestCase):
@@ -261,6 +311,41 @@ class Frei0rHosts(unittest.TestCase):
         self.assertRegex(out, r"Long-name\s+Ostrivane Hue And Saturation\n")
         self.assertRegex(out, r"\n\s+hue-value\s+:")
         self.assertRegex(out, r"\n\s+saturation\s+:")
+
+    def test_shotcut_lists_the_filter(self):
+        if not (shutil.which("shotcut") and shutil.which("xvfb-run")):
+            self.skipTest("shotcut or xvfb-run is not installed")
+        # Shotcut reads filters only from share/shotcut/qml beside its own program: Debian's program
+        # copied into a prefix whose qml folder links Debian's own folders and the installed one.
+        home = os.path.join(self.tmp, "shotcut")
+        filters = os.path.join(home, "share", "shotcut", "qml", "filters")
+        os.makedirs(filters)
+        os.makedirs(os.path.join(home, "bin"))
+        shutil.copy2(shutil.which("shotcut"), os.path.join(home, "bin"))
+        for folder, into in (("/usr/share/shotcut/qml", os.path.dirname(filters)), ("/usr/share/shotcut/qml/filters", filters)):
+            for entry in os.listdir(folder):
+                if entry != "filters":
+                    os.symlink(os.path.join(folder, entry), os.path.join(into, entry))
+        os.symlink(os.path.join(self.prefix, SHOTCUT_FOLDER), os.path.join(filters, os.path.basename(SHOTCUT_FOLDER)))
+        appdata = os.path.join(home, "appdata")
+        log = os.path.join(appdata, "shotcut-log.txt")
+        shotcut = subprocess.Popen(["xvfb-run", "-a", "-s", "-screen 0 1280x800x24", os.path.join(home, "bin", "shotcut"),
+                                    "--noupgrade", "--appdata", appdata], env=self.env, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+        text, listed = "", 'added filter "%s"' % "Ostrivane Hue And Saturation"
+        try:
+            for _ in range(120):  # Shotcut reads its filters once its window is up
+                time.sleep(0.5)
+                if os.path.exists(log):
+                    with open(log, errors="replace") as f:
+                        text = f.read()
+                if listed in text or shotcut.poll() is not None:
+                    break
+        finally:
+            os.killpg(shotcut.pid, signal.SIGTERM)
+            shotcut.wait()
+        self.assertIn('reading filter metadata "%s" "meta.qml"' % os.path.basename(SHOTCUT_FOLDER), text)
+        self.assertIn(listed, text)
 
     def test_melt_renders_a_kdenlive_project_with_keyframed_hue(self):
         if not shutil.which("melt"):
