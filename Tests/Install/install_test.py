@@ -347,23 +347,43 @@ class Frei0rHosts(unittest.TestCase):
         self.assertIn('reading filter metadata "%s" "meta.qml"' % os.path.basename(SHOTCUT_FOLDER), text)
         self.assertIn(listed, text)
 
-    def test_melt_renders_a_kdenlive_project_with_keyframed_hue(self):
+    def test_melt_renders_editor_projects_at_their_keyed_values(self):
+        # What the user set in each editor's controls: Hue Value from 0 degrees on the clip's first frame
+        # to 180 on its last, Saturation 1.37, a value only its two decimals show. Saved in the editor's
+        # project and rendered by melt, every frame is what fxhost render makes of the same clip with the
+        # same keys: MLT's frame 0 is fxhost's frame 1, and both interpolate linearly.
         if not shutil.which("melt"):
             self.skipTest("melt is not installed")
-        frames, last = 5, "00:00:00.160"  # frames 0 to 4 at 25 fps
-        run(["ffmpeg", "-v", "error", "-loop", "1", "-framerate", "25", "-i", SAMPLE, "-frames:v", str(frames),
-             "-c:v", "ffv1", "-pix_fmt", "bgra", os.path.join(self.tmp, "clip.mkv")])
-        # What a user sets in Kdenlive's controls: the hue from 0 to 180 degrees over the clip, the
-        # saturation at 1.37, a value only its two decimals can show. Kdenlive saves each shown value divided by the description's factor, under
-        # the description's parameter name, on the playlist's entry, keyframes as times.
-        description = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
-                                            "frei0r_%s.xml" % MODULE)).getroot()
+        for editor, width, height, frames, write_project in (
+                ("Kdenlive", 192, 128, 5, self._kdenlive_project),
+                ("Shotcut", 160, 90, 10, self._shotcut_project)):  # the size and length Shotcut saved
+            with self.subTest(editor=editor):
+                folder = tempfile.mkdtemp(dir=self.tmp)
+                clip, out, expected = (os.path.join(folder, f) for f in ("clip.mkv", "melt.mkv", "fxhost.mkv"))
+                run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=size=%dx%d:rate=25" % (width, height),
+                     "-frames:v", str(frames), "-c:v", "ffv1", "-pix_fmt", "bgra", clip])
+                project = write_project(folder, frames)
+                run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
+                     "real_time=-1"], cwd=folder, env=self.env)
+                run([os.path.join(self.prefix, "bin", "fxhost"), "-q", "render", "--set", "Hue Value=0@1,180@%d" % frames,
+                     "--set", "Saturation=1.37", clip, expected], env=clean_env())
+                pixels, reference_pixels = rgba(out), rgba(expected)
+                self.assertEqual(len(pixels), frames * width * height * 4)
+                size = width * height * 4
+                for n in range(frames):
+                    self.assertTrue(pixels[n * size:(n + 1) * size] == reference_pixels[n * size:(n + 1) * size],
+                                    "melt's frame %d differs from fxhost's frame %d" % (n, n + 1))
+
+    def _kdenlive_project(self, folder, frames):
+        # Kdenlive saves each shown value divided by the description's factor, under the description's
+        # parameter name, on the playlist's entry, keyframes as times.
+        description = ET.parse(os.path.join(self.prefix, KDENLIVE_DESCRIPTION)).getroot()
         controls = {p.findtext("name"): (p.get("name"), float(p.get("factor")))
                     for p in description.iter("parameter")}
-        hue_keys, saturation = [(0, 0.0), (frames - 1, 180.0)], 1.37
         hue_name, hue_factor = controls["Hue Value"]
         saturation_name, saturation_factor = controls["Saturation"]
-        project = os.path.join(self.tmp, "project.kdenlive")
+        last = "00:00:00.%03d" % ((frames - 1) * 40)  # 25 fps
+        project = os.path.join(folder, "project.kdenlive")
         with open(project, "w") as f:
             f.write("""<?xml version="1.0" encoding="utf-8"?>
 <mlt LC_NUMERIC="C" producer="main_bin" version="7.12.0" root="{root}">
@@ -390,22 +410,17 @@ class Frei0rHosts(unittest.TestCase):
   <track producer="playlist0"/>
  </tractor>
 </mlt>
-""".format(root=self.tmp, last=last, frames=frames, module=MODULE, hue_name=hue_name,
-                       h0=hue_keys[0][1] / hue_factor, h1=hue_keys[1][1] / hue_factor,
-                       saturation_name=saturation_name, saturation=saturation / saturation_factor))
-        out = os.path.join(self.tmp, "melt.mkv")
-        run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
-             "real_time=-1"], cwd=self.tmp, env=self.env)
-        pixels = rgba(out)
-        size = 192 * 128 * 4
-        self.assertEqual(len(pixels), frames * size)
-        for n in range(frames):
-            with self.subTest(frame=n):
-                (f0, v0), (f1, v1) = hue_keys
-                hue = v0 + (v1 - v0) * (n - f0) / (f1 - f0)  # 0, 45, 90, 135, 180 degrees
-                expected = reference(self.tmp, "melt-%d.png" % n, hue, saturation)
-                self.assertTrue(pixels[n * size:(n + 1) * size] == expected,
-                                "frame %d differs from fxhost render at Hue Value %g" % (n, hue))
+""".format(root=folder, last=last, frames=frames, module=MODULE, hue_name=hue_name, h0=0 / hue_factor,
+           h1=180 / hue_factor, saturation_name=saturation_name, saturation=1.37 / saturation_factor))
+        return project
+
+    @staticmethod
+    def _shotcut_project(folder, _frames):
+        # Saved by Shotcut 22.12 itself (under Xvfb, through the installed panel): the clip on a timeline
+        # track, the filter added, Hue Value keyed at the first and last frame, Saturation typed in.
+        project = os.path.join(folder, "project.mlt")
+        shutil.copy(os.path.join(SOURCE, "Tests", "Install", "shotcut-project.mlt"), project)
+        return project
 
 
 class Package(unittest.TestCase):
