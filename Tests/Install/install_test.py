@@ -472,7 +472,7 @@ class Package(unittest.TestCase):
                         fields["Depends"])
         self.assertIn("libgl1-mesa-dri", fields["Recommends"])
         self.assertEqual(set(fields["Enhances"].split(", ")), {"ffmpeg", "gstreamer1.0-plugins-bad", "kdenlive",
-                                                               "melt"})
+                                                               "melt", "shotcut"})
         # No maintainer scripts: plug-ins need no ldconfig, and apt's remove takes the files. Made
         # without a word of warning from CPack.
         control = run(["dpkg-deb", "-I", self.deb]).stdout
