@@ -16,8 +16,9 @@ $SUDO apt-get install -y -qq --no-install-recommends libgtest-dev libbenchmark-d
 # (libmlt-data, which melt's library only recommends) and GStreamer with its frei0r elements.
 $SUDO apt-get install -y -qq --no-install-recommends melt libmlt-data \
   gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad >/dev/null
-# Shotcut, started under a virtual X server (xvfb-run), must list the installed filter.
-$SUDO apt-get install -y -qq --no-install-recommends shotcut xvfb xauth >/dev/null
+# Shotcut, started under a virtual X server (xvfb-run), must list the installed filter; Qt's
+# qmlscene loads the filter's panel with Shotcut's controls.
+$SUDO apt-get install -y -qq --no-install-recommends shotcut xvfb xauth qmlscene >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works

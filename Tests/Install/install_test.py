@@ -141,6 +141,11 @@ def shotcut_description(prefix):
     return top, keyframes, sliders
 
 
+def nine_places(value):
+    """A value as the panel's arithmetic and ours both give it."""
+    return round(value, 9)
+
+
 def installed_prefix(folder):
     prefix = os.path.join(folder, "prefix")
     run([CMAKE, "--install", BUILD, "--prefix", prefix])
@@ -270,6 +275,50 @@ class InstalledTree(unittest.TestCase):
                                   key.get("maximum")), (str(number), label, "true", "0", "1"))
                 self.assertEqual(row.get("suffix").strip(), parameter.get("suffix", ""))
                 self.assertEqual(row.get("help"), parameter.findtext("comment"))
+
+    def test_shotcut_panel_shows_the_effects_units_and_sets_frei0r_values(self):
+        # The installed panel, loaded by Qt's qmlscene with Shotcut's own controls and stand-ins for the
+        # objects Shotcut hands it (Tests/Install/shotcut/panel-harness.qml), driven as a user would.
+        controls = "/usr/share/shotcut/qml/modules/Shotcut/Controls"
+        if not (shutil.which("qmlscene") and os.path.isdir(controls)):
+            self.skipTest("qmlscene or Shotcut is not installed")
+        folder = tempfile.mkdtemp(dir=self.tmp)
+        harness = os.path.join(SOURCE, "Tests", "Install", "shotcut")
+        shutil.copy(os.path.join(self.prefix, SHOTCUT_FOLDER, "ui.qml"), folder)
+        shutil.copy(os.path.join(harness, "panel-harness.qml"), folder)
+        # Shotcut's controls as Debian installs them, and one that Shotcut makes in C++ stood in for.
+        module = os.path.join(folder, "modules", "Shotcut", "Controls")
+        os.makedirs(module)
+        for name in os.listdir(controls):
+            if name.endswith(".qml"):
+                os.symlink(os.path.join(controls, name), os.path.join(module, name))
+        shutil.copy(os.path.join(harness, "EditContextMenu.qml"), module)
+        with open(os.path.join(controls, "qmldir")) as f, open(os.path.join(module, "qmldir"), "w") as out:
+            out.write(f.read() + "\nEditContextMenu 1.0 EditContextMenu.qml\n")
+        env = clean_env(QT_QPA_PLATFORM="offscreen", QT_QUICK_BACKEND="software")
+        result = run(["qmlscene", "-I", os.path.join(folder, "modules"), os.path.join(folder, "panel-harness.qml")],
+                     env=env, check=False)
+        lines = [l[len("qml: "):].split() for l in result.stderr.splitlines() if l.startswith("qml: ")]
+        self.assertEqual((result.returncode, lines[-1:]), (0, [["done"]]), result.stderr)
+        _name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
+        unit = [lambda shown, s=s: (shown - s[2]) / (s[3] - s[2]) for s in sliders]  # frei0r value of a shown one
+        sets = [(l[1], float(l[2]), l[3:] == ["keyed"]) for l in lines if l[0] == "set"]
+        shown = [l for l in lines if l[0] == "shown"]
+        # New: each parameter set to its default, and each slider showing the effect's own range.
+        self.assertEqual([[s[0], nine_places(s[1])] for s in sets[:2]],
+                         [[str(n), nine_places(unit[n](sliders[n][4]))] for n in range(2)])
+        for n, (_index, _label, low, high, default, precision) in enumerate(sliders):
+            self.assertEqual([float(v) for v in shown[n][2:5]] + [int(shown[n][5])], [default, low, high, precision])
+        self.assertIn("°", " ".join(shown[0][6:]))  # Hue Value in degrees
+        # Typed: 90 degrees and 1.37 set as frei0r values; the reset, the default; keyed, 45 degrees
+        # at the position; the filter changed under the panel, its frei0r values shown in units.
+        rest = [(name, nine_places(value), keyed) for name, value, keyed in sets[2:]]
+        self.assertEqual(rest, [("0", nine_places(unit[0](90)), False), ("1", nine_places(unit[1](1.37)), False),
+                                ("0", nine_places(unit[0](sliders[0][4])), False),
+                                ("0", nine_places(unit[0](sliders[0][4])), True),
+                                ("0", nine_places(unit[0](45)), True)])
+        self.assertEqual([float(l[2]) for l in shown[2:]], [sliders[0][2] + 0.75 * (sliders[0][3] - sliders[0][2]),
+                                                            sliders[1][2] + 0.25 * (sliders[1][3] - sliders[1][2])])
 
 
 class Frei0rHosts(unittest.TestCase):
