@@ -54,9 +54,9 @@ INSTALLED_FILES = {
 }
 
 
-def run(args, cwd=None, env=None, check=True):
+def run(args, cwd=None, env=None, check=True, timeout=300):
     result = subprocess.run(args, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                            text=True, timeout=300)
+                            text=True, timeout=timeout)
     if check and result.returncode != 0:
         raise AssertionError("%s exited %d\n%s%s" % (" ".join(args), result.returncode,
                                                      result.stdout, result.stderr))
@@ -297,7 +297,7 @@ class InstalledTree(unittest.TestCase):
             out.write(f.read() + "\nEditContextMenu 1.0 EditContextMenu.qml\n")
         env = clean_env(QT_QPA_PLATFORM="offscreen", QT_QUICK_BACKEND="software")
         result = run(["qmlscene", "-I", os.path.join(folder, "modules"), os.path.join(folder, "panel-harness.qml")],
-                     env=env, check=False)
+                     env=env, check=False, timeout=60)
         lines = [l[len("qml: "):].split() for l in result.stderr.splitlines() if l.startswith("qml: ")]
         self.assertEqual((result.returncode, lines[-1:]), (0, [["done"]]), result.stderr)
         _name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
@@ -310,11 +310,12 @@ class InstalledTree(unittest.TestCase):
         for n, (_index, _label, low, high, default, precision) in enumerate(sliders):
             self.assertEqual([float(v) for v in shown[n][2:5]] + [int(shown[n][5])], [default, low, high, precision])
         self.assertIn("°", " ".join(shown[0][6:]))  # Hue Value in degrees
-        # Typed: 90 degrees and 1.37 set as frei0r values; the reset, the default; keyed, 45 degrees
+        # Typed: 90 degrees and 1.37 set as frei0r values; the resets, the defaults; keyed, 45 degrees
         # at the position; the filter changed under the panel, its frei0r values shown in units.
         rest = [(name, nine_places(value), keyed) for name, value, keyed in sets[2:]]
         self.assertEqual(rest, [("0", nine_places(unit[0](90)), False), ("1", nine_places(unit[1](1.37)), False),
                                 ("0", nine_places(unit[0](sliders[0][4])), False),
+                                ("1", nine_places(unit[1](sliders[1][4])), False),
                                 ("0", nine_places(unit[0](sliders[0][4])), True),
                                 ("0", nine_places(unit[0](45)), True)])
         self.assertEqual([float(l[2]) for l in shown[2:]], [sliders[0][2] + 0.75 * (sliders[0][3] - sliders[0][2]),

@@ -4,7 +4,7 @@ import QtQuick.Window 2.12
 // Loads ui.qml (copied beside this file) as Shotcut loads a filter's panel, with stand-ins for the
 // objects Shotcut hands it. Prints a line for each value the panel sets on the filter ("set NAME VALUE",
 // "keyed" when at a position) and for what its sliders show, while it drives the panel as a user
-// would: types a value into each slider, resets the first, keys it, and changes the filter under it.
+// would: types a value into each slider, resets both, keys the first, and changes the filter under it.
 Window {
     width: 600
     height: 200
@@ -57,6 +57,30 @@ Window {
         return found;
     }
 
+    function drive(item) {
+        var spinners = find(item, function(i) { return i.decimals !== undefined && i.suffix !== undefined && i.ratio !== undefined; }, []);
+        var resets = find(item, function(i) { return typeof i.clicked === 'function' && i.icon !== undefined && i.icon.name === 'edit-undo'; }, []);
+        var keys = find(item, function(i) { return typeof i.toggled === 'function' && i.icon !== undefined && i.icon.name === 'chronometer'; }, []);
+        for (var n = 0; n < spinners.length; n++)
+            console.log("shown", n, spinners[n].value, spinners[n].minimumValue, spinners[n].maximumValue, spinners[n].decimals, "[" + spinners[n].suffix + "]");
+        console.log("typed");
+        spinners[0].value = 90;
+        spinners[1].value = 1.37;
+        console.log("reset");
+        resets[0].clicked();
+        resets[1].clicked();
+        console.log("keyed");
+        keys[0].checked = true;
+        keys[0].toggled();
+        spinners[0].value = 45;
+        console.log("from the filter");
+        filter.values['0'] = 0.75;
+        filter.values['1'] = 0.25;
+        filter.changed();
+        for (n = 0; n < spinners.length; n++)
+            console.log("shown", n, spinners[n].value);
+    }
+
     // Quitting works once the event loop runs.
     Timer {
         id: quitter
@@ -69,29 +93,14 @@ Window {
         anchors.fill: parent
         source: 'ui.qml'
         onStatusChanged: if (status === Loader.Error) quitter.start()
+        // A failing step ends the run too, without "done".
         onLoaded: {
-            var spinners = find(item, function(i) { return i.decimals !== undefined && i.suffix !== undefined && i.ratio !== undefined; }, []);
-            var resets = find(item, function(i) { return i.icon !== undefined && i.icon.name === 'edit-undo'; }, []);
-            var keys = find(item, function(i) { return i.icon !== undefined && i.icon.name === 'chronometer'; }, []);
-            for (var n = 0; n < spinners.length; n++)
-                console.log("shown", n, spinners[n].value, spinners[n].minimumValue, spinners[n].maximumValue, spinners[n].decimals, "[" + spinners[n].suffix + "]");
-            console.log("typed");
-            spinners[0].value = 90;
-            spinners[1].value = 1.37;
-            console.log("reset");
-            resets[0].clicked();
-            console.log("keyed");
-            keys[0].checked = true;
-            keys[0].toggled();
-            spinners[0].value = 45;
-            console.log("from the filter");
-            filter.values['0'] = 0.75;
-            filter.values['1'] = 0.25;
-            filter.changed();
-            for (n = 0; n < spinners.length; n++)
-                console.log("shown", n, spinners[n].value);
-            console.log("done");
-            quitter.start();
+            try {
+                drive(item);
+                console.log("done");
+            } finally {
+                quitter.start();
+            }
         }
     }
 }
