@@ -22,7 +22,6 @@ function(_ostrivane_millionths out number)
   set(sign "${CMAKE_MATCH_1}")
   set(whole "${CMAKE_MATCH_2}")
   string(SUBSTRING "${CMAKE_MATCH_4}000000" 0 6 fraction)
-  string(REGEX REPLACE "^0+([0-9])" "\\1" fraction "${fraction}")  # math() reads 010 as octal
   math(EXPR value "${sign}(${whole} * 1000000 + ${fraction})")
   set(${out} ${value} PARENT_SCOPE)
 endfunction()
