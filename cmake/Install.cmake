@@ -9,6 +9,7 @@
 #   PREFIX/share/doc/fxhost/                                README.md, copyright, changelog.gz
 #   PREFIX/share/man/man1/fxhost.1.gz
 #   PREFIX/share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml
+#   PREFIX/share/shotcut/qml/filters/ostrivane_hue_and_saturation/{meta,ui}.qml
 #
 # The bundle's folder is PREFIX/lib, not GNUInstallDirs' LIBDIR: under /usr that is a multiarch
 # folder, and fxhost (Host/Core/Bundle.cpp) and the frei0r module find the bundle at the fixed
@@ -39,10 +40,15 @@ find_program(GZIP_PROGRAM gzip REQUIRED)
 # entry is bumped by hand.
 set(packaging_out ${CMAKE_BINARY_DIR}/packaging)
 configure_file(${CMAKE_SOURCE_DIR}/packaging/fxhost.1.in ${packaging_out}/fxhost.1 @ONLY)
-configure_file(${CMAKE_SOURCE_DIR}/packaging/frei0r_ostrivane-hue-and-saturation.xml.in
-  ${packaging_out}/frei0r_ostrivane-hue-and-saturation.xml @ONLY)
+# The editors' descriptions of the frei0r module, from one table. Kdenlive reads its effects from
+# every XDG data folder; Shotcut only from share/shotcut/qml/filters beside its own program, so its
+# files are found under the prefix Shotcut is installed in (/usr for Debian's).
+include(${CMAKE_SOURCE_DIR}/packaging/EditorDescriptions.cmake)
+ostrivane_write_editor_descriptions(${packaging_out})
 install(FILES ${packaging_out}/frei0r_ostrivane-hue-and-saturation.xml
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kdenlive/effects)
+install(FILES ${packaging_out}/shotcut/meta.qml ${packaging_out}/shotcut/ui.qml
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/shotcut/qml/filters/ostrivane_hue_and_saturation)
 add_custom_command(OUTPUT ${packaging_out}/changelog.gz ${packaging_out}/fxhost.1.gz
   COMMAND ${GZIP_PROGRAM} -9nc ${CMAKE_SOURCE_DIR}/packaging/changelog > ${packaging_out}/changelog.gz
   COMMAND ${GZIP_PROGRAM} -9nc ${packaging_out}/fxhost.1 > ${packaging_out}/fxhost.1.gz

@@ -15,12 +15,12 @@ and mixes its saturation against its luminance, on the GPU through OpenGL
 
 This package holds the effect bundle; fxhost, a command-line host that
 renders images, sequences and movies through it; and a frei0r module that
-puts the effect into FFmpeg (-vf frei0r), MLT (melt, Kdenlive) and
-GStreamer. Kdenlive shows the effect's controls in degrees and its own
-units. A GStreamer plug-in gives every GStreamer program (gst-launch-1.0,
-Pitivi) the element ostrivanehueandsaturation, its properties in the
-effect's own units and keyframable. A Python module, fxhost, renders NumPy
-frames through the effect.")
+puts the effect into FFmpeg (-vf frei0r), MLT (melt, Kdenlive, Shotcut)
+and GStreamer. Kdenlive and Shotcut show the effect's controls in degrees
+and its own units. A GStreamer plug-in gives every GStreamer program
+(gst-launch-1.0, Pitivi) the element ostrivanehueandsaturation, its
+properties in the effect's own units and keyframable. A Python module,
+fxhost, renders NumPy frames through the effect.")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)  # fxhost_VERSION_ARCH.deb
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
@@ -33,8 +33,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackageDepends.cmake)
 # The effect renders through EGL: a GPU's driver where there is one, Mesa's llvmpipe otherwise.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
-# The programs that load frei0r modules, and the editor that reads the effect's description.
-set(CPACK_DEBIAN_PACKAGE_ENHANCES "ffmpeg, gstreamer1.0-plugins-bad, kdenlive, melt")
+# The programs that load frei0r modules, and the editors that read the effect's descriptions.
+set(CPACK_DEBIAN_PACKAGE_ENHANCES "ffmpeg, gstreamer1.0-plugins-bad, kdenlive, melt, pitivi, shotcut")
 # The Python module, built for Debian's python3 of this release, takes its frames from NumPy.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

@@ -21,6 +21,9 @@ $SUDO apt-get install -y -qq --no-install-recommends melt libmlt-data \
 # lossless file GES renders.
 $SUDO apt-get install -y -qq --no-install-recommends python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0 \
   gir1.2-ges-1.0 gstreamer1.0-libav >/dev/null
+# Shotcut, started under a virtual X server (xvfb-run), must list the installed filter; Qt's
+# qmlscene loads the filter's panel with Shotcut's controls.
+$SUDO apt-get install -y -qq --no-install-recommends shotcut xvfb xauth qmlscene >/dev/null
 # A one-node Slurm for the farm tests (scripts/slurm-local.sh); its daemons are started by the tests.
 $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # The Debian package and its tests: CPack's DEB generator reads ELF files with `file` and works

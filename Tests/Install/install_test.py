@@ -9,9 +9,11 @@ import gzip
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 import xml.etree.ElementTree as ET
 
@@ -51,14 +53,16 @@ INSTALLED_FILES = {
     "share/doc/fxhost/changelog.gz": 0o644,
     "share/man/man1/fxhost.1.gz": 0o644,
     "share/kdenlive/effects/frei0r_ostrivane-hue-and-saturation.xml": 0o644,
+    "share/shotcut/qml/filters/ostrivane_hue_and_saturation/meta.qml": 0o644,
+    "share/shotcut/qml/filters/ostrivane_hue_and_saturation/ui.qml": 0o644,
     PYTHON_MODULE: 0o644,
     GST_PLUGIN: 0o644,
 }
 
 
-def run(args, cwd=None, env=None, check=True):
+def run(args, cwd=None, env=None, check=True, timeout=300):
     result = subprocess.run(args, cwd=cwd, env=env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                            text=True, timeout=300)
+                            text=True, timeout=timeout)
     if check and result.returncode != 0:
         raise AssertionError("%s exited %d\n%s%s" % (" ".join(args), result.returncode,
                                                      result.stdout, result.stderr))
@@ -108,6 +112,44 @@ def module_info(module_path):
     info = PluginInfo()
     ctypes.CDLL(module_path).f0r_get_plugin_info(ctypes.byref(info))
     return info
+
+
+KDENLIVE_DESCRIPTION = "share/kdenlive/effects/frei0r_%s.xml" % MODULE
+SHOTCUT_FOLDER = "share/shotcut/qml/filters/ostrivane_hue_and_saturation"
+QML_VALUE = r"qsTr\('((?:[^'\\]|\\.)*)'[^)]*\)|'((?:[^'\\]|\\.)*)'|\[([^\]]*)\]|(-?[\d.]+|true|false|Metadata\.\w+)"
+
+
+def qml_fields(text):
+    """`name: value` pairs of a piece of QML, values as strings, lists as lists of strings."""
+    fields = {}
+    for m in re.finditer(r"\b(\w+):\s*(?:" + QML_VALUE + ")", text):
+        text_value = m[2] if m[2] is not None else m[3]
+        if text_value is not None:
+            fields[m[1]] = re.sub(r"\\(.)", r"\1", text_value)
+        elif m[4] is not None:
+            fields[m[1]] = re.findall(r"'([^']*)'", m[4])
+        else:
+            fields[m[1]] = m[5]
+    return fields
+
+
+def shotcut_description(prefix):
+    """Shotcut's filter description and panel as installed: (meta.qml's fields, [its keyframe
+    Parameter blocks' fields], [the panel's sliders' fields])."""
+    with open(os.path.join(prefix, SHOTCUT_FOLDER, "meta.qml")) as f:
+        meta = f.read()
+    with open(os.path.join(prefix, SHOTCUT_FOLDER, "ui.qml")) as f:
+        panel = f.read()
+    top = qml_fields(re.sub(r"Parameter\s*\{[^}]*\}", "", meta))
+    keyframes = [qml_fields(b) for b in re.findall(r"Parameter\s*\{([^}]*)\}", meta)]
+    table = re.search(r"sliders:\s*\[(.*?)\n\s*\]", panel, re.S)
+    sliders = [qml_fields(b) for b in re.findall(r"\{([^{}]*)\}", table[1])] if table else []
+    return top, keyframes, sliders
+
+
+def nine_places(value):
+    """A value as the panel's arithmetic and ours both give it."""
+    return round(value, 9)
 
 
 def installed_prefix(folder):
@@ -209,22 +251,28 @@ class InstalledTree(unittest.TestCase):
         with open(os.path.join(doc, "copyright")) as copyright:
             self.assertTrue(copyright.readline().startswith("Format: https://www.debian.org/doc/"))
 
-    def test_kdenlive_description_maps_each_slider_onto_its_range(self):
+    def test_editor_descriptions_show_each_slider_as_fxhost_info_reports_it(self):
+        # Kdenlive's and Shotcut's, each held to `fxhost info`, and to each other where it says nothing.
         name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
-        root = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
-                                     "frei0r_%s.xml" % MODULE)).getroot()
+        root = ET.parse(os.path.join(self.prefix, KDENLIVE_DESCRIPTION)).getroot()
         self.assertEqual(root.tag, "effect")
         self.assertEqual(root.get("tag"), "frei0r." + MODULE)
         self.assertEqual(root.get("id"), "frei0r." + MODULE)
         self.assertEqual(root.get("LC_NUMERIC"), "C")  # numbers read with a point whatever the locale
         self.assertEqual(root.findtext("name"), name)
         self.assertTrue(root.findtext("description"))
+        meta, keyframes, panel = shotcut_description(self.prefix)
+        self.assertEqual((meta.get("type"), meta.get("name"), meta.get("mlt_service"), meta.get("qml")),
+                         ("Metadata.Filter", name, "frei0r." + MODULE, "ui.qml"))
+        self.assertEqual(meta.get("simpleProperties"), [str(n) for n in range(len(sliders))])
+        self.assertNotIn(meta.get("isAudio"), ("true", "1"))  # listed under Video
         parameters = root.findall("parameter")
-        self.assertEqual(len(parameters), len(sliders))
+        self.assertEqual([len(parameters), len(keyframes), len(panel)], [len(sliders)] * 3)
         # frei0r parameter i is the effect's slider i + 1 (0 is the input layer), 0 to 1 over its
-        # range: Kdenlive shows value x factor + offset to the slider's precision, and keeps the
-        # frei0r value as default.
-        for number, (parameter, slider) in enumerate(zip(parameters, sliders)):
+        # range. Kdenlive shows value x factor + offset to the slider's precision, and keeps the
+        # frei0r value as default; Shotcut's panel shows the effect's own units, and its keyframes
+        # (what it saves) are frei0r values.
+        for number, (parameter, key, row, slider) in enumerate(zip(parameters, keyframes, panel, sliders)):
             index, label, low, high, default, precision = slider
             with self.subTest(parameter=label):
                 self.assertEqual(index, number + 1)
@@ -238,6 +286,58 @@ class InstalledTree(unittest.TestCase):
                 self.assertAlmostEqual(float(parameter.get("default")), (default - low) / (high - low))
                 self.assertEqual(parameter.get("decimals"), str(precision))
                 self.assertGreater(len((parameter.findtext("comment") or "").split()), 3)
+                self.assertEqual((row.get("property"), row.get("label"), float(row.get("minimum")),
+                                  float(row.get("maximum")), float(row.get("defaultValue")), row.get("decimals")),
+                                 (str(number), label, low, high, default, str(precision)))
+                self.assertEqual((key.get("property"), key.get("name"), key.get("isCurve"), key.get("minimum"),
+                                  key.get("maximum")), (str(number), label, "true", "0", "1"))
+                self.assertEqual(row.get("suffix").strip(), parameter.get("suffix", ""))
+                self.assertEqual(row.get("help"), parameter.findtext("comment"))
+
+    def test_shotcut_panel_shows_the_effects_units_and_sets_frei0r_values(self):
+        # The installed panel, loaded by Qt's qmlscene with Shotcut's own controls and stand-ins for the
+        # objects Shotcut hands it (Tests/Install/shotcut/panel-harness.qml), driven as a user would.
+        controls = "/usr/share/shotcut/qml/modules/Shotcut/Controls"
+        if not (shutil.which("qmlscene") and os.path.isdir(controls)):
+            self.skipTest("qmlscene or Shotcut is not installed")
+        folder = tempfile.mkdtemp(dir=self.tmp)
+        harness = os.path.join(SOURCE, "Tests", "Install", "shotcut")
+        shutil.copy(os.path.join(self.prefix, SHOTCUT_FOLDER, "ui.qml"), folder)
+        shutil.copy(os.path.join(harness, "panel-harness.qml"), folder)
+        # Shotcut's controls as Debian installs them, and one that Shotcut makes in C++ stood in for.
+        module = os.path.join(folder, "modules", "Shotcut", "Controls")
+        os.makedirs(module)
+        for name in os.listdir(controls):
+            if name.endswith(".qml"):
+                os.symlink(os.path.join(controls, name), os.path.join(module, name))
+        shutil.copy(os.path.join(harness, "EditContextMenu.qml"), module)
+        with open(os.path.join(controls, "qmldir")) as f, open(os.path.join(module, "qmldir"), "w") as out:
+            out.write(f.read() + "\nEditContextMenu 1.0 EditContextMenu.qml\n")
+        env = clean_env(QT_QPA_PLATFORM="offscreen", QT_QUICK_BACKEND="software")
+        result = run(["qmlscene", "-I", os.path.join(folder, "modules"), os.path.join(folder, "panel-harness.qml")],
+                     env=env, check=False, timeout=60)
+        lines = [l[len("qml: "):].split() for l in result.stderr.splitlines() if l.startswith("qml: ")]
+        self.assertEqual((result.returncode, lines[-1:]), (0, [["done"]]), result.stderr)
+        _name, sliders = effect_table(os.path.join(self.prefix, "bin", "fxhost"))
+        unit = [lambda shown, s=s: (shown - s[2]) / (s[3] - s[2]) for s in sliders]  # frei0r value of a shown one
+        sets = [(l[1], float(l[2]), l[3:] == ["keyed"]) for l in lines if l[0] == "set"]
+        shown = [l for l in lines if l[0] == "shown"]
+        # New: each parameter set to its default, and each slider showing the effect's own range.
+        self.assertEqual([[s[0], nine_places(s[1])] for s in sets[:2]],
+                         [[str(n), nine_places(unit[n](sliders[n][4]))] for n in range(2)])
+        for n, (_index, _label, low, high, default, precision) in enumerate(sliders):
+            self.assertEqual([float(v) for v in shown[n][2:5]] + [int(shown[n][5])], [default, low, high, precision])
+        self.assertIn("°", " ".join(shown[0][6:]))  # Hue Value in degrees
+        # Typed: 90 degrees and 1.37 set as frei0r values; the resets, the defaults; keyed, 45 degrees
+        # at the position; the filter changed under the panel, its frei0r values shown in units.
+        rest = [(name, nine_places(value), keyed) for name, value, keyed in sets[2:]]
+        self.assertEqual(rest, [("0", nine_places(unit[0](90)), False), ("1", nine_places(unit[1](1.37)), False),
+                                ("0", nine_places(unit[0](sliders[0][4])), False),
+                                ("1", nine_places(unit[1](sliders[1][4])), False),
+                                ("0", nine_places(unit[0](sliders[0][4])), True),
+                                ("0", nine_places(unit[0](45)), True)])
+        self.assertEqual([float(l[2]) for l in shown[2:]], [sliders[0][2] + 0.75 * (sliders[0][3] - sliders[0][2]),
+                                                            sliders[1][2] + 0.25 * (sliders[1][3] - sliders[1][2])])
 
 
 class Frei0rHosts(unittest.TestCase):
@@ -280,23 +380,78 @@ class Frei0rHosts(unittest.TestCase):
         self.assertRegex(out, r"\n\s+hue-value\s+:")
         self.assertRegex(out, r"\n\s+saturation\s+:")
 
-    def test_melt_renders_a_kdenlive_project_with_keyframed_hue(self):
+    def test_shotcut_lists_the_filter(self):
+        if not (shutil.which("shotcut") and shutil.which("xvfb-run")):
+            self.skipTest("shotcut or xvfb-run is not installed")
+        # Shotcut reads filters only from share/shotcut/qml beside its own program: Debian's program
+        # copied into a prefix whose qml folder links Debian's own folders and the installed one.
+        home = os.path.join(self.tmp, "shotcut")
+        filters = os.path.join(home, "share", "shotcut", "qml", "filters")
+        os.makedirs(filters)
+        os.makedirs(os.path.join(home, "bin"))
+        shutil.copy2(shutil.which("shotcut"), os.path.join(home, "bin"))
+        for folder, into in (("/usr/share/shotcut/qml", os.path.dirname(filters)), ("/usr/share/shotcut/qml/filters", filters)):
+            for entry in os.listdir(folder):
+                if entry != "filters":
+                    os.symlink(os.path.join(folder, entry), os.path.join(into, entry))
+        os.symlink(os.path.join(self.prefix, SHOTCUT_FOLDER), os.path.join(filters, os.path.basename(SHOTCUT_FOLDER)))
+        appdata = os.path.join(home, "appdata")
+        log = os.path.join(appdata, "shotcut-log.txt")
+        shotcut = subprocess.Popen(["xvfb-run", "-a", "-s", "-screen 0 1280x800x24", os.path.join(home, "bin", "shotcut"),
+                                    "--noupgrade", "--appdata", appdata], env=self.env, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+        text, listed = "", 'added filter "%s"' % "Ostrivane Hue And Saturation"
+        try:
+            for _ in range(120):  # Shotcut reads its filters once its window is up
+                time.sleep(0.5)
+                if os.path.exists(log):
+                    with open(log, errors="replace") as f:
+                        text = f.read()
+                if listed in text or shotcut.poll() is not None:
+                    break
+        finally:
+            os.killpg(shotcut.pid, signal.SIGTERM)
+            shotcut.wait()
+        self.assertIn('reading filter metadata "%s" "meta.qml"' % os.path.basename(SHOTCUT_FOLDER), text)
+        self.assertIn(listed, text)
+
+    def test_melt_renders_editor_projects_at_their_keyed_values(self):
+        # What the user set in each editor's controls: Hue Value from 0 degrees on the clip's first frame
+        # to 180 on its last, Saturation 1.37, a value only its two decimals show. Saved in the editor's
+        # project and rendered by melt, every frame is what fxhost render makes of the same clip with the
+        # same keys: MLT's frame 0 is fxhost's frame 1, and both interpolate linearly.
         if not shutil.which("melt"):
             self.skipTest("melt is not installed")
-        frames, last = 5, "00:00:00.160"  # frames 0 to 4 at 25 fps
-        run(["ffmpeg", "-v", "error", "-loop", "1", "-framerate", "25", "-i", SAMPLE, "-frames:v", str(frames),
-             "-c:v", "ffv1", "-pix_fmt", "bgra", os.path.join(self.tmp, "clip.mkv")])
-        # What a user sets in Kdenlive's controls: the hue from 0 to 180 degrees over the clip, the
-        # saturation at 1.37, a value only its two decimals can show. Kdenlive saves each shown value divided by the description's factor, under
-        # the description's parameter name, on the playlist's entry, keyframes as times.
-        description = ET.parse(os.path.join(self.prefix, "share", "kdenlive", "effects",
-                                            "frei0r_%s.xml" % MODULE)).getroot()
+        for editor, width, height, frames, write_project in (
+                ("Kdenlive", 192, 128, 5, self._kdenlive_project),
+                ("Shotcut", 160, 90, 10, self._shotcut_project)):  # the size and length Shotcut saved
+            with self.subTest(editor=editor):
+                folder = tempfile.mkdtemp(dir=self.tmp)
+                clip, out, expected = (os.path.join(folder, f) for f in ("clip.mkv", "melt.mkv", "fxhost.mkv"))
+                run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=size=%dx%d:rate=25" % (width, height),
+                     "-frames:v", str(frames), "-c:v", "ffv1", "-pix_fmt", "bgra", clip])
+                project = write_project(folder, frames)
+                run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
+                     "real_time=-1"], cwd=folder, env=self.env)
+                run([os.path.join(self.prefix, "bin", "fxhost"), "-q", "render", "--set", "Hue Value=0@1,180@%d" % frames,
+                     "--set", "Saturation=1.37", clip, expected], env=clean_env())
+                pixels, reference_pixels = rgba(out), rgba(expected)
+                self.assertEqual(len(pixels), frames * width * height * 4)
+                size = width * height * 4
+                for n in range(frames):
+                    self.assertTrue(pixels[n * size:(n + 1) * size] == reference_pixels[n * size:(n + 1) * size],
+                                    "melt's frame %d differs from fxhost's frame %d" % (n, n + 1))
+
+    def _kdenlive_project(self, folder, frames):
+        # Kdenlive saves each shown value divided by the description's factor, under the description's
+        # parameter name, on the playlist's entry, keyframes as times.
+        description = ET.parse(os.path.join(self.prefix, KDENLIVE_DESCRIPTION)).getroot()
         controls = {p.findtext("name"): (p.get("name"), float(p.get("factor")))
                     for p in description.iter("parameter")}
-        hue_keys, saturation = [(0, 0.0), (frames - 1, 180.0)], 1.37
         hue_name, hue_factor = controls["Hue Value"]
         saturation_name, saturation_factor = controls["Saturation"]
-        project = os.path.join(self.tmp, "project.kdenlive")
+        last = "00:00:00.%03d" % ((frames - 1) * 40)  # 25 fps
+        project = os.path.join(folder, "project.kdenlive")
         with open(project, "w") as f:
             f.write("""<?xml version="1.0" encoding="utf-8"?>
 <mlt LC_NUMERIC="C" producer="main_bin" version="7.12.0" root="{root}">
@@ -323,22 +478,17 @@ class Frei0rHosts(unittest.TestCase):
   <track producer="playlist0"/>
  </tractor>
 </mlt>
-""".format(root=self.tmp, last=last, frames=frames, module=MODULE, hue_name=hue_name,
-                       h0=hue_keys[0][1] / hue_factor, h1=hue_keys[1][1] / hue_factor,
-                       saturation_name=saturation_name, saturation=saturation / saturation_factor))
-        out = os.path.join(self.tmp, "melt.mkv")
-        run(["melt", "-quiet", project, "-consumer", "avformat:" + out, "vcodec=ffv1", "pix_fmt=bgra",
-             "real_time=-1"], cwd=self.tmp, env=self.env)
-        pixels = rgba(out)
-        size = 192 * 128 * 4
-        self.assertEqual(len(pixels), frames * size)
-        for n in range(frames):
-            with self.subTest(frame=n):
-                (f0, v0), (f1, v1) = hue_keys
-                hue = v0 + (v1 - v0) * (n - f0) / (f1 - f0)  # 0, 45, 90, 135, 180 degrees
-                expected = reference(self.tmp, "melt-%d.png" % n, hue, saturation)
-                self.assertTrue(pixels[n * size:(n + 1) * size] == expected,
-                                "frame %d differs from fxhost render at Hue Value %g" % (n, hue))
+""".format(root=folder, last=last, frames=frames, module=MODULE, hue_name=hue_name, h0=0 / hue_factor,
+           h1=180 / hue_factor, saturation_name=saturation_name, saturation=1.37 / saturation_factor))
+        return project
+
+    @staticmethod
+    def _shotcut_project(folder, _frames):
+        # Saved by Shotcut 22.12 itself (under Xvfb, through the installed panel): the clip on a timeline
+        # track, the filter added, Hue Value keyed at the first and last frame, Saturation typed in.
+        project = os.path.join(folder, "project.mlt")
+        shutil.copy(os.path.join(SOURCE, "Tests", "Install", "shotcut-project.mlt"), project)
+        return project
 
 
 class Package(unittest.TestCase):
@@ -390,7 +540,7 @@ class Package(unittest.TestCase):
                         fields["Depends"])
         self.assertIn("libgl1-mesa-dri", fields["Recommends"])
         self.assertEqual(set(fields["Enhances"].split(", ")), {"ffmpeg", "gstreamer1.0-plugins-bad", "kdenlive",
-                                                               "melt"})
+                                                               "melt", "pitivi", "shotcut"})
         # No maintainer scripts: plug-ins need no ldconfig, and apt's remove takes the files. Made
         # without a word of warning from CPack.
         control = run(["dpkg-deb", "-I", self.deb]).stdout
