@@ -209,10 +209,14 @@ class InstalledTree(unittest.TestCase):
         result = run([os.path.join(lonely, "fxhost"), "info"], env=clean_env(), check=False)
         self.assertEqual(result.returncode, 1)
         self.assertIn(os.path.join(lonely, "HueAndSaturation.plugin"), result.stderr)
-        # Without its image library it still renders nothing but says which file it missed.
+        # Without its image library it still renders PNG (read and written without it), but a TIFF it
+        # does not write, saying which file it missed.
         bundle = os.path.join(self.prefix, "lib", "fxhost", "HueAndSaturation.plugin")
         result = run([os.path.join(lonely, "fxhost"), "render", "--plugin", bundle, SAMPLE,
                       os.path.join(lonely, "out.png")], env=clean_env(), check=False)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        result = run([os.path.join(lonely, "fxhost"), "render", "--plugin", bundle, SAMPLE,
+                      os.path.join(lonely, "out.tif")], env=clean_env(), check=False)
         self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1), result.stderr)
         self.assertIn("libfxhost_images.so is neither in " + lonely, result.stderr)
 
