@@ -15,6 +15,6 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   g++ cmake ninja-build pkg-config \
   libglbinding-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libgl-dev libopengl-dev \
   libopenimageio-dev libcli11-dev fonts-dejavu-core \
-  libavformat-dev libavcodec-dev libswscale-dev libavutil-dev \
+  libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libzimg-dev \
   libcpp-httplib-dev nlohmann-json3-dev frei0r-plugins-dev >/dev/null
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
