@@ -10,7 +10,7 @@ namespace fxhost {
 
 namespace {
 
-constexpr uintptr_t kAlignment = 32;  // what zimg asks of planes on x86 with ZIMG_CPU_AUTO
+constexpr uintptr_t kAlignment = 64;  // what zimg asks of planes on x86 with ZIMG_CPU_AUTO_64B
 
 const AVPixFmtDescriptor* describe(int format) {
     return av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
