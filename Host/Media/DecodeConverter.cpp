@@ -110,6 +110,8 @@ void DecodeConverter::convert(const AVFrame& frame, HostWorld& world) {
     }
 }
 
+// Planar formats of 8 to 16 bits go through zimg; packed 8-bit RGB and palettes are copied; the
+// rest, and what zimg will not build, through swscale.
 void DecodeConverter::setUp(const AVFrame& frame, const Key& key) {
     mKey = Key();
     mGraph.reset();

@@ -1,10 +1,6 @@
-// Decoded video frames into the host's 8-bit ARGB worlds (bytes A, R, G, B). YUV is turned into
-// RGB with the frame's own matrix (BT.601, BT.709, BT.2020, SMPTE 240M, FCC), range (limited or
-// full; the JPEG pixel formats are full) and chroma siting; a frame that names no matrix gets
-// BT.601, as FFmpeg gives it. Planar formats of 8 to 16 bits go through zimg, as FFmpeg's
-// zscale filter converts them with `filter=lanczos`; packed 8-bit RGB and palettes are copied; the
-// rest go through swscale. RGB frames keep their alpha, and are opaque without one. Only the
-// world's pixels are written. Failures throw std::runtime_error naming the pixel format.
+// Decoded frames into 8-bit ARGB worlds (bytes A, R, G, B), only the world's pixels written: YUV with
+// the frame's matrix (BT.601 untagged), range and chroma siting, as zscale=filter=lanczos converts it;
+// RGB with its alpha, or opaque. Failures throw std::runtime_error naming the pixel format.
 #pragma once
 
 #include <memory>

@@ -1,8 +1,6 @@
-// Turns 8-bit ARGB worlds (bytes A,R,G,B) into frames of an encoder's pixel format: RGB formats
-// byte for byte, YUV with the given matrix (BT.601 where unspecified) and range (limited where
-// unspecified), chroma sited as given (left where unspecified), alpha kept where the format has
-// it. Planar formats of 8 to 16 bits go through zimg, as FFmpeg's zscale filter converts them
-// with `filter=lanczos`; the rest through swscale.
+// 8-bit ARGB worlds (bytes A, R, G, B) into frames of an encoder's format: RGB byte for byte; YUV
+// with the given matrix (BT.601 unspecified), range (limited unspecified) and siting (left
+// unspecified), as zscale=filter=lanczos converts it; alpha kept where the format has it.
 #pragma once
 
 #include <memory>
