@@ -16,8 +16,9 @@ WORK=$(mktemp -d "${TMPDIR:-/tmp}/ostrivane-frei0r-bench.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 
 # fxhost reads an untagged stream as BT.601 at limited range, chroma sited as H.264 sites it, through
-# swscale with these flags; FFmpeg is asked for the same conversion so both feed the effect the same bytes.
-TO_RGBA="scale=in_color_matrix=bt601:in_range=tv:in_h_chr_pos=0:in_v_chr_pos=128:flags=bicubic+accurate_rnd+full_chroma_int,format=rgba"
+# zimg as zscale converts with filter=lanczos (the README's chain); FFmpeg is asked for the same
+# conversion so both feed the effect the same bytes.
+TO_RGBA="zscale=filter=lanczos:matrixin=170m,format=gbrp,format=rgba"
 FREI0R="$TO_RGBA,frei0r=ostrivane-hue-and-saturation:0.25|0.75"
 SECONDS_LONG=$(awk -v n="$FRAMES" 'BEGIN { printf "%.3f", n / 24 }')
 ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -f lavfi -i "sine=frequency=440:sample_rate=48000" \

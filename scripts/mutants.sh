@@ -105,11 +105,15 @@ J/ProgressLog.cpp	s/if \(mOpen\) writeBlock\(mDone\.empty\(\) \? -1 : mDone\.bac
 I/OiioInput.cpp	s/loss\.deeper = !bytes;/loss.deeper = false;/	deep input read without a word
 I/OiioOutput.cpp	s/premultiply \? 0 : 1\)/0)/	alpha written premultiplied where the format holds it straight
 F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
-V/DecodeConverter.cpp	s/case AVCOL_SPC_BT709: return SWS_CS_ITU709;/case AVCOL_SPC_BT709: return SWS_CS_DEFAULT;/	a BT.709 stream read with BT.601's matrix
-V/DecodeConverter.cpp	s/case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;/case AVCOL_SPC_BT2020_CL: return SWS_CS_DEFAULT;/	a BT.2020 stream read with BT.601's matrix
+V/DecodeConverter.cpp	s/from\.matrix_coefficients = ZimgFormat::matrix\(key\.space\);/from.matrix_coefficients = ZimgFormat::matrix(key.space == AVCOL_SPC_BT709 ? AVCOL_SPC_UNSPECIFIED : key.space);/	a BT.709 stream read with BT.601's matrix
+V/ZimgFormat.cpp	s/case AVCOL_SPC_BT2020_CL: return ZIMG_MATRIX_BT2020_NCL;/case AVCOL_SPC_BT2020_CL: return ZIMG_MATRIX_ST170_M;/	a BT.2020 stream read with BT.601's matrix
 V/DecodeConverter.cpp	s/bool full = storedValue\(frame\.color_range\) == AVCOL_RANGE_JPEG;/bool full = false;/	a full-range stream read as limited
-V/FrameConverter.cpp	s/\? SWS_CS_ITU601\n(\s*): static_cast<int>\(matrix\);/? SWS_CS_ITU601\n$1: SWS_CS_ITU601;/	a movie tagged BT.709 written with BT.601's matrix
-V/FrameConverter.cpp	s/const int full = range == AVCOL_RANGE_JPEG \? 1 : 0;/const int full = 0;/	a movie tagged full range written at limited range
+V/DecodeConverter.cpp	s/from\.chroma_location = ZimgFormat::siting\(key\.siting\);/from.chroma_location = ZIMG_CHROMA_LEFT;/	a stream's chroma siting ignored on the way in
+V/FrameConverter.cpp	s/to\.matrix_coefficients = ZimgFormat::matrix\(matrix\);/to.matrix_coefficients = ZimgFormat::matrix(AVCOL_SPC_UNSPECIFIED);/	a movie tagged BT.709 written with BT.601's matrix
+V/FrameConverter.cpp	s/to\.pixel_range = range == AVCOL_RANGE_JPEG \? ZIMG_RANGE_FULL : ZIMG_RANGE_LIMITED;/to.pixel_range = ZIMG_RANGE_LIMITED;/	a movie tagged full range written at limited range
+V/FrameConverter.cpp	s/to\.chroma_location = ZimgFormat::siting\(siting\);/to.chroma_location = ZIMG_CHROMA_LEFT;/	a movie's chroma siting ignored on the way out
+C/HostWorld.cpp	s/for \(size_t i = used; i < static_cast<size_t>\(rowbytes\(\)\); \+\+i\)/for (size_t i = used + 1; i < static_cast<size_t>(rowbytes()); ++i)/	the world guard blind to one byte past a row
+C/EffectHost.cpp	s/if \(world\) world->armGuards\(\);/;/	the guards not laid again before the effect's call: the host's writes blamed on the effect
 V/StreamCopier.cpp	s/const int64_t shift = av_rescale_q\(mShift, mShiftBase, base\);/const int64_t shift = 0;/	a part's copied streams not shifted with its video
 V/StreamCopier.cpp	s/if \(time != AV_NOPTS_VALUE && !mFromStart && av_compare_ts/if (false && av_compare_ts/	a part keeps the sound from before its first frame
 V/MovieReader.cpp	s/avcodec_send_packet\(mCodec\.get\(\), nullptr\);\n\s*mDraining = true;\n\s*continue;/return false;/	the decoder not drained: the frames it holds back are lost

@@ -190,6 +190,10 @@ PF_Err EffectHost::send(PF_Cmd cmd, void* extra) {
     mInData.num_params = static_cast<A_long>(mParams.size());
     PF_Err err = PF_Err_NONE;
     const int savedOutput = routeBundleOutput();
+    // The guards stand around the effect's call alone: whatever the host wrote into the worlds
+    // before it is not the effect's doing.
+    for (HostWorld* world : {mInput, mOutput})
+        if (world) world->armGuards();
     try {
         err = mBundle.entryPoint()(cmd, &mInData, &mOutData, mParamPointers.data(),
                                    mOutput ? mOutput->def() : nullptr, extra);

@@ -50,11 +50,7 @@ HostWorld::HostWorld(int width, int height, Depth depth, int padBytes)
     }
     mRowbytes = static_cast<int>(rowbytes);  // row() steps by it, so it comes before the guards
     mDef.rowbytes = mRowbytes;
-    const size_t used = static_cast<size_t>(width) * px;
-    for (int y = 0; y < height; ++y) {
-        std::memset(row(y) + used, kGuardByte, pad);
-    }
-    std::memset(mStorage.get() + rowbytes * static_cast<size_t>(height), kGuardByte, rowbytes + kTailBytes);
+    armGuards();
     mDef.reserved0 = this;  // lets the host's callbacks find the world again
     mDef.world_flags = PF_WorldFlag_WRITEABLE | (depth == Depth::Sixteen ? PF_WorldFlag_DEEP : 0);
     mDef.data = mStorage.get();
@@ -133,6 +129,16 @@ void HostWorld::fill(const float argb[4]) {
             setPixel(x, y, argb);
         }
     }
+}
+
+void HostWorld::armGuards() {
+    const size_t used = static_cast<size_t>(mWidth) * pixelSize(mDepth);
+    const size_t pad = static_cast<size_t>(mRowbytes) - used;
+    for (int y = 0; y < mHeight; ++y) {
+        std::memset(row(y) + used, kGuardByte, pad);
+    }
+    const size_t end = static_cast<size_t>(mRowbytes) * static_cast<size_t>(mHeight);
+    std::memset(mStorage.get() + end, kGuardByte, mSize - end);
 }
 
 bool HostWorld::guardsIntact() const {

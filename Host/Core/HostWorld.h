@@ -46,6 +46,9 @@ public:
     void getPixel(int x, int y, float argb[4]) const;
     void fill(const float argb[4]);
 
+    // Lays the guard pattern down again: what wrote there before (the host filling the world)
+    // is no longer counted, so a check after the effect's call sees the effect's writes alone.
+    void armGuards();
     bool guardsIntact() const;
     // Where the first written guard byte is, in words; empty when all are intact.
     std::string guardDamage() const;

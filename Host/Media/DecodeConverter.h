@@ -1,12 +1,15 @@
-// Decoded video frames into the host's 8-bit ARGB worlds (bytes A, R, G, B). YUV is turned into
-// RGB with the frame's own matrix (BT.601, BT.709, BT.2020, SMPTE 240M, FCC), range (limited or
-// full; the JPEG pixel formats are full) and chroma siting; a frame that names no matrix gets
-// BT.601, as FFmpeg gives it. RGB frames are repacked, alpha kept where the frame has it, and
-// opaque otherwise. Failures throw std::runtime_error naming the pixel format.
+// Decoded frames into 8-bit ARGB worlds (bytes A, R, G, B), only the world's pixels written: YUV with
+// the frame's matrix (BT.601 untagged), range and chroma siting, as zscale=filter=lanczos converts it;
+// RGB with its alpha, or opaque. Failures throw std::runtime_error naming the pixel format.
 #pragma once
 
+#include <memory>
+
+#include "AlignedBuffer.h"
 #include "HostWorld.h"
 #include "LibAv.h"
+#include "PlaneRing.h"
+#include "ZimgGraph.h"
 
 namespace fxhost {
 
@@ -19,6 +22,7 @@ public:
     static bool hasAlpha(AVPixelFormat format);
 
 private:
+    enum class Route { Zimg, Packed, Scale };
     struct Key {
         int width = 0, height = 0, format = -1, space = -1, range = -1, siting = -1;
         bool operator==(const Key& o) const {
@@ -26,7 +30,17 @@ private:
                    range == o.range && siting == o.siting;
         }
     };
+    void setUp(const AVFrame& frame, const Key& key);
+    void setUpScale(const AVFrame& frame, const Key& key);
+    void throughZimg(const AVFrame& frame, HostWorld& world);
+    void throughScale(const AVFrame& frame, HostWorld& world);
+
+    Route mRoute = Route::Scale;
+    std::unique_ptr<ZimgGraph> mGraph;
+    PlaneRing mRing;
+    av::Frame mAligned;  // a copy of a frame whose planes zimg could not read where they lie
     av::ScaleContext mContext;
+    AlignedBuffer mScaled;  // swscale's rows, padded as it likes, before they go into the world
     Key mKey;
 };
 

@@ -143,7 +143,7 @@ MovieWriter::MovieWriter(const std::string& output, int width, int height, bool 
     request.frameRate = s.frameRate;
     s.encoder = EncoderSetup::open(request, options);
     s.converter = std::make_unique<FrameConverter>(width, height, s.encoder->pix_fmt, s.encoder->colorspace,
-                                                   s.encoder->color_range);
+                                                   s.encoder->color_range, s.encoder->chroma_sample_location);
 
     AVFormatContext* muxer = nullptr;
     const int allocated = avformat_alloc_output_context2(&muxer, container, nullptr, output.c_str());

@@ -96,3 +96,27 @@ TEST_F(PassThroughMovie, TheEffectSeesAMoviesFramesAsItSeesTheSameImages) {
         EXPECT_NE(samePixels(movie, frameName(dir + "/decoded_%04d.png", frame)), "");
     }
 }
+
+// RGB movies whose rows the world pads past their last pixel (QuickTime Animation and GIF 700
+// wide, FFV1 RGB 60 wide): through the host alone every frame comes out as FFmpeg decodes it, and
+// nothing the host writes is blamed on the effect.
+TEST_F(PassThroughMovie, PaddedRgbRowsComeThroughWhole) {
+    const struct {
+        const char *name, *args;
+    } cases[] = {
+        {"anim.mov", "-f lavfi -i testsrc2=size=700x16:rate=10:duration=0.3,format=rgba -c:v qtrle"},
+        {"rgb.mkv", "-f lavfi -i testsrc2=size=60x16:rate=10:duration=0.3 -c:v ffv1 -pix_fmt rgb24"},
+        {"anim.gif", "-f lavfi -i testsrc2=size=700x16:rate=10:duration=0.3"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string source = dir + "/" + c.name, frames = dir + "/out/" + c.name + "_%04d.png";
+        ASSERT_EQ(makeClip(source, c.args), "");
+        const CommandResult r = runCommand(kFxhost + " render -q --plugin " + kPassThrough + " " + source + " " + frames);
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.err, "");
+        const std::string expected = decode(source, "-pix_fmt rgba");
+        ASSERT_FALSE(expected.empty());
+        EXPECT_TRUE(decode(frames, "-pix_fmt rgba") == expected);
+    }
+}

@@ -125,6 +125,24 @@ TEST_F(HostPrograms, TwoInstancesInOneFfmpegGraphKeepTheirOwnSizesAndValues) {
     EXPECT_TRUE(readText(path("b.raw")) == fxhostReference(b, "180", "0.4")) << "FFmpeg's frame differs";
 }
 
+// An H.264 movie into the module through the README's zscale chain: the effect gets the bytes
+// fxhost reads from the movie, so FFmpeg's frames are fxhost's.
+TEST_F(HostPrograms, FfmpegThroughTheReadmesChainRendersAMovieAsFxhostDoes) {
+    const std::string clip = path("clip.mp4"), frames = path("fx_%04d.png");
+    ASSERT_EQ(runCommand("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=160x90:rate=25:duration=0.12 "
+                         "-c:v libx264 -pix_fmt yuv420p " + clip)
+                  .status,
+              0);
+    const CommandResult r = runCommand("ffmpeg -nostdin -v error -i " + clip +
+                                       " -vf 'zscale=filter=lanczos:matrixin=170m,format=gbrp,format=rgba,frei0r=" +
+                                       kModuleName + ":0.25|0.75' -f rawvideo -pix_fmt rgba -");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const CommandResult f = runCommand(std::string(OSTRIVANE_FXHOST_PATH) + " -q render --renderer " + renderer() +
+                                       " --set \"Hue Value=90\" --set Saturation=1.5 " + clip + " " + frames);
+    ASSERT_EQ(f.status, 0) << f.err;
+    EXPECT_TRUE(r.out == rawRgba(frames)) << "FFmpeg's frames differ";
+}
+
 // melt's slice threads hand the module bands of rows (threads=N); melt runs frames on two render
 // threads (real_time=-2) and sets the parameters again before every frame. A value out of range is
 // clamped with one warning, however often it is set. The CPU renderer makes each band exactly
