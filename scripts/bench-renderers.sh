@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# The effect's two renderers against FFmpeg's own `hue`, side by side in one run: wall time and peak
-# resident memory (/usr/bin/time) of whole processes, each case the median of RUNS runs taken in
-# turn with its peers (alternating, so that a busy spell of a shared machine falls on all of them).
-# Cases: 24 x 1080p PNG; 48 x 1080p H.264 + AAC to H.264; the frei0r module inside FFmpeg against
-# `hue` and Debian's hueshift0r + saturat0r; one 640 x 360 PNG; --version. Prints a table of
-# ratios (FFmpeg's time over fxhost's: above 1 means fxhost is faster).
+# The effect's two renderers against FFmpeg's own `hue`, side by side in one run: wall time, peak
+# resident memory and system time (/usr/bin/time) of whole processes, start-up included, each case
+# the median of RUNS runs taken in turn with its peers (alternating, so that a busy spell of a
+# shared machine falls on all of them). Cases: 24 x 1080p PNG (beside `hue`, FFmpeg's RGB filter
+# `huesaturation` on the same frames); 48 x 1080p H.264 + AAC to H.264; the frei0r module inside
+# FFmpeg against `hue` and Debian's hueshift0r + saturat0r; one 640 x 360 PNG; --version. Prints a
+# table of ratios (FFmpeg's time over fxhost's: above 1 means fxhost is faster; memory and system
+# time fxhost's over FFmpeg's).
 #   scripts/bench-renderers.sh [RUNS]     (default 3)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -32,12 +34,12 @@ ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=1920x1080:rate=24" -f lavfi 
   -map 0:v -map 1:a -frames:v 48 -t 2 -c:v libx264 -pix_fmt yuv420p -c:a aac "$WORK/movie.mp4"
 ffmpeg -v error -nostdin -f lavfi -i "testsrc2=size=640x360:rate=1" -frames:v 1 "$WORK/small.png"
 
-# One run of a case: "seconds peak_MiB" appended to WORK/NAME.
+# One run of a case: "seconds peak_MiB system_seconds" appended to WORK/NAME.
 run() {
   local name=$1; shift
   rm -rf "$WORK/out"; mkdir -p "$WORK/out"
-  /usr/bin/time -f "%e %M" -o "$WORK/t" "$@" >/dev/null 2>"$WORK/err_$name" || { cat "$WORK/err_$name" >&2; exit 1; }
-  awk '{ printf "%s %.1f\n", $1, $2 / 1024 }' "$WORK/t" >> "$WORK/$name"
+  /usr/bin/time -f "%e %M %S" -o "$WORK/t" "$@" >/dev/null 2>"$WORK/err_$name" || { cat "$WORK/err_$name" >&2; exit 1; }
+  awk '{ printf "%s %.1f %s\n", $1, $2 / 1024, $3 }' "$WORK/t" >> "$WORK/$name"
 }
 median() { sort -n -k"$2" "$WORK/$1" | awk -v k="$2" '{ v[NR] = $k } END { print v[int((NR + 1) / 2)] }'; }
 
@@ -48,6 +50,7 @@ f0r() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf "$1" -c:a copy "$WORK/
 png_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/png_%04d.png" "$WORK/out/o_%04d.png"; }
 png_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/png_%04d.png" "$WORK/out/o_%04d.png"; }
 png_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/png_%04d.png" -vf hue=h=90:s=1.5 "$WORK/out/o_%04d.png"; }
+png_huesat() { ffmpeg -v error -nostdin -i "$WORK/png_%04d.png" -vf huesaturation=hue=90:saturation=0.5 "$WORK/out/o_%04d.png"; }
 movie_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
 movie_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
 movie_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf hue=h=90:s=1.5 -c:a copy "$WORK/out/o.mp4"; }
@@ -60,11 +63,11 @@ small_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/small.png" "$WORK/
 small_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/small.png" -vf hue=h=90:s=1.5 "$WORK/out/o.png"; }
 version_fx() { "$FX" --version; }
 version_ffmpeg() { ffmpeg -version; }
-export -f f0r png_cpu png_gl png_ffmpeg movie_cpu movie_gl movie_ffmpeg f0r_cpu f0r_gl f0r_debian f0r_hue \
+export -f f0r png_cpu png_gl png_ffmpeg png_huesat movie_cpu movie_gl movie_ffmpeg f0r_cpu f0r_gl f0r_debian f0r_hue \
   small_cpu small_gl small_ffmpeg version_fx version_ffmpeg
 export FX WORK F0R
 KINDS="png movie f0r small version"
-members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|debian|hue|fx)$" | sort; }
+members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|huesat|debian|hue|fx)$" | sort; }
 
 for ((i = 1; i <= RUNS; i++)); do
   for group in $KINDS; do
@@ -76,17 +79,19 @@ for ((i = 1; i <= RUNS; i++)); do
 done
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
-row() {  # case, peer: median seconds and MiB, and the peer's time and memory over the case's
-  local t m pt pm
-  t=$(median "$1" 1); m=$(median "$1" 2); pt=$(median "$2" 1); pm=$(median "$2" 2)
-  printf '| %-13s | %7s | %8s | %-14s | %10s | %12s |\n' "$1" "$t" "$m" "$2" "$(ratio "$pt" "$t")" "$(ratio "$m" "$pm")"
+row() {  # case, peer: median seconds, MiB and system seconds, and the ratios against the peer's
+  local t m s pt pm ps
+  t=$(median "$1" 1); m=$(median "$1" 2); s=$(median "$1" 3); pt=$(median "$2" 1); pm=$(median "$2" 2); ps=$(median "$2" 3)
+  printf '| %-13s | %7s | %8s | %6s | %-14s | %10s | %12s | %9s |\n' "$1" "$t" "$m" "$s" "$2" "$(ratio "$pt" "$t")" \
+    "$(ratio "$m" "$pm")" "$(awk -v a="$s" -v b="$ps" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "-" }')"
 }
 echo "load average at the end: $(cut -d' ' -f1-3 /proc/loadavg); median of $RUNS"
-printf '| %-13s | %7s | %8s | %-14s | %10s | %12s |\n' case "s" "MiB" "against" "speed x" "memory x"
-printf '|%s|%s|%s|%s|%s|%s|\n' --------------- --------- ---------- ---------------- ------------ --------------
+printf '| %-13s | %7s | %8s | %6s | %-14s | %10s | %12s | %9s |\n' case "s" "MiB" "sys s" "against" "speed x" "memory x" "sys x"
+printf '|%s|%s|%s|%s|%s|%s|%s|%s|\n' --------------- --------- ---------- -------- ---------------- ------------ -------------- -----------
 for group in png movie small version; do
   peer=$(members "$group" | grep -E '_ffmpeg$')
   for name in $(members "$group" | grep -v -E '_ffmpeg$'); do row "$name" "$peer"; done
 done
+row png_cpu png_huesat
 for name in f0r_cpu f0r_gl f0r_debian; do row "$name" f0r_hue; done
 row f0r_cpu f0r_debian

@@ -1,8 +1,9 @@
 // Where frames come from: one image file, a numbered image sequence, or (by its container's
 // extension) a movie. A frame is asked for by its number: a sequence's own, a movie's from 1 as
 // FFmpeg numbers the images it writes, 0 for a single image. Any order works; ascending is what
-// every source is fast at. Failures throw JobError with the program's exit statuses, naming the
-// file (and, in a movie, the frame).
+// every source is fast at. An ordered source (a movie) is read one frame at a time; the others may
+// read several frames at once, from as many threads. Failures throw JobError with the program's
+// exit statuses, naming the file (and, in a movie, the frame).
 #pragma once
 
 #include <memory>
@@ -29,6 +30,7 @@ public:
 
     virtual ~FrameSource() = default;
     virtual Kind kind() const = 0;
+    virtual bool ordered() const = 0;
     // The frames there are, ascending: those of a sequence found on disk (gaps and all), {0} for
     // an image. Throws (exit 3) when a sequence has none.
     virtual FrameList frames() const = 0;

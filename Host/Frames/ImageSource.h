@@ -14,6 +14,7 @@ public:
     ImageSource(const std::string& input, const SourceOptions& options);
 
     Kind kind() const override { return mPattern.isSequence() ? Kind::Sequence : Kind::Image; }
+    bool ordered() const override { return false; }
     FrameList frames() const override;
     std::string name(int frame) const override { return mPattern.name(frame); }
     void check(const std::vector<int>& frames) const override;

@@ -17,6 +17,7 @@ public:
     MovieSource(const std::string& input, const SourceOptions& options);
 
     Kind kind() const override { return Kind::Movie; }
+    bool ordered() const override { return true; }
     FrameList frames() const override;
     std::string name(int frame) const override;
     void check(const std::vector<int>& frames) const override;

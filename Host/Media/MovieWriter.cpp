@@ -255,6 +255,13 @@ void MovieWriter::write(const HostWorld& world, int64_t pts) {
                                                  std::to_string(s.pendingPts) + "; frames must come in time order");
     if (!s.started) s.start(pts);
     if (s.copier) s.copier->copyUntil(pts);
+    // The held frame's duration is known now: the encoder takes it before this one is converted, so
+    // its threads have it sooner, and its buffer comes back to be filled with this one.
+    if (s.pending) {
+        s.lastGap = pts - s.pendingPts;
+        s.send(s.pending.get(), s.lastGap);
+        s.converter->recycle(std::move(s.pending));
+    }
 
     av::Frame frame = s.converter->convert(world);
     frame->pts = av_rescale_q(pts - s.shift, s.timeBase, s.encoder->time_base);
@@ -267,11 +274,6 @@ void MovieWriter::write(const HostWorld& world, int64_t pts) {
     if (s.encoder->field_order != AV_FIELD_PROGRESSIVE && s.encoder->field_order != AV_FIELD_UNKNOWN) {
         frame->interlaced_frame = 1;
         frame->top_field_first = s.encoder->field_order == AV_FIELD_TT || s.encoder->field_order == AV_FIELD_TB;
-    }
-    if (s.pending) {
-        s.lastGap = pts - s.pendingPts;
-        s.send(s.pending.get(), s.lastGap);
-        s.converter->recycle(std::move(s.pending));
     }
     s.pending = std::move(frame);
     s.pendingPts = pts;

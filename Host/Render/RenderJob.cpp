@@ -126,7 +126,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
                         source->name(slot.frame).c_str(), sink->name(slot.frame).c_str(), slot.header.width,
                         slot.header.height, slot.header.channels, slot.header.type.c_str());
     };
-    // A movie is encoded in frame order on one thread; its codec runs threads of its own.
+    // A movie is encoded in frame order, one frame at a time; its codec runs threads of its own.
     const int threads = sink->ordered() ? 1
                         : mOptions.threads > 0
                             ? mOptions.threads
@@ -136,7 +136,7 @@ void RenderJob::renderSequence(const std::string& input, const std::string& outp
     log.begin(total);
     PipelineTimes times;
     try {
-        times = SequencePipeline(stages, threads).run(frames);
+        times = SequencePipeline(stages, threads, source->ordered()).run(frames);
         const auto finishBegin = std::chrono::steady_clock::now();
         sink->finish();
         const double finishing =

@@ -23,7 +23,7 @@ namespace fxhost {
 // How files are written and how many threads encode them.
 struct OutputOptions {
     WriteOptions write;
-    int threads = 0;           // encoder threads; 0 for one a core
+    int threads = 0;           // frames encoded at once; 0 for one a core
     bool times = false;        // print where a sequence's time went, per frame
     bool strictDepth = false;  // refuse inputs the 8-bit worlds cannot hold, rather than warn
     MovieOptions movie;        // how a movie OUTPUT is encoded

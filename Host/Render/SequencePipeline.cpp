@@ -1,9 +1,12 @@
 #include "SequencePipeline.h"
 
+#include <algorithm>
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -17,66 +20,10 @@ double since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// A queue between threads; pop() waits for an item and answers false once closed and empty.
-template <typename T>
-class Channel {
-public:
-    void push(T item) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mItems.push_back(std::move(item));
-        mReady.notify_one();
-    }
-    bool pop(T& item) {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mReady.wait(lock, [this] { return !mItems.empty() || mClosed; });
-        if (mItems.empty()) return false;
-        item = std::move(mItems.front());
-        mItems.pop_front();
-        return true;
-    }
-    void close() {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mClosed = true;
-        mReady.notify_all();
-    }
-
-private:
-    std::mutex mMutex;
-    std::condition_variable mReady;
-    std::deque<T> mItems;
-    bool mClosed = false;
-};
-
-// The first failure in list order, whichever thread meets it and whenever.
-class FirstFailure {
-public:
-    void record(int position, std::exception_ptr error) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (position < mPosition) {
-            mPosition = position;
-            mError = error;
-        }
-    }
-    // Whether a failure at an earlier position means this one must not go on.
-    bool before(int position) {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mPosition < position;
-    }
-    void rethrow() {
-        std::lock_guard<std::mutex> lock(mMutex);
-        if (mError) std::rethrow_exception(mError);
-    }
-
-private:
-    std::mutex mMutex;
-    int mPosition = 1 << 30;
-    std::exception_ptr mError;
-};
-
 }  // namespace
 
-SequencePipeline::SequencePipeline(Stages stages, int encoders)
-    : mStages(std::move(stages)), mEncoders(encoders < 1 ? 1 : encoders) {}
+SequencePipeline::SequencePipeline(Stages stages, int encoders, bool readInOrder)
+    : mStages(std::move(stages)), mEncoders(encoders < 1 ? 1 : encoders), mReadInOrder(readInOrder) {}
 
 PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
     const int count = static_cast<int>(frames.size());
@@ -94,92 +41,140 @@ PipelineTimes SequencePipeline::run(const std::vector<int>& frames) {
         times.convert += convert;
     };
 
-    // One slot decoding, one rendering and one for each encoder keep every thread fed.
+    // One slot rendering and one for each worker keep every thread fed. The frames in flight are
+    // always a run of the list, [nextCommit, nextRead): the earliest of them can always move on.
     std::vector<FrameSlot> slots(static_cast<size_t>(std::min(count, mEncoders + 2)));
-    Channel<FrameSlot*> freeSlots, toRender, toEncode;
-    for (FrameSlot& slot : slots) freeSlots.push(&slot);
-    FirstFailure failure;
-    std::mutex commitMutex;
-    std::condition_variable commitTurn;
-    int nextCommit = 0;
-
-    std::thread reader([&] {
-        FrameSlot* slot;
-        for (int position = 0; position < count && freeSlots.pop(slot); ++position) {
-            if (failure.before(position)) break;
-            slot->frame = frames[position];
-            slot->position = position;
-            try {
-                fileStage(mStages.read, *slot, times.decode);
-            } catch (...) {
-                failure.record(position, std::current_exception());
-                break;
-            }
-            toRender.push(slot);
+    std::mutex mutex;  // guards everything below
+    std::condition_variable changed;
+    std::vector<FrameSlot*> freeSlots;
+    for (FrameSlot& slot : slots) freeSlots.push_back(&slot);
+    std::map<int, FrameSlot*> decoded;  // read, by position, until the render takes them in order
+    std::deque<FrameSlot*> rendered;    // in list order, until a worker writes them
+    std::map<int, std::pair<FrameSlot*, bool>> encoded;  // by position: written, or skipped after a failure
+    int nextRead = 0, nextRender = 0, nextCommit = 0, reading = 0, encoding = 0;
+    bool renderDone = false;
+    int failedAt = INT_MAX;  // the first failure in list order, whichever thread meets it and whenever
+    std::exception_ptr error;
+    auto fail = [&](int position, std::exception_ptr caught) {
+        if (position < failedAt) {
+            failedAt = position;
+            error = caught;
         }
-        toRender.close();
-    });
+    };
+    // Puts written frames in place in list order, so that nothing after a failure is kept.
+    auto commitReady = [&] {
+        for (auto it = encoded.find(nextCommit); it != encoded.end(); it = encoded.find(nextCommit)) {
+            FrameSlot& slot = *it->second.first;
+            const bool written = it->second.second;
+            encoded.erase(it);
+            if (written && slot.position < failedAt) {
+                try {
+                    mStages.commit(slot);
+                    mStages.done(slot);
+                } catch (...) {
+                    fail(slot.position, std::current_exception());
+                    mStages.discard(slot);
+                }
+            } else if (written) {
+                mStages.discard(slot);
+            }
+            ++nextCommit;
+            freeSlots.push_back(&slot);
+        }
+    };
 
-    std::vector<std::thread> encoders;
-    for (int i = 0; i < mEncoders; ++i) {
-        encoders.emplace_back([&] {
-            FrameSlot* slot;
-            while (toEncode.pop(slot)) {
-                const int position = slot->position;
+    auto worker = [&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            if (!rendered.empty() && encoding < mEncoders) {
+                FrameSlot* slot = rendered.front();
+                rendered.pop_front();
+                ++encoding;
                 bool written = false;
-                if (!failure.before(position)) {
+                if (slot->position < failedAt) {
+                    lock.unlock();
+                    std::exception_ptr caught;
                     try {
                         fileStage(mStages.encode, *slot, times.encode);
                         written = true;
                     } catch (...) {
-                        failure.record(position, std::current_exception());
+                        caught = std::current_exception();
                     }
+                    lock.lock();
+                    if (caught) fail(slot->position, caught);
                 }
-                // Files go into place in list order, so that nothing after a failure is kept.
-                std::unique_lock<std::mutex> lock(commitMutex);
-                commitTurn.wait(lock, [&] { return nextCommit == position; });
-                if (written && !failure.before(position)) {
-                    try {
-                        mStages.commit(*slot);
-                        mStages.done(*slot);
-                    } catch (...) {
-                        failure.record(position, std::current_exception());
-                        mStages.discard(*slot);
-                    }
-                } else if (written) {
-                    mStages.discard(*slot);
-                }
-                ++nextCommit;
-                commitTurn.notify_all();
+                --encoding;
+                encoded.emplace(slot->position, std::make_pair(slot, written));
+                commitReady();
+                changed.notify_all();
+            } else if (!renderDone && !freeSlots.empty() && nextRead < std::min(count, failedAt) &&
+                       !(mReadInOrder && reading > 0)) {
+                FrameSlot* slot = freeSlots.back();
+                freeSlots.pop_back();
+                slot->position = nextRead++;
+                slot->frame = frames[static_cast<size_t>(slot->position)];
+                ++reading;
                 lock.unlock();
-                freeSlots.push(slot);
+                std::exception_ptr caught;
+                try {
+                    fileStage(mStages.read, *slot, times.decode);
+                } catch (...) {
+                    caught = std::current_exception();
+                }
+                lock.lock();
+                --reading;
+                if (caught) {
+                    fail(slot->position, caught);
+                    freeSlots.push_back(slot);
+                } else {
+                    decoded.emplace(slot->position, slot);
+                }
+                changed.notify_all();
+            } else if (renderDone && rendered.empty()) {
+                return;  // what is still being written is its own worker's to finish
+            } else {
+                changed.wait(lock);
             }
-        });
-    }
-
-    FrameSlot* slot;
-    for (;;) {
-        const auto begin = Clock::now();
-        if (!toRender.pop(slot)) break;
-        times.waiting += since(begin);
-        if (failure.before(slot->position)) break;
-        try {
-            const auto renderBegin = Clock::now();
-            mStages.render(*slot);
-            times.render += since(renderBegin);
-        } catch (...) {
-            failure.record(slot->position, std::current_exception());
-            break;
         }
-        // The last frame's input is not needed again; a single large frame is written without it.
-        if (slot->position == count - 1) slot->input.reset();
-        toEncode.push(slot);
+    };
+    std::vector<std::thread> workers;
+    for (int i = 0; i <= mEncoders; ++i) workers.emplace_back(worker);
+
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            const auto begin = Clock::now();
+            changed.wait(lock, [&] { return nextRender >= std::min(count, failedAt) || decoded.count(nextRender); });
+            times.waiting += since(begin);
+            if (nextRender >= std::min(count, failedAt)) break;
+            FrameSlot* slot = decoded[nextRender];
+            decoded.erase(nextRender);
+            lock.unlock();
+            std::exception_ptr caught;
+            try {
+                const auto renderBegin = Clock::now();
+                mStages.render(*slot);
+                times.render += since(renderBegin);
+            } catch (...) {
+                caught = std::current_exception();
+            }
+            lock.lock();
+            if (caught) {
+                fail(slot->position, caught);
+                freeSlots.push_back(slot);
+                break;
+            }
+            // The last frame's input is not needed again; a single large frame is written without it.
+            if (slot->position == count - 1) slot->input.reset();
+            rendered.push_back(slot);
+            ++nextRender;
+            changed.notify_all();
+        }
+        renderDone = true;
+        changed.notify_all();
     }
-    toEncode.close();
-    for (std::thread& encoder : encoders) encoder.join();
-    freeSlots.close();
-    reader.join();
-    failure.rethrow();
+    for (std::thread& thread : workers) thread.join();
+    if (error) std::rethrow_exception(error);
     times.wall = since(start);
     return times;
 }

@@ -1,11 +1,13 @@
-// Runs a list of frames through decode, render and encode at once: one thread
-// decodes ahead, the calling thread renders (the effect keeps its GL context on the
-// thread that calls it), and `encoders` threads write behind. Frames travel in a
-// fixed set of slots, so memory stays at a few frames whatever the list's length,
-// and each slot keeps its worlds from frame to frame unless the size changes.
-// Outputs are put in place in list order. A failure stops the run as a plain loop
-// would meet it (read, render, write of one frame before the next frame): every
-// frame before it is complete, none after it is put in place, and run() rethrows it.
+// Runs a list of frames through decode, render and encode at once. The calling thread renders, in
+// list order (the effect keeps its GL context on the thread that calls it); `encoders + 1` worker
+// threads read frames ahead and write rendered ones behind, each taking whichever job is ready
+// (writing first, as it frees memory). Frames are read several at once and finish in any order,
+// unless the source must be read one at a time in list order (a movie); at most `encoders` are
+// written at once (1: one at a time, in list order). Frames travel in a fixed set of slots, so
+// memory stays at a few frames whatever the list's length, and each slot keeps its worlds from
+// frame to frame unless the size changes. Outputs are put in place in list order. A failure stops
+// the run as a plain loop would meet it (read, render, write of one frame before the next frame):
+// every frame before it is complete, none after it is put in place, and run() rethrows it.
 #pragma once
 
 #include <functional>
@@ -21,7 +23,7 @@ struct PipelineTimes {
     double convert = 0;  // file pixels to and from 8-bit worlds
     double render = 0;   // the effect's commands
     double encode = 0;   // writing files, less converting
-    double waiting = 0;  // the render thread idle, waiting for a decoded frame or a free slot
+    double waiting = 0;  // the render thread idle, waiting for the next frame to be read (or a slot to free)
     double wall = 0;
 };
 
@@ -40,13 +42,14 @@ public:
         std::function<void(const FrameSlot&)> done;
     };
 
-    SequencePipeline(Stages stages, int encoders);
+    SequencePipeline(Stages stages, int encoders, bool readInOrder = false);
 
     PipelineTimes run(const std::vector<int>& frames);
 
 private:
     Stages mStages;
     int mEncoders;
+    bool mReadInOrder;
 };
 
 }  // namespace fxhost
