@@ -52,6 +52,13 @@ function(_ostrivane_xml_text out text)
   set(${out} "${text}" PARENT_SCOPE)
 endfunction()
 
+# A C++ string literal, as the GStreamer plug-in reads the table.
+function(_ostrivane_cpp_text out text)
+  string(REPLACE "\\" "\\\\" text "${text}")
+  string(REPLACE "\"" "\\\"" text "${text}")
+  set(${out} "\"${text}\"" PARENT_SCOPE)
+endfunction()
+
 # A JavaScript string literal in single quotes, as QML reads it.
 function(_ostrivane_js_text out text)
   string(REPLACE "\\" "\\\\" text "${text}")
@@ -59,13 +66,15 @@ function(_ostrivane_js_text out text)
   set(${out} "'${text}'" PARENT_SCOPE)
 endfunction()
 
-# Writes into `folder`: frei0r_ostrivane-hue-and-saturation.xml (Kdenlive's effect description) and
-# shotcut/meta.qml, shotcut/ui.qml (Shotcut's filter description and panel).
+# Writes into `folder`: frei0r_ostrivane-hue-and-saturation.xml (Kdenlive's effect description),
+# shotcut/meta.qml, shotcut/ui.qml (Shotcut's filter description and panel) and EditorNotes.h (each
+# slider's unit and help, which the GStreamer plug-in gives its properties).
 function(ostrivane_write_editor_descriptions folder)
   set(kdenlive_parameters "")
   set(shotcut_properties "")
   set(shotcut_keyframes "")
   set(shotcut_sliders "")
+  set(cpp_notes "")
   set(index 0)
   foreach(entry IN LISTS OSTRIVANE_EDITOR_SLIDERS)
     string(REPLACE "|" ";" fields "${entry}")
@@ -135,6 +144,10 @@ function(ostrivane_write_editor_descriptions folder)
     string(APPEND shotcut_sliders
       "        { property: '${index}', label: qsTr(${js_label}), help: qsTr(${js_help}), minimum: ${low}, "
       "maximum: ${high}, defaultValue: ${default}, decimals: ${decimals}, suffix: ${js_suffix} }")
+    _ostrivane_cpp_text(cpp_label "${label}")
+    _ostrivane_cpp_text(cpp_unit "${unit}")
+    _ostrivane_cpp_text(cpp_help "${help}")
+    string(APPEND cpp_notes "    {${cpp_label}, ${cpp_unit}, ${cpp_help}},\n")
     math(EXPR index "${index} + 1")
   endforeach()
   _ostrivane_xml_text(KDENLIVE_NAME "${OSTRIVANE_EDITOR_EFFECT_NAME}")
@@ -151,4 +164,7 @@ function(ostrivane_write_editor_descriptions folder)
     ${folder}/frei0r_ostrivane-hue-and-saturation.xml @ONLY)
   configure_file(${here}/shotcut/meta.qml.in ${folder}/shotcut/meta.qml @ONLY)
   configure_file(${here}/shotcut/ui.qml.in ${folder}/shotcut/ui.qml @ONLY)
+  _ostrivane_cpp_text(CPP_NAME "${OSTRIVANE_EDITOR_EFFECT_NAME}")
+  set(CPP_SLIDER_NOTES "${cpp_notes}")
+  configure_file(${here}/EditorNotes.h.in ${folder}/EditorNotes.h @ONLY)
 endfunction()

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "CallerGLState.h"
+#include "EditorNotes.h"
 #include "EffectHost.h"
 #include "QuietStdout.h"
 
@@ -33,6 +34,16 @@ std::string number(double value) {
     std::ostringstream text;
     text << value;
     return text.str();
+}
+
+// The unit and help that the editors' descriptions give a slider of ours, where the bundle gives
+// none itself (its sliders carry no unit text).
+const editor_notes::SliderNote* editorNote(const std::string& effect, const std::string& slider) {
+    if (effect != editor_notes::kEffectName) return nullptr;
+    for (const editor_notes::SliderNote& note : editor_notes::kSliders) {
+        if (slider == note.name) return &note;
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -92,9 +103,13 @@ EffectDescription EffectDescription::read(const std::string& bundle) {
             s.dflt = std::min(std::max(static_cast<double>(slider.dephault), s.min), s.max);
             s.precision = slider.precision;
             s.unit.assign(slider.value_desc, strnlen(slider.value_desc, sizeof slider.value_desc));
-            s.blurb = s.name + ": " + number(s.min) + " to " + number(s.max) + (s.unit.empty() ? "" : " " + s.unit) +
-                      ", to " + std::to_string(s.precision) + (s.precision == 1 ? " decimal" : " decimals") +
-                      "; default " + number(s.dflt);
+            const editor_notes::SliderNote* note = editorNote(description.name, s.name);
+            if (s.unit.empty() && note) s.unit = note->unit;
+            // A degree sign sits on its number; a word stands apart.
+            const std::string unit = s.unit.empty() || s.unit == "°" ? s.unit : " " + s.unit;
+            s.blurb = s.name + ": " + number(s.min) + unit + " to " + number(s.max) + unit + ", to " +
+                      std::to_string(s.precision) + (s.precision == 1 ? " decimal" : " decimals") + "; default " +
+                      number(s.dflt) + unit + (note ? ". " + std::string(note->help) : "");
             description.sliders.push_back(s);
         }
     } catch (const std::exception& e) {

@@ -97,7 +97,10 @@ def test_inspect_lists_every_slider_as_a_controllable_property_in_its_own_range(
                           r"\s+Double\. Range:\s+(\S+) -\s+(\S+) Default:\s+(\S+)" % (prop, name), out)
         assert found, "%s is not listed as a controllable double:\n%s" % (prop, out)
         assert tuple(float(v) for v in found.group(2, 3, 4)) == (low, high, default), found.group(0)
-        assert found.group(1).startswith("%g to %g" % (low, high)), found.group(0)
+        unit = "°" if name == "Hue Value" else ""
+        assert found.group(1).startswith("%g%s to %g%s" % (low, unit, high, unit)), found.group(0)
+    # Each says what it does, in the words Kdenlive and Shotcut show.
+    assert re.search(r"hue-value\s+: Hue Value: .*by this many degrees", out), out
 
 
 # GStreamer's layouts of the four bytes, and the RGBA order they are read back in.
