@@ -29,9 +29,11 @@ const AVCodec* videoEncoder(const char* name) {
 }
 
 // The encoder a compositor expects for a codec: the reference libraries where FFmpeg has them,
-// and for ProRes the encoder that writes every profile with alpha.
+// for ProRes the encoder that writes every profile with alpha, and for AV1 SVT-AV1, whose default
+// preset runs at x264's pace where libaom's defaults take seconds a frame.
 const AVCodec* encoderFor(AVCodecID id) {
     const char* preferred = id == AV_CODEC_ID_H264 ? "libx264"
+                            : id == AV_CODEC_ID_AV1 ? "libsvtav1"
                             : id == AV_CODEC_ID_HEVC ? "libx265"
                             : id == AV_CODEC_ID_PRORES ? "prores_ks"
                             : id == AV_CODEC_ID_VP9 ? "libvpx-vp9"
@@ -205,6 +207,23 @@ const char* formatForSize(const AVCodec* codec, AVPixelFormat format, int width,
     return nullptr;
 }
 
+std::string rateText(AVRational rate) {
+    return rate.den == 1 ? std::to_string(rate.num) : std::to_string(rate.num) + "/" + std::to_string(rate.den);
+}
+
+bool takesRate(const AVCodec* codec, AVRational rate) {
+    for (const AVRational* r = codec->supported_framerates; r->num; ++r)
+        if (av_cmp_q(*r, rate) == 0) return true;
+    return false;
+}
+
+std::string rateList(const AVCodec* codec) {
+    std::string list;
+    for (const AVRational* r = codec->supported_framerates; r->num; ++r)
+        list += (list.empty() ? "" : ", ") + rateText(*r);
+    return list;
+}
+
 }  // namespace
 
 av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOptions& options) {
@@ -221,7 +240,8 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
     context->width = request.width;
     context->height = request.height;
     context->pix_fmt = format;
-    context->time_base = request.timeBase;
+    // Codecs that code the frame rate in the stream (MPEG-1/2) take only its inverse as time base.
+    context->time_base = codec->supported_framerates ? av_inv_q(request.frameRate) : request.timeBase;
     context->framerate = request.frameRate;
     context->sample_aspect_ratio = request.sourceSampleAspect;
     context->thread_count = 0;
@@ -274,6 +294,14 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
                                 (works ? std::string("--pix-fmt ") + works + " or " : std::string()) +
                                 "--codec ffv1 takes it");
         }
+        if (codec->supported_framerates && !takesRate(codec, request.frameRate))
+            refuse(request, std::string(codec->name) + " takes the frame rates " + rateList(codec) + ", not " +
+                                rateText(request.frameRate) + "; --codec libx264 in .mp4 or .mkv takes any");
+        // DNxHR's profiles start at 256x120 (DNxHD's are fixed HD sizes); FFmpeg says only EINVAL.
+        if (codec->id == AV_CODEC_ID_DNXHD && (request.width < 256 || request.height < 120))
+            refuse(request, std::string(codec->name) + " (DNxHR) encodes frames of at least 256x120, and " + size +
+                                " is smaller: scale the input up, or write a .mov with --codec prores_ks, which takes "
+                                "any even size");
         refuse(request, std::string(codec->name) + " refused " + size + " " + desc->name + " with the options given: " +
                             av::errorText(opened));
     }
