@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "FramePattern.h"
+#include "ImageLibrary.h"
 #include "MovieFile.h"
 #include "MovieReader.h"
 #include "PartialFile.h"
@@ -37,6 +38,30 @@ FrameList framesOnDisk(const FramePattern& in, const std::string& input) {
 
 }  // namespace
 
+// Before the effect is even loaded, not after the first frame is rendered. No folder is made, as
+// ffmpeg makes none: a mistyped folder would otherwise quietly fill a new one.
+void SequencePlan::requireWritable(const std::string& output, const std::string& first) {
+    const size_t slash = first.find_last_of('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : first.substr(0, slash);
+    struct stat info;
+    if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+        throw JobError(JobError::kImage, "'" + output + "': there is no folder '" + folder +
+                                             "' to write into; make it first (mkdir -p " + folder + ")");
+    }
+    if (MovieFile::isMovie(output)) return;
+    try {
+        ImageLibrary::codec().createOutput(first, ImageHeader(), 1, 1, 0, WriteOptions());
+    } catch (const JobError&) {
+        throw;
+    } catch (const std::runtime_error&) {
+        const size_t dot = first.find_last_of('.');
+        const std::string kind = dot == std::string::npos || dot < slash + 1 ? "a name without an extension"
+                                                                              : first.substr(dot) + " files";
+        throw JobError(JobError::kImage, "'" + output + "': no image format here writes " + kind +
+                                             " (png, tif, exr, jpg, dpx, webp... do; a movie: mov, mp4, mkv...)");
+    }
+}
+
 bool SequencePlan::isFile(const std::string& path) {
     struct stat info;
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
@@ -47,6 +72,7 @@ SequencePlan::SequencePlan(const std::string& input, const std::string& output, 
     : mOutput(output) {
     const FramePattern in(input), out(output);
     const bool movieIn = MovieFile::isMovie(input), movieOut = MovieFile::isMovie(output);
+    requireWritable(output, movieOut ? output : out.name(0));
     // A movie's frames are 1 to its length; counting them reads the file's packets, no pixels.
     const int length = movieIn ? MovieReader(input).frameCount() : 0;
     if (!frames.empty()) {
