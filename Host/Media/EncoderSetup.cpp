@@ -176,8 +176,9 @@ void setColour(const EncoderRequest& request, AVCodecContext* context) {
     context->color_primaries = source ? source->color_primaries : AVCOL_PRI_BT709;
     context->color_trc = source ? source->color_trc : AVCOL_TRC_BT709;
     if (rgb) {
+        // An RGB source's range tag goes out as it came: FFmpeg tags its RGB full range.
         context->colorspace = AVCOL_SPC_RGB;
-        context->color_range = AVCOL_RANGE_UNSPECIFIED;
+        context->color_range = source && !sourceYuv ? source->color_range : AVCOL_RANGE_UNSPECIFIED;
     } else if (sourceYuv) {
         // The same matrix and range the source was decoded with, and the same tags.
         context->colorspace = source->color_space;
