@@ -43,12 +43,13 @@ FrameList framesOnDisk(const FramePattern& in, const std::string& input) {
 void SequencePlan::requireWritable(const std::string& output, const std::string& first) {
     const size_t slash = first.find_last_of('/');
     const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : first.substr(0, slash);
+    const bool movie = MovieFile::isMovie(output);
+    const std::string what = std::string("cannot write ") + (movie ? "'" : "image '") + output + "': ";
     struct stat info;
-    if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        throw JobError(JobError::kImage, "'" + output + "': there is no folder '" + folder +
-                                             "' to write into; make it first (mkdir -p " + folder + ")");
-    }
-    if (MovieFile::isMovie(output)) return;
+    if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+        throw JobError(JobError::kImage,
+                       what + "no folder '" + folder + "' to write it in (none is made: mkdir -p " + folder + ")");
+    if (movie) return;
     try {
         ImageLibrary::codec().createOutput(first, ImageHeader(), 1, 1, 0, WriteOptions());
     } catch (const JobError&) {
@@ -57,8 +58,8 @@ void SequencePlan::requireWritable(const std::string& output, const std::string&
         const size_t dot = first.find_last_of('.');
         const std::string kind = dot == std::string::npos || dot < slash + 1 ? "a name without an extension"
                                                                               : first.substr(dot) + " files";
-        throw JobError(JobError::kImage, "'" + output + "': no image format here writes " + kind +
-                                             " (png, tif, exr, jpg, dpx, webp... do; a movie: mov, mp4, mkv...)");
+        throw JobError(JobError::kImage, what + "no image format here writes " + kind +
+                                             " (png, tif, exr, jpg, dpx, webp... do; movies: mov, mp4, mkv...)");
     }
 }
 

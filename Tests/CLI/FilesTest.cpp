@@ -175,7 +175,8 @@ TEST_F(FxhostFiles, ErrorsNameTheirCause) {
     const struct {
         std::string in, out, why;  // a read error of the input unless it is the sample
     } cases[] = {
-        {kSample, dir + "/no/such/dir/out.png", "No such file or directory"},
+        {kSample, dir + "/no/such/dir/out.png",
+         "no folder '" + dir + "/no/such/dir' to write it in (none is made: mkdir -p " + dir + "/no/such/dir)"},
         {kSample, longName, "File name too long"},
         {kSample, dir + "/folder.png", "it is a directory"},
         {dir + "/missing.png", dir + "/out.png", "No such file or directory"},
