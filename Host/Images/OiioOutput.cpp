@@ -108,7 +108,18 @@ bool OiioOutput::openWithOtherImages(const std::string& path) {
         throw std::runtime_error("cannot read the other images of '" + mSource + "': " +
                                  OiioInput::firstLine(OIIO::geterror()));
     std::vector<OIIO::ImageSpec> specs{mSpec};
-    for (int i = 1; mSourceInput->seek_subimage(i, 0); ++i) specs.push_back(mSourceInput->spec());
+    // An OpenEXR's parts share one display window (a TIFF's pages each have their own): the pixels
+    // of each keep their own data window inside the first's.
+    const bool oneDisplayWindow = std::string(mOutput->format_name()) == "openexr";
+    for (int i = 1; mSourceInput->seek_subimage(i, 0); ++i) {
+        specs.push_back(mSourceInput->spec());
+        if (oneDisplayWindow) {
+            specs.back().full_x = mSpec.full_x;
+            specs.back().full_y = mSpec.full_y;
+            specs.back().full_width = mSpec.full_width;
+            specs.back().full_height = mSpec.full_height;
+        }
+    }
     mSourceInput->geterror();
     mOtherSpecs.assign(specs.begin() + 1, specs.end());
     mPath = path;

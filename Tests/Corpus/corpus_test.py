@@ -74,8 +74,9 @@ def testsrc(size, rate=25, alpha=False):
 
 
 # Row: name, input file, how it is made, output name, what must hold ("kept": the output reads as the
-# input; "refused": exit 3, one line, nothing written; "warns:TEXT": kept, and without -q the
-# warning says TEXT, once).
+# input; "sizes": each image keeps its size, in the output's own type; "refused": exit 3, one line,
+# nothing written; "warns:TEXT": the first image keeps its size, and without -q the warning says
+# TEXT, once).
 ROWS = [
     ("icc-srgb", "in.png", lambda p: gradient("RGB").save(p, icc_profile=SRGB), "out.png", "kept"),
     ("icc-p3-d65", "in.png", lambda p: gradient("RGB").save(p, icc_profile=P3_D65), "out.png", "kept"),
@@ -92,6 +93,8 @@ ROWS = [
                                          "--attrib", "oiio:subimagename", "depth", "--siappend"), "out.exr", "kept"),
     ("tiff-two-pages", "in.tif", oiiotool("--pattern", "checker", "48x32", "3", "-d", "uint8",
                                           "--pattern", "constant:color=0.9,0.1,0.5", "20x10", "3", "-d", "uint8", "--siappend"), "out.tif", "kept"),
+    ("tiff-pages-into-exr", "in.tif", oiiotool("--pattern", "checker", "48x32", "3", "-d", "uint8",
+                                               "--pattern", "checker", "20x10", "3", "--siappend"), "out.exr", "sizes"),
     ("exr-parts-into-png", "in.exr", oiiotool("--pattern", "checker", "48x32", "4", "--pattern", "checker", "48x32", "1",
                                               "--chnames", "Z", "--siappend"), "out.png", "warns:parts or pages after the first"),
     ("pfm-output", "in.png", pillow("RGB"), "out.pfm", "refused"),
@@ -171,6 +174,8 @@ def check(row, folder):
     if done.returncode or done.stderr:
         return False, "exit %d: %s" % (done.returncode, done.stderr.strip())
     before, after = describe(source), describe(target)
+    if expect == "sizes":
+        before, after = [image[:2] for image in before], [image[:2] for image in after]
     if expect.startswith("warns:"):  # the first image alone, in the output's own type
         before, after = before[0][:2], after[0][:2]
     if before != after:
