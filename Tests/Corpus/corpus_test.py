@@ -165,6 +165,8 @@ def check(row, folder):
     source, target = os.path.join(folder, source), os.path.join(folder, target)
     make(source)
     render = [FXHOST, "-q", "render", "--renderer", "cpu", source, target]
+    if expect == "refused":  # before the effect is loaded: a bundle that is not there is never reached
+        render[3:3] = ["--plugin", os.path.join(folder, "absent.plugin")]
     done = subprocess.run(render, capture_output=True, text=True)
     files = sorted(os.listdir(folder))
     if expect == "refused":
