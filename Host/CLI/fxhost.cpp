@@ -28,9 +28,11 @@ extern "C" {
 #include "EffectHost.h"
 #include "EffectInfo.h"
 #include "FarmCommand.h"
+#include "FramePattern.h"
 #include "Interruption.h"
 #include "MovieOptions.h"
 #include "Look.h"
+#include "MovieFile.h"
 #include "PreviewCommand.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
@@ -217,6 +219,9 @@ int main(int argc, char** argv) {
             if (render->get_option("--frames")->count() > 0 && frames.empty())
                 throw fxhost::JobError(kUsage, "--frames: the list is empty");
             fxhost::refuseMovieOptions(render, output);
+            const bool movieOut = fxhost::MovieFile::isMovie(output);
+            fxhost::SequencePlan::requireWritable(output,
+                                                  movieOut ? output : fxhost::FramePattern(output).name(0));
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,
                                             skipExisting ? Existing::Skip

@@ -73,7 +73,6 @@ SequencePlan::SequencePlan(const std::string& input, const std::string& output, 
     : mOutput(output) {
     const FramePattern in(input), out(output);
     const bool movieIn = MovieFile::isMovie(input), movieOut = MovieFile::isMovie(output);
-    requireWritable(output, movieOut ? output : out.name(0));
     // A movie's frames are 1 to its length; counting them reads the file's packets, no pixels.
     const int length = movieIn ? MovieReader(input).frameCount() : 0;
     if (!frames.empty()) {

@@ -1,7 +1,6 @@
 // Which frames a render writes, decided before anything is loaded or written: the frames given
 // (a FrameList; frame 0 for a single file), or for a sequence given none, the first to the last
-// input found on disk; for a movie, 1 to its length. Refuses with a JobError: an output that cannot
-// be written (no folder for it, no writer for its format: 3), a bad list, frames
+// input found on disk; for a movie, 1 to its length. Refuses with a JobError: a bad list, frames
 // without an input or past a movie's end (2), a gap in the frames found (3), several frames for
 // an OUTPUT that is neither a movie nor has a frame number (2), and under --no-clobber outputs that
 // exist (3). Under --skip-existing, frames whose output exists are left out (a movie OUTPUT that
@@ -30,7 +29,8 @@ public:
     void removeLeftovers() const;
 
     // Throws JobError (exit 3) naming `output` when the folder of `first` (its first file's name)
-    // is missing, or when `output` is an image whose format the image library cannot write.
+    // is missing, or when `output` is an image whose format the image library cannot write. The
+    // commands call it first (the farm makes its outputs' folder when it submits).
     static void requireWritable(const std::string& output, const std::string& first);
 
     // Whether a frame's file is there: a regular file, as only complete outputs are renamed into place.
