@@ -178,9 +178,10 @@ int main(int argc, char** argv) {
                                         : fxhost::Console::Level::Normal);
     // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
     av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
-    // SVT-AV1 prints its banner and settings itself, not through libav's log, at a level read from
-    // the environment when an encoder opens: errors only, unless -v (or the user's own SVT_LOG).
-    setenv("SVT_LOG", verbose ? "3" : "1", 0);
+    // SVT-AV1 prints its banner, settings and errors itself, not through libav's log, at a level read
+    // from the environment when an encoder opens: its fatal errors only, unless -v (or the user's own
+    // SVT_LOG); fxhost's own error says why a frame size or option was refused.
+    setenv("SVT_LOG", verbose ? "3" : "0", 0);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
     // kept in the heap for the next frame rather than mapped and faulted in anew each time.
     mallopt(M_MMAP_THRESHOLD, 32 << 20);

@@ -30,10 +30,16 @@ const AVCodec* videoEncoder(const char* name) {
 
 // The encoder a compositor expects for a codec: the reference libraries where FFmpeg has them,
 // for ProRes the encoder that writes every profile with alpha, and for AV1 SVT-AV1, whose default
-// preset runs at x264's pace where libaom's defaults take seconds a frame.
-const AVCodec* encoderFor(AVCodecID id) {
+// preset runs at x264's pace where libaom's defaults take seconds a frame, on the frames it takes.
+constexpr int kSvtSmallest = 64;
+
+bool svtTakes(const EncoderRequest& request) {
+    return request.width >= kSvtSmallest && request.height >= kSvtSmallest;
+}
+
+const AVCodec* encoderFor(AVCodecID id, const EncoderRequest& request) {
     const char* preferred = id == AV_CODEC_ID_H264 ? "libx264"
-                            : id == AV_CODEC_ID_AV1 ? "libsvtav1"
+                            : id == AV_CODEC_ID_AV1 ? (svtTakes(request) ? "libsvtav1" : "libaom-av1")
                             : id == AV_CODEC_ID_HEVC ? "libx265"
                             : id == AV_CODEC_ID_PRORES ? "prores_ks"
                             : id == AV_CODEC_ID_VP9 ? "libvpx-vp9"
@@ -46,7 +52,7 @@ const AVCodec* encoderFor(AVCodecID id) {
     return codec;
 }
 
-const AVCodec* containerDefault(const AVOutputFormat* container) {
+const AVCodec* containerDefault(const AVOutputFormat* container, const EncoderRequest& request) {
     const std::string name = container->name;
     const char* choice = name == "mov" ? "prores_ks"
                          : name == "mp4" || name == "ipod" ? "libx264"
@@ -56,7 +62,7 @@ const AVCodec* containerDefault(const AVOutputFormat* container) {
                                          : nullptr;
     if (choice)
         if (const AVCodec* codec = videoEncoder(choice)) return codec;
-    return container->video_codec == AV_CODEC_ID_NONE ? nullptr : encoderFor(container->video_codec);
+    return container->video_codec == AV_CODEC_ID_NONE ? nullptr : encoderFor(container->video_codec, request);
 }
 
 const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& options) {
@@ -68,7 +74,7 @@ const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& 
                                 ": no such video encoder in this FFmpeg (try libx264, libx265, prores_ks, ffv1, "
                                 "libvpx-vp9, qtrle, png; `ffmpeg -encoders` lists them all)");
         if (!holds(container, codec->id)) {
-            const AVCodec* usual = containerDefault(container);
+            const AVCodec* usual = containerDefault(container, request);
             refuse(request, std::string("a ") + container->name + " file cannot hold " +
                                 avcodec_get_name(codec->id) + " video (--codec " + options.codec + ")" +
                                 (usual ? std::string("; ") + usual->name + " works" : std::string()));
@@ -77,9 +83,9 @@ const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& 
     }
     if (request.source) {
         const AVCodecID id = request.source->codecpar->codec_id;
-        if (const AVCodec* codec = encoderFor(id); codec && holds(container, id)) return codec;
+        if (const AVCodec* codec = encoderFor(id, request); codec && holds(container, id)) return codec;
     }
-    const AVCodec* codec = containerDefault(container);
+    const AVCodec* codec = containerDefault(container, request);
     if (!codec) refuse(request, std::string("no video encoder for a ") + container->name + " file; name one with --codec");
     if (request.source)
         Console::detail("%s: the source's %s video has no encoder here or cannot go into a %s file; writing %s",
@@ -298,6 +304,9 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
         if (codec->supported_framerates && !takesRate(codec, request.frameRate))
             refuse(request, std::string(codec->name) + " takes the frame rates " + rateList(codec) + ", not " +
                                 rateText(request.frameRate) + "; --codec libx264 in .mp4 or .mkv takes any");
+        if (named(codec, "libsvtav1") && !svtTakes(request))
+            refuse(request, "libsvtav1 encodes frames of at least 64x64, and " + size +
+                                " is smaller: --codec libaom-av1 takes it");
         // DNxHR's profiles start at 256x120 (DNxHD's are fixed HD sizes); FFmpeg says only EINVAL.
         if (codec->id == AV_CODEC_ID_DNXHD && (request.width < 256 || request.height < 120))
             refuse(request, std::string(codec->name) + " (DNxHR) encodes frames of at least 256x120, and " + size +

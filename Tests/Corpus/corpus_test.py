@@ -108,6 +108,7 @@ ROWS = [
     ("vp9-10bit", "in.webm", ffmpeg(testsrc("128x72"), "-c:v", "libvpx-vp9", "-pix_fmt", "yuv420p10le", "-deadline", "realtime"), "out.webm", "kept"),
     ("vp9-alpha", "in.webm", ffmpeg(testsrc("128x72", alpha=True), "-c:v", "libvpx-vp9", "-pix_fmt", "yuva420p", "-deadline", "realtime"), "out.webm", "kept"),
     ("av1", "in.mp4", ffmpeg(testsrc("128x72"), "-c:v", "libsvtav1"), "out.mp4", "kept"),
+    ("av1-32", "in.mkv", ffmpeg(testsrc("32x18"), "-c:v", "libaom-av1", "-cpu-used", "8"), "out.mkv", "kept"),
     ("mpeg2-interlaced-pal", "in.mpg", ffmpeg(testsrc("720x576"), "-vf", "setsar=16/15", "-c:v", "mpeg2video", "-flags", "+ildct+ilme",
                                               "-top", "0", "-b:v", "4M"), "out.mpg", "kept"),
     ("mjpeg", "in.avi", ffmpeg(testsrc("128x72"), "-c:v", "mjpeg", "-pix_fmt", "yuvj422p"), "out.avi", "kept"),
