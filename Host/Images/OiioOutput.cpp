@@ -103,7 +103,10 @@ void OiioOutput::open(const std::string& path) {
 
 // OpenEXR writes the headers of all its parts first: the file is opened with every image's header.
 bool OiioOutput::openWithOtherImages(const std::string& path) {
-    mSourceInput = OIIO::ImageInput::open(mSource);
+    // Alpha as stored, as the first image was read: a TIFF page's straight alpha stays straight.
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    mSourceInput = OIIO::ImageInput::open(mSource, &config);
     if (!mSourceInput)
         throw std::runtime_error("cannot read the other images of '" + mSource + "': " +
                                  OiioInput::firstLine(OIIO::geterror()));
