@@ -39,7 +39,7 @@ OiioInput::OiioInput(const std::string& path) : mFile(std::make_shared<OiioFile>
     {
         std::optional<HeldStderr> held;
         if (quiet()) held.emplace();
-        if (!mInput->open(path, mFile->spec, config)) throw std::runtime_error(firstLine(mInput->geterror()));
+        if (!mInput->open(path, mFile->header, config)) throw std::runtime_error(firstLine(mInput->geterror()));
         // The writer copies the images after the first from the file itself; here they are only counted.
         while (mInput->seek_subimage(mFile->subimages, 0)) ++mFile->subimages;
         mInput->geterror();
@@ -47,7 +47,7 @@ OiioInput::OiioInput(const std::string& path) : mFile(std::make_shared<OiioFile>
             throw std::runtime_error(firstLine(mInput->geterror()));
     }
     mFile->path = path;
-    const OIIO::ImageSpec& layout = mFile->spec;
+    const OIIO::ImageSpec& layout = mFile->header;
     if (layout.width <= 0 || layout.height <= 0 || layout.nchannels < 1 || layout.depth > 1) {
         throw std::runtime_error("not a 2-D image with channels");
     }
@@ -67,7 +67,7 @@ bool OiioInput::quiet() const {
 }
 
 DepthLoss OiioInput::read(HostWorld& world, std::vector<float>& extra, double& convertSeconds) {
-    const OIIO::ImageSpec& layout = mFile->spec;
+    const OIIO::ImageSpec& layout = mFile->header;
     const int n = layout.nchannels, colour = std::min(n, 4), w = layout.width, h = layout.height;
     const bool grey = n <= 2, hasAlpha = n == 2 || n >= 4;
     // The library leaves alpha as the file stores it (asked to above) and says which it is.

@@ -14,7 +14,7 @@ namespace fxhost {
 // What an input's ImageHeader::file holds: the first image's header as the library read it, and
 // where to find the images after it (an OpenEXR's parts, a TIFF's pages) to copy them unchanged.
 struct OiioFile {
-    OIIO::ImageSpec spec;
+    OIIO::ImageSpec header;
     std::string path;
     int subimages = 1;
 };

@@ -31,7 +31,7 @@ private:
     OIIO::ImageSpec mSpec;
     std::string mSource;  // the input file, when its images after the first are copied
     std::unique_ptr<OIIO::ImageInput> mSourceInput;
-    std::vector<OIIO::ImageSpec> mOtherSpecs;
+    std::vector<OIIO::ImageSpec> mOtherHeaders;
     std::string mPath;
     int mDropped = 0;
     int mDroppedImages = 0;

@@ -147,11 +147,11 @@ def read_picture(path):
         raise RuntimeError(oiio.geterror())
     images = []
     while source.seek_subimage(len(images), 0):
-        spec = source.spec()
-        kept = {a.name: str(a.value) for a in spec.extra_attribs
+        header = source.spec()
+        kept = {a.name: str(a.value) for a in header.extra_attribs
                 if a.name in ("ICCProfile", "PixelAspectRatio", "oiio:BitsPerSample", "oiio:subimagename")}
-        pixels = source.read_image(len(images), 0, 0, spec.nchannels, "float").tobytes() if images else None
-        images.append((spec.width, spec.height, spec.nchannels, str(spec.format), kept, pixels))
+        pixels = source.read_image(len(images), 0, 0, header.nchannels, "float").tobytes() if images else None
+        images.append((header.width, header.height, header.nchannels, str(header.format), kept, pixels))
     source.close()
     return images
 
