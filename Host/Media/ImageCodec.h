@@ -38,8 +38,9 @@ public:
     // Channels after the fourth that the format cannot hold and that are left out.
     virtual int droppedChannels() const = 0;
     // Images after the first (OpenEXR parts, TIFF pages) that the format cannot hold and that are
-    // left out; where it holds them they are copied from the input file unchanged.
-    virtual int droppedImages() const = 0;
+    // left out; where it holds them they are copied from the input file unchanged. An output
+    // that never gets such an input (PNG through libspng) keeps the default.
+    virtual int droppedImages() const { return 0; }
     // Creates the file at `path` (the caller's temporary name), then writes it whole and closes it.
     virtual void open(const std::string& path) = 0;
     virtual void write(const HostWorld& world, const std::vector<float>& extra, double& convertSeconds) = 0;
