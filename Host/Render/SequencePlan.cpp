@@ -10,6 +10,7 @@
 #include "MovieFile.h"
 #include "MovieReader.h"
 #include "PartialFile.h"
+#include "PngOutput.h"
 #include "RenderJob.h"
 
 namespace fxhost {
@@ -49,7 +50,8 @@ void SequencePlan::requireWritable(const std::string& output, const std::string&
     if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         throw JobError(JobError::kImage,
                        what + "no folder '" + folder + "' to write it in (none is made: mkdir -p " + folder + ")");
-    if (movie) return;
+    // PNG is written through libspng, always: the image library is loaded only for other formats.
+    if (movie || PngOutput::isPngName(first)) return;
     try {
         ImageLibrary::codec().createOutput(first, ImageHeader(), 1, 1, 0, WriteOptions());
     } catch (const JobError&) {
