@@ -31,9 +31,10 @@ $SUDO apt-get install -y -qq --no-install-recommends slurm-wlm munge >/dev/null
 # (devscripts) its binaries; the install tests are python3 (its xml module).
 $SUDO apt-get install -y -qq --no-install-recommends file dpkg-dev lintian devscripts python3 >/dev/null
 # The Python module (pybind11 for Debian's python3, NumPy), its tests (pytest, OpenImageIO's Python
-# module to write and read the image files fxhost render is compared on) and the README's PyAV example.
+# module to write and read the image files fxhost render is compared on; Pillow, which writes the
+# corpus test's CMYK JPEG and palette PNG) and the README's PyAV example.
 $SUDO apt-get install -y -qq --no-install-recommends pybind11-dev python3-dev python3-numpy python3-pytest \
-  python3-openimageio python3-av >/dev/null
+  python3-openimageio python3-av python3-pil >/dev/null
 # The preview's browser test: Debian's chromium, driven by playwright-core as pinned in
 # Tests/Browser/package-lock.json (no browser is downloaded).
 $SUDO apt-get install -y -qq --no-install-recommends chromium >/dev/null

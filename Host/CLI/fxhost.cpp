@@ -28,9 +28,11 @@ extern "C" {
 #include "EffectHost.h"
 #include "EffectInfo.h"
 #include "FarmCommand.h"
+#include "FramePattern.h"
 #include "Interruption.h"
 #include "MovieOptions.h"
 #include "Look.h"
+#include "MovieFile.h"
 #include "PreviewCommand.h"
 #include "RenderJob.h"
 #include "SequencePlan.h"
@@ -176,6 +178,10 @@ int main(int argc, char** argv) {
                                         : fxhost::Console::Level::Normal);
     // libav's own log would repeat, in its words, what fxhost's errors say; -v lets its warnings through.
     av_log_set_level(verbose ? AV_LOG_WARNING : AV_LOG_QUIET);
+    // SVT-AV1 prints its banner, settings and errors itself, not through libav's log, at a level read
+    // from the environment when an encoder opens: its fatal errors only, unless -v (or the user's own
+    // SVT_LOG); fxhost's own error says why a frame size or option was refused.
+    setenv("SVT_LOG", verbose ? "3" : "0", 0);
     // Frame-sized blocks (a 1080p float texture the effect stages each frame, decode buffers) are
     // kept in the heap for the next frame rather than mapped and faulted in anew each time.
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
@@ -214,6 +220,9 @@ int main(int argc, char** argv) {
             if (render->get_option("--frames")->count() > 0 && frames.empty())
                 throw fxhost::JobError(kUsage, "--frames: the list is empty");
             fxhost::refuseMovieOptions(render, output);
+            const bool movieOut = fxhost::MovieFile::isMovie(output);
+            fxhost::SequencePlan::requireWritable(output,
+                                                  movieOut ? output : fxhost::FramePattern(output).name(0));
             using Existing = fxhost::SequencePlan::Existing;
             const fxhost::SequencePlan plan(input, output, frames,
                                             skipExisting ? Existing::Skip
@@ -225,6 +234,7 @@ int main(int argc, char** argv) {
             fxhost::ProgressLog log(progress);
             job.renderSequence(input, output, plan.frames(), log);
         } else {
+            fxhost::SequencePlan::requireWritable(output, output);
             fxhost::RenderJob job(plugin, settings, outputOptions);
             job.renderSheet(input, output, vary, tileWidth, sheetFrame);
         }

@@ -41,6 +41,11 @@ ParameterCurve curveOf(const Json& value) {
     return ParameterCurve(std::move(keys));
 }
 
+// "1" while there is one version: "an integer from 1 to 1" reads as a typo.
+std::string versionRange() {
+    return Look::kVersion == 1 ? "1, the one version there is" : "an integer from 1 to " + std::to_string(Look::kVersion);
+}
+
 }  // namespace
 
 Look Look::parse(const std::string& text, const std::string& origin) {
@@ -59,7 +64,7 @@ Look Look::parse(const std::string& text, const std::string& origin) {
     const Json version = json.value("version", Json());
     if (!version.is_number_integer() || version < 1) {
         throw std::invalid_argument(where + "\"version\" " + (version.is_null() ? "is missing" : "is " + version.dump()) +
-                                    ": it is an integer from 1 to " + std::to_string(kVersion));
+                                    ": it is " + versionRange());
     }
     if (version > kVersion) {
         throw std::invalid_argument(where + "\"version\" " + version.dump() +

@@ -70,8 +70,8 @@ void ImageSource::read(int frame, FrameSlot& slot, double& convertSeconds) {
     });
     if (slot.loss.deeper) {
         Console::warnOnce("the input is " + depthName(slot.header) +
-                          ", but the effect renders in 8 bits: the output keeps the file's depth and "
-                          "holds 8-bit steps (--strict-depth refuses such inputs)");
+                          ", but the effect renders in 8 bits: what it renders holds 8-bit steps, whatever "
+                          "the output's depth (--strict-depth refuses such inputs)");
     }
     if (slot.loss.outOfRange) {
         Console::warnOnce("the input holds values outside 0 to 1 (first seen in '" + path +

@@ -29,7 +29,7 @@ std::string OiioInput::firstLine(const std::string& errors) {
     return errors.substr(0, errors.find('\n'));
 }
 
-OiioInput::OiioInput(const std::string& path) : mSpec(std::make_shared<OIIO::ImageSpec>()) {
+OiioInput::OiioInput(const std::string& path) : mFile(std::make_shared<OiioFile>()) {
     // Alpha as stored where the format keeps it straight (PNG, TIFF); OpenEXR keeps it
     // associated whatever is asked, and that is divided out below.
     OIIO::ImageSpec config;
@@ -39,9 +39,15 @@ OiioInput::OiioInput(const std::string& path) : mSpec(std::make_shared<OIIO::Ima
     {
         std::optional<HeldStderr> held;
         if (quiet()) held.emplace();
-        if (!mInput->open(path, *mSpec, config)) throw std::runtime_error(firstLine(mInput->geterror()));
+        if (!mInput->open(path, mFile->header, config)) throw std::runtime_error(firstLine(mInput->geterror()));
+        // The writer copies the images after the first from the file itself; here they are only counted.
+        while (mInput->seek_subimage(mFile->subimages, 0)) ++mFile->subimages;
+        mInput->geterror();
+        if (mFile->subimages > 1 && !mInput->seek_subimage(0, 0))
+            throw std::runtime_error(firstLine(mInput->geterror()));
     }
-    const OIIO::ImageSpec& layout = *mSpec;
+    mFile->path = path;
+    const OIIO::ImageSpec& layout = mFile->header;
     if (layout.width <= 0 || layout.height <= 0 || layout.nchannels < 1 || layout.depth > 1) {
         throw std::runtime_error("not a 2-D image with channels");
     }
@@ -50,7 +56,7 @@ OiioInput::OiioInput(const std::string& path) : mSpec(std::make_shared<OIIO::Ima
     mHeader.channels = layout.nchannels;
     mHeader.alphaChannel = layout.alpha_channel;
     mHeader.type = layout.format.c_str();
-    mHeader.file = mSpec;
+    mHeader.file = mFile;
 }
 
 OiioInput::~OiioInput() = default;
@@ -61,7 +67,7 @@ bool OiioInput::quiet() const {
 }
 
 DepthLoss OiioInput::read(HostWorld& world, std::vector<float>& extra, double& convertSeconds) {
-    const OIIO::ImageSpec& layout = *mSpec;
+    const OIIO::ImageSpec& layout = mFile->header;
     const int n = layout.nchannels, colour = std::min(n, 4), w = layout.width, h = layout.height;
     const bool grey = n <= 2, hasAlpha = n == 2 || n >= 4;
     // The library leaves alpha as the file stores it (asked to above) and says which it is.

@@ -11,6 +11,14 @@
 
 namespace fxhost {
 
+// What an input's ImageHeader::file holds: the first image's header as the library read it, and
+// where to find the images after it (an OpenEXR's parts, a TIFF's pages) to copy them unchanged.
+struct OiioFile {
+    OIIO::ImageSpec header;
+    std::string path;
+    int subimages = 1;
+};
+
 class OiioInput : public ImageInputFile {
 public:
     explicit OiioInput(const std::string& path);
@@ -28,7 +36,7 @@ private:
     bool quiet() const;
 
     std::unique_ptr<OIIO::ImageInput> mInput;
-    std::shared_ptr<OIIO::ImageSpec> mSpec;
+    std::shared_ptr<OiioFile> mFile;
     ImageHeader mHeader;
 };
 

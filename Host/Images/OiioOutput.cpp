@@ -58,9 +58,15 @@ OiioOutput::OiioOutput(const std::string& name, const ImageHeader& like, int wid
                        size_t extraValues, const WriteOptions& options)
     : mOutput(OIIO::ImageOutput::create(name)) {
     if (!mOutput) throw std::runtime_error(OiioInput::firstLine(OIIO::geterror()));
-    const auto* file = static_cast<const OIIO::ImageSpec*>(like.file.get());
+    const auto* file = static_cast<const OiioFile*>(like.file.get());
     OIIO::ImageSpec& header = mSpec;
-    header = file ? *file : OIIO::ImageSpec(like.width, like.height, like.channels, OIIO::TypeDesc(like.type));
+    header = file ? file->header : OIIO::ImageSpec(like.width, like.height, like.channels, OIIO::TypeDesc(like.type));
+    if (file && file->subimages > 1) {
+        if (mOutput->supports("multiimage"))
+            mSource = file->path;
+        else
+            mDroppedImages = file->subimages - 1;
+    }
     if (header.width != width || header.height != height) {
         header.width = header.full_width = width;
         header.height = header.full_height = height;
@@ -91,7 +97,49 @@ OiioOutput::OiioOutput(const std::string& name, const ImageHeader& like, int wid
 }
 
 void OiioOutput::open(const std::string& path) {
-    if (!mOutput->open(path, mSpec)) throw std::runtime_error(OiioInput::firstLine(mOutput->geterror()));
+    const bool opened = mSource.empty() ? mOutput->open(path, mSpec) : openWithOtherImages(path);
+    if (!opened) throw std::runtime_error(OiioInput::firstLine(mOutput->geterror()));
+}
+
+// OpenEXR writes the headers of all its parts first: the file is opened with every image's header.
+bool OiioOutput::openWithOtherImages(const std::string& path) {
+    // Alpha as stored, as the first image was read: a TIFF page's straight alpha stays straight.
+    OIIO::ImageSpec config;
+    config.attribute("oiio:UnassociatedAlpha", 1);
+    mSourceInput = OIIO::ImageInput::open(mSource, &config);
+    if (!mSourceInput)
+        throw std::runtime_error("cannot read the other images of '" + mSource + "': " +
+                                 OiioInput::firstLine(OIIO::geterror()));
+    std::vector<OIIO::ImageSpec> headers{mSpec};
+    // An OpenEXR's parts share one display window (a TIFF's pages each have their own): the pixels
+    // of each keep their own data window inside the first's.
+    const bool oneDisplayWindow = std::string(mOutput->format_name()) == "openexr";
+    for (int i = 1; mSourceInput->seek_subimage(i, 0); ++i) {
+        headers.push_back(mSourceInput->spec());
+        if (oneDisplayWindow) {
+            headers.back().full_x = mSpec.full_x;
+            headers.back().full_y = mSpec.full_y;
+            headers.back().full_width = mSpec.full_width;
+            headers.back().full_height = mSpec.full_height;
+        }
+    }
+    mSourceInput->geterror();
+    mOtherHeaders.assign(headers.begin() + 1, headers.end());
+    mPath = path;
+    return mOutput->open(path, static_cast<int>(headers.size()), headers.data());
+}
+
+// The images after the first, in their own type, size and channels, as the input holds them.
+bool OiioOutput::copyOtherImages() {
+    for (size_t i = 0; i < mOtherHeaders.size(); ++i) {
+        if (!mSourceInput->seek_subimage(static_cast<int>(i) + 1, 0))
+            throw std::runtime_error("cannot read image " + std::to_string(i + 2) + " of '" + mSource + "': " +
+                                     OiioInput::firstLine(mSourceInput->geterror()));
+        if (!mOutput->open(mPath, mOtherHeaders[i], OIIO::ImageOutput::AppendSubimage) ||
+            !mOutput->copy_image(mSourceInput.get()))
+            return false;
+    }
+    return true;
 }
 
 void OiioOutput::write(const HostWorld& world, const std::vector<float>& extra, double& convertSeconds) {
@@ -108,6 +156,7 @@ void OiioOutput::write(const HostWorld& world, const std::vector<float>& extra, 
         ok = mOutput->write_scanlines(header.y + y0, header.y + y1, 0,
                                       bytes ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::FLOAT, strip.data());
     }
+    ok = ok && (mOtherHeaders.empty() || copyOtherImages());
     ok = mOutput->close() && ok;
     if (!ok) throw std::runtime_error(OiioInput::firstLine(mOutput->geterror()));
 }

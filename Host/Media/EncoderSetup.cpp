@@ -29,9 +29,17 @@ const AVCodec* videoEncoder(const char* name) {
 }
 
 // The encoder a compositor expects for a codec: the reference libraries where FFmpeg has them,
-// and for ProRes the encoder that writes every profile with alpha.
-const AVCodec* encoderFor(AVCodecID id) {
+// for ProRes the encoder that writes every profile with alpha, and for AV1 SVT-AV1, whose default
+// preset runs at x264's pace where libaom's defaults take seconds a frame, on the frames it takes.
+constexpr int kSvtSmallest = 64;
+
+bool svtTakes(const EncoderRequest& request) {
+    return request.width >= kSvtSmallest && request.height >= kSvtSmallest;
+}
+
+const AVCodec* encoderFor(AVCodecID id, const EncoderRequest& request) {
     const char* preferred = id == AV_CODEC_ID_H264 ? "libx264"
+                            : id == AV_CODEC_ID_AV1 ? (svtTakes(request) ? "libsvtav1" : "libaom-av1")
                             : id == AV_CODEC_ID_HEVC ? "libx265"
                             : id == AV_CODEC_ID_PRORES ? "prores_ks"
                             : id == AV_CODEC_ID_VP9 ? "libvpx-vp9"
@@ -44,7 +52,7 @@ const AVCodec* encoderFor(AVCodecID id) {
     return codec;
 }
 
-const AVCodec* containerDefault(const AVOutputFormat* container) {
+const AVCodec* containerDefault(const AVOutputFormat* container, const EncoderRequest& request) {
     const std::string name = container->name;
     const char* choice = name == "mov" ? "prores_ks"
                          : name == "mp4" || name == "ipod" ? "libx264"
@@ -54,7 +62,7 @@ const AVCodec* containerDefault(const AVOutputFormat* container) {
                                          : nullptr;
     if (choice)
         if (const AVCodec* codec = videoEncoder(choice)) return codec;
-    return container->video_codec == AV_CODEC_ID_NONE ? nullptr : encoderFor(container->video_codec);
+    return container->video_codec == AV_CODEC_ID_NONE ? nullptr : encoderFor(container->video_codec, request);
 }
 
 const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& options) {
@@ -66,7 +74,7 @@ const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& 
                                 ": no such video encoder in this FFmpeg (try libx264, libx265, prores_ks, ffv1, "
                                 "libvpx-vp9, qtrle, png; `ffmpeg -encoders` lists them all)");
         if (!holds(container, codec->id)) {
-            const AVCodec* usual = containerDefault(container);
+            const AVCodec* usual = containerDefault(container, request);
             refuse(request, std::string("a ") + container->name + " file cannot hold " +
                                 avcodec_get_name(codec->id) + " video (--codec " + options.codec + ")" +
                                 (usual ? std::string("; ") + usual->name + " works" : std::string()));
@@ -75,9 +83,9 @@ const AVCodec* chooseEncoder(const EncoderRequest& request, const MovieOptions& 
     }
     if (request.source) {
         const AVCodecID id = request.source->codecpar->codec_id;
-        if (const AVCodec* codec = encoderFor(id); codec && holds(container, id)) return codec;
+        if (const AVCodec* codec = encoderFor(id, request); codec && holds(container, id)) return codec;
     }
-    const AVCodec* codec = containerDefault(container);
+    const AVCodec* codec = containerDefault(container, request);
     if (!codec) refuse(request, std::string("no video encoder for a ") + container->name + " file; name one with --codec");
     if (request.source)
         Console::detail("%s: the source's %s video has no encoder here or cannot go into a %s file; writing %s",
@@ -174,8 +182,9 @@ void setColour(const EncoderRequest& request, AVCodecContext* context) {
     context->color_primaries = source ? source->color_primaries : AVCOL_PRI_BT709;
     context->color_trc = source ? source->color_trc : AVCOL_TRC_BT709;
     if (rgb) {
+        // An RGB source's range tag goes out as it came: FFmpeg tags its RGB full range.
         context->colorspace = AVCOL_SPC_RGB;
-        context->color_range = AVCOL_RANGE_UNSPECIFIED;
+        context->color_range = source && !sourceYuv ? source->color_range : AVCOL_RANGE_UNSPECIFIED;
     } else if (sourceYuv) {
         // The same matrix and range the source was decoded with, and the same tags.
         context->colorspace = source->color_space;
@@ -205,6 +214,23 @@ const char* formatForSize(const AVCodec* codec, AVPixelFormat format, int width,
     return nullptr;
 }
 
+std::string rateText(AVRational rate) {
+    return rate.den == 1 ? std::to_string(rate.num) : std::to_string(rate.num) + "/" + std::to_string(rate.den);
+}
+
+bool takesRate(const AVCodec* codec, AVRational rate) {
+    for (const AVRational* r = codec->supported_framerates; r->num; ++r)
+        if (av_cmp_q(*r, rate) == 0) return true;
+    return false;
+}
+
+std::string rateList(const AVCodec* codec) {
+    std::string list;
+    for (const AVRational* r = codec->supported_framerates; r->num; ++r)
+        list += (list.empty() ? "" : ", ") + rateText(*r);
+    return list;
+}
+
 }  // namespace
 
 av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOptions& options) {
@@ -221,7 +247,8 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
     context->width = request.width;
     context->height = request.height;
     context->pix_fmt = format;
-    context->time_base = request.timeBase;
+    // Codecs that code the frame rate in the stream (MPEG-1/2) take only its inverse as time base.
+    context->time_base = codec->supported_framerates ? av_inv_q(request.frameRate) : request.timeBase;
     context->framerate = request.frameRate;
     context->sample_aspect_ratio = request.sourceSampleAspect;
     context->thread_count = 0;
@@ -274,6 +301,17 @@ av::CodecContext EncoderSetup::open(const EncoderRequest& request, const MovieOp
                                 (works ? std::string("--pix-fmt ") + works + " or " : std::string()) +
                                 "--codec ffv1 takes it");
         }
+        if (codec->supported_framerates && !takesRate(codec, request.frameRate))
+            refuse(request, std::string(codec->name) + " takes the frame rates " + rateList(codec) + ", not " +
+                                rateText(request.frameRate) + "; --codec libx264 in .mp4 or .mkv takes any");
+        if (named(codec, "libsvtav1") && !svtTakes(request))
+            refuse(request, "libsvtav1 encodes frames of at least 64x64, and " + size +
+                                " is smaller: --codec libaom-av1 takes it");
+        // DNxHR's profiles start at 256x120 (DNxHD's are fixed HD sizes); FFmpeg says only EINVAL.
+        if (codec->id == AV_CODEC_ID_DNXHD && (request.width < 256 || request.height < 120))
+            refuse(request, std::string(codec->name) + " (DNxHR) encodes frames of at least 256x120, and " + size +
+                                " is smaller: scale the input up, or write a .mov with --codec prores_ks, which takes "
+                                "any even size");
         refuse(request, std::string(codec->name) + " refused " + size + " " + desc->name + " with the options given: " +
                             av::errorText(opened));
     }

@@ -1,5 +1,7 @@
 // Chooses and opens the encoder of a movie's video before anything is written: the encoder, its
-// pixel format, profile, field order, colour tags, sample aspect, time base and the user's options.
+// pixel format, profile, field order, colour tags, sample aspect, time base (the request's, or
+// 1/frame rate for codecs that take no other, MPEG-1/2) and the user's options. A source's codec is
+// kept with the encoder users of ffmpeg pick for it (libx264, libx265, prores_ks, libvpx, libsvtav1).
 // Every fault a user can fix (an unknown encoder or pixel format, an option the encoder does not
 // take, a size it refuses) throws JobError(kUsage) naming the cause and what works instead.
 #pragma once

@@ -37,6 +37,10 @@ public:
     virtual std::string formatName() const = 0;
     // Channels after the fourth that the format cannot hold and that are left out.
     virtual int droppedChannels() const = 0;
+    // Images after the first (OpenEXR parts, TIFF pages) that the format cannot hold and that are
+    // left out; where it holds them they are copied from the input file unchanged. An output
+    // that never gets such an input (PNG through libspng) keeps the default.
+    virtual int droppedImages() const { return 0; }
     // Creates the file at `path` (the caller's temporary name), then writes it whole and closes it.
     virtual void open(const std::string& path) = 0;
     virtual void write(const HostWorld& world, const std::vector<float>& extra, double& convertSeconds) = 0;
@@ -45,7 +49,7 @@ public:
 class ImageCodec {
 public:
     // The interface's version: the library refuses a host built against another.
-    static constexpr int kVersion = 1;
+    static constexpr int kVersion = 2;
 
     virtual std::unique_ptr<ImageInputFile> openInput(const std::string& path) = 0;
     // `name` picks the format by its extension; the size is `width` by `height`, and `extraValues`

@@ -76,6 +76,10 @@ void ImageWriter::encode(const std::string& path, const ImageHeader& like, const
         Console::warnOnce(out->formatName() + " holds no channels beyond RGBA: " + std::to_string(dropped) +
                           " channel(s) of the input are not written to '" + path + "'");
     }
+    // Said once for a whole sequence, whose every frame would drop them alike.
+    if (out->droppedImages())
+        Console::warnOnce(out->formatName() + " holds one image a file: the input's parts or pages after the first " +
+                          "are not written (OpenEXR and TIFF outputs keep them)");
 
     // Until commit or discard, an interruption removes the file.
     const std::string partial = PartialFile::nameFor(path);

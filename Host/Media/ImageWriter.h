@@ -2,7 +2,9 @@
 // came from: a .png from a PNG or from frames with no file through libspng (PngOutput, which keeps
 // a PNG's chunks), anything else through the image library (ImageLibrary, loaded on first use):
 // its channels (those after the fourth copied unchanged), data type and header (attributes,
-// compression, pixel aspect, colour space, data and display windows). The file is written under a
+// compression, pixel aspect, colour space, data and display windows), and the input's images
+// after the first (OpenEXR parts, TIFF pages) copied unchanged where the format holds them, with
+// one warning where it does not. The file is written under a
 // temporary name beside the target (PartialFile) and renamed into place, so a
 // failure leaves no partial file; failures throw std::runtime_error, one line naming the
 // target and the reason.

@@ -178,7 +178,7 @@ void RenderJob::renderSheet(const std::string& input, const std::string& output,
         from = ParameterSettings::parseValue(mHost, index, match[2].str());
         to = ParameterSettings::parseValue(mHost, index, match[3].str());
     } catch (const std::invalid_argument& e) {
-        throw JobError(JobError::kUsage, e.what());
+        throw JobError(JobError::kUsage, "--vary " + vary + ": " + e.what());
     }
     const int count = match[4].length() <= 3 ? std::stoi(match[4].str()) : 0;
     if (count < 1 || count > 256) {

@@ -6,9 +6,11 @@
 #include <stdexcept>
 
 #include "FramePattern.h"
+#include "ImageLibrary.h"
 #include "MovieFile.h"
 #include "MovieReader.h"
 #include "PartialFile.h"
+#include "PngOutput.h"
 #include "RenderJob.h"
 
 namespace fxhost {
@@ -36,6 +38,32 @@ FrameList framesOnDisk(const FramePattern& in, const std::string& input) {
 }
 
 }  // namespace
+
+// Before the effect is even loaded, not after the first frame is rendered. No folder is made, as
+// ffmpeg makes none: a mistyped folder would otherwise quietly fill a new one.
+void SequencePlan::requireWritable(const std::string& output, const std::string& first) {
+    const size_t slash = first.find_last_of('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : first.substr(0, slash);
+    const bool movie = MovieFile::isMovie(output);
+    const std::string what = std::string("cannot write ") + (movie ? "'" : "image '") + output + "': ";
+    struct stat info;
+    if (stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+        throw JobError(JobError::kImage,
+                       what + "no folder '" + folder + "' to write it in (none is made: mkdir -p " + folder + ")");
+    // PNG is written through libspng, always: the image library is loaded only for other formats.
+    if (movie || PngOutput::isPngName(first)) return;
+    try {
+        ImageLibrary::codec().createOutput(first, ImageHeader(), 1, 1, 0, WriteOptions());
+    } catch (const JobError&) {
+        throw;
+    } catch (const std::runtime_error&) {
+        const size_t dot = first.find_last_of('.');
+        const std::string kind = dot == std::string::npos || dot < slash + 1 ? "a name without an extension"
+                                                                              : first.substr(dot) + " files";
+        throw JobError(JobError::kImage, what + "no image format here writes " + kind +
+                                             " (png, tif, exr, jpg, dpx, webp... do; movies: mov, mp4, mkv...)");
+    }
+}
 
 bool SequencePlan::isFile(const std::string& path) {
     struct stat info;

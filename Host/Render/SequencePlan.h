@@ -28,6 +28,11 @@ public:
     // Removes the temporary files a render killed outright left for this sequence's outputs.
     void removeLeftovers() const;
 
+    // Throws JobError (exit 3) naming `output` when the folder of `first` (its first file's name)
+    // is missing, or when `output` is an image whose format the image library cannot write. The
+    // commands call it first (the farm makes its outputs' folder when it submits).
+    static void requireWritable(const std::string& output, const std::string& first);
+
     // Whether a frame's file is there: a regular file, as only complete outputs are renamed into place.
     static bool isFile(const std::string& path);
 

@@ -6,6 +6,7 @@
 
 #include "Bundle.h"
 #include "ChildRunner.h"
+#include "Console.h"
 #include "ValidateReport.h"
 #include "ValidationTest.h"
 
@@ -109,15 +110,18 @@ int runValidate(const std::string& plugin) {
         return kTrouble;
     }
 
+    // -q: the failures and the verdict alone.
+    const bool quiet = Console::level() == Console::Level::Quiet;
+    std::ostream unseen(nullptr);
     ValidateReport report(options, line.repeat);
-    report.header(std::cout, tests.size());
+    report.header(quiet ? unseen : std::cout, tests.size());
     for (const ValidationTest* test : tests) {
         for (int run = 1; run <= line.repeat; ++run) {
             TestResult result;
             result.name = test->name;
             result.run = run;
             result.outcome = runner.run([&](int fd) { runInChild(*test, options, fd); });
-            report.add(result, std::cout);
+            report.add(result, quiet && result.outcome.passed() ? unseen : std::cout);
         }
     }
     report.verdict(std::cout);

@@ -53,6 +53,10 @@ std::ofstream openFile(const std::string& path) {
     return file;
 }
 
+std::string counted(size_t n, const char* noun) {
+    return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
+}
+
 std::string levelName(Level level) {
     return level == Level::Full ? "full" : "quick";
 }
@@ -68,7 +72,7 @@ std::vector<std::string> TestResult::failures(double timeoutSeconds) const {
 
 void ValidateReport::header(std::ostream& out, size_t tests) const {
     out << "fxhost validate " << mOptions.bundle << "\n"
-        << tests << " tests" << (mRepeat > 1 ? ", each " + std::to_string(mRepeat) + " times" : "")
+        << counted(tests, "test") << (mRepeat > 1 ? ", each " + std::to_string(mRepeat) + " times" : "")
         << ", level " << levelName(mOptions.level) << ", seed " << mOptions.seed << ", timeout "
         << mOptions.timeoutSeconds << " s a test\n"
         << std::flush;
@@ -104,9 +108,10 @@ void ValidateReport::verdict(std::ostream& out) const {
             failed += (failed.empty() ? "" : ", ") + r.name;
     }
     if (allPassed()) {
-        out << "PASS: all " << mResults.size() << " tests passed in " << seconds(total) << "\n";
+        out << "PASS: " << (mResults.size() == 1 ? "the " : "all ") << counted(mResults.size(), "test")
+            << " passed in " << seconds(total) << "\n";
     } else {
-        out << "FAIL: " << failedCount() << " of " << mResults.size() << " tests failed (" << failed
+        out << "FAIL: " << failedCount() << " of " << counted(mResults.size(), "test") << " failed (" << failed
             << ") in " << seconds(total) << "\n";
     }
     out << std::flush;

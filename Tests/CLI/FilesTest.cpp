@@ -137,6 +137,7 @@ TEST_F(FxhostFiles, ArgumentErrorsExitTwoNamingTheArgument) {
         {"-q -v info", "--quiet and --verbose"},
         {"sheet --vary Saturation=0:2:2 clip.mov out.png", "sheet takes one image, not a movie ('clip.mov')"},
         {"sheet --vary Saturation=0:2:2 in_%04d.png out.png", "sheet takes one image, not a sequence"},
+        {"sheet --vary Saturation=0:3:5 IN out.png", "--vary Saturation=0:3:5: 3 is out of range for parameter"},
         {"render --set 'Hue Value=10' --set 'hue value=20' IN out.png",
          "--set \"hue value=20\": parameter \"Hue Value\" (0 to 360) is already set by --set \"Hue Value=10\""},
         {"render --set 'Hue Value=400' IN out.png", "400 is out of range for parameter \"Hue Value\" (0 to 360)"},
@@ -175,7 +176,8 @@ TEST_F(FxhostFiles, ErrorsNameTheirCause) {
     const struct {
         std::string in, out, why;  // a read error of the input unless it is the sample
     } cases[] = {
-        {kSample, dir + "/no/such/dir/out.png", "No such file or directory"},
+        {kSample, dir + "/no/such/dir/out.png",
+         "no folder '" + dir + "/no/such/dir' to write it in (none is made: mkdir -p " + dir + "/no/such/dir)"},
         {kSample, longName, "File name too long"},
         {kSample, dir + "/folder.png", "it is a directory"},
         {dir + "/missing.png", dir + "/out.png", "No such file or directory"},

@@ -94,9 +94,9 @@ TEST_F(Looks, BadLooksExitTwoNamingTheFaultAndWriteNothing) {
         {R"({"format": "fxhost look", "version": 4294967297, "effect": "x", "parameters": {}})",
          "\"version\" 4294967297 is newer than this fxhost reads (1)"},
         {R"({"format": "fxhost look", "version": 1.0, "effect": "x", "parameters": {}})",
-         "\"version\" is 1.0: it is an integer from 1 to 1"},
+         "\"version\" is 1.0: it is 1, the one version there is"},
         {R"({"format": "fxhost look", "version": -4294967295, "effect": "x", "parameters": {}})",
-         "\"version\" is -4294967295: it is an integer from 1 to 1"},
+         "\"version\" is -4294967295: it is 1, the one version there is"},
         {R"({"effect": "x", "parameters": {}})", "not a look"},
         {"", "cannot read look " + look + ": No such file"},
     };

@@ -390,6 +390,8 @@ TEST_F(MovieWriterTest, RefusesWhatCannotBeWrittenBeforeWritingAnything) {
         {path("c.mp4"), "", wrongFormat, JobError::kUsage, "yuv420p"},
         {path("d.mp4"), "", badPreset, JobError::kUsage, "libx264"},
         {path("e.xyz"), "", none, JobError::kUsage, "not a movie container"},
+        // DNxHR's smallest frame named, and a codec that takes this one.
+        {path("g.mxf"), "", none, JobError::kUsage, "at least 256x120, and 64x48 is smaller"},
         // Odd-size RGB into an mp4: H.264 4:2:0 cannot take it; 4:4:4 can.
         {path("f.mp4"), odd, none, JobError::kUsage, "--pix-fmt yuv444p"},
         {odd, odd, none, JobError::kUsage, "source movie itself"},

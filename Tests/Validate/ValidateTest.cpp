@@ -3,6 +3,7 @@
 // command itself promises: exit codes, --list, patterns, repeats and the report files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <future>
 #include <set>
@@ -77,6 +78,21 @@ TEST(Validate, EachBrokenBundleFailsTheTestNamingItsFaultAndNoOther) {
         EXPECT_NE(r.out.find(kFaults[i].message), std::string::npos) << r.out;
         EXPECT_NE(r.out.find("PASS  "), std::string::npos) << r.out;
     }
+}
+
+// -q: the failing tests and the verdict alone, a lone test counted as one.
+TEST(Validate, QuietPrintsTheFailuresAndTheVerdictAlone) {
+    const std::string quiet = std::string(OSTRIVANE_FXHOST_PATH) + " -q validate --only commands.sequence";
+    const CommandResult passed = runCommand(quiet + " --plugin " + OSTRIVANE_BUNDLE_PATH);
+    EXPECT_EQ(passed.status, 0) << passed.err;
+    EXPECT_EQ(passed.out.rfind("PASS: the 1 test passed in ", 0), 0u) << passed.out;
+    EXPECT_EQ(std::count(passed.out.begin(), passed.out.end(), '\n'), 1) << passed.out;
+    const CommandResult failed =
+        runCommand(quiet + ",renderers --plugin " + OSTRIVANE_BROKEN_DIR + "/BrokenCPUDrifts.plugin");
+    EXPECT_EQ(failed.status, 5) << failed.err;
+    EXPECT_EQ(failed.out.rfind("FAIL  renderers", 0), 0u) << failed.out;
+    EXPECT_NE(failed.out.find("\nFAIL: 1 of 2 tests failed (renderers)"), std::string::npos) << failed.out;
+    EXPECT_EQ(failed.out.find("PASS"), std::string::npos) << failed.out;
 }
 
 TEST(Validate, ReportsOnStandardOutputAndInFiles) {
