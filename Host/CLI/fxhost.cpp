@@ -215,15 +215,15 @@ int main(int argc, char** argv) {
                 throw fxhost::JobError(kUsage, "--frames: the list is empty");
             fxhost::refuseMovieOptions(render, output);
             using Existing = fxhost::SequencePlan::Existing;
-            const fxhost::SequencePlan plan(input, output, frames,
-                                            skipExisting ? Existing::Skip
-                                            : noClobber  ? Existing::Refuse
-                                                         : Existing::Overwrite);
+            fxhost::SequencePlan plan(input, output, frames,
+                                      skipExisting ? Existing::Skip
+                                      : noClobber  ? Existing::Refuse
+                                                   : Existing::Overwrite);
             // The settings are checked against the effect before any file is touched.
             fxhost::RenderJob job(plugin, settings, outputOptions);
             plan.removeLeftovers();
             fxhost::ProgressLog log(progress);
-            job.renderSequence(input, output, plan.frames(), log);
+            job.renderSequence(input, output, plan.frames(), log, plan.takeReader());
         } else {
             fxhost::RenderJob job(plugin, settings, outputOptions);
             job.renderSheet(input, output, vary, tileWidth, sheetFrame);
