@@ -8,6 +8,8 @@
 # table of ratios (FFmpeg's time over fxhost's: above 1 means fxhost is faster; memory and system
 # time fxhost's over FFmpeg's).
 #   scripts/bench-renderers.sh [RUNS]     (default 3)
+#   BENCH_KINDS="movie" FXHOST_BEFORE=/path/to/fxhost scripts/bench-renderers.sh
+#     only the kinds named (png movie f0r small version), and an older fxhost's movie_before beside them
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT=$PWD
@@ -61,13 +63,15 @@ f0r_hue() { f0r hue=h=90:s=1.5; }
 small_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
 small_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
 small_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/small.png" -vf hue=h=90:s=1.5 "$WORK/out/o.png"; }
+movie_before() { "$FXHOST_BEFORE" -q render --renderer cpu "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
 version_fx() { "$FX" --version; }
 version_ffmpeg() { ffmpeg -version; }
-export -f f0r png_cpu png_gl png_ffmpeg png_huesat movie_cpu movie_gl movie_ffmpeg f0r_cpu f0r_gl f0r_debian f0r_hue \
+export -f f0r png_cpu png_gl png_ffmpeg png_huesat movie_cpu movie_gl movie_ffmpeg movie_before f0r_cpu f0r_gl f0r_debian f0r_hue \
   small_cpu small_gl small_ffmpeg version_fx version_ffmpeg
-export FX WORK F0R
-KINDS="png movie f0r small version"
-members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|huesat|debian|hue|fx)$" | sort; }
+export FX WORK F0R FXHOST_BEFORE="${FXHOST_BEFORE:-}"
+KINDS=${BENCH_KINDS:-png movie f0r small version}
+BEFORE_CASE=$([ -n "$FXHOST_BEFORE" ] && echo "|before" || true)
+members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|huesat|debian|hue|fx$BEFORE_CASE)$" | sort; }
 
 for ((i = 1; i <= RUNS; i++)); do
   for group in $KINDS; do
@@ -88,10 +92,15 @@ row() {  # case, peer: median seconds, MiB and system seconds, and the ratios ag
 echo "load average at the end: $(cut -d' ' -f1-3 /proc/loadavg); median of $RUNS"
 printf '| %-13s | %7s | %8s | %6s | %-14s | %10s | %12s | %9s |\n' case "s" "MiB" "sys s" "against" "speed x" "memory x" "sys x"
 printf '|%s|%s|%s|%s|%s|%s|%s|%s|\n' --------------- --------- ---------- -------- ---------------- ------------ -------------- -----------
-for group in png movie small version; do
+for group in $KINDS; do
+  [ "$group" = f0r ] && continue
   peer=$(members "$group" | grep -E '_ffmpeg$')
   for name in $(members "$group" | grep -v -E '_ffmpeg$'); do row "$name" "$peer"; done
 done
-row png_cpu png_huesat
-for name in f0r_cpu f0r_gl f0r_debian; do row "$name" f0r_hue; done
-row f0r_cpu f0r_debian
+case " $KINDS " in *" png "*) row png_cpu png_huesat ;; esac
+case " $KINDS " in
+  *" f0r "*)
+    for name in f0r_cpu f0r_gl f0r_debian; do row "$name" f0r_hue; done
+    row f0r_cpu f0r_debian
+    ;;
+esac

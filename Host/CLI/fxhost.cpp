@@ -224,15 +224,15 @@ int main(int argc, char** argv) {
             fxhost::SequencePlan::requireWritable(output,
                                                   movieOut ? output : fxhost::FramePattern(output).name(0));
             using Existing = fxhost::SequencePlan::Existing;
-            const fxhost::SequencePlan plan(input, output, frames,
-                                            skipExisting ? Existing::Skip
-                                            : noClobber  ? Existing::Refuse
-                                                         : Existing::Overwrite);
+            fxhost::SequencePlan plan(input, output, frames,
+                                      skipExisting ? Existing::Skip
+                                      : noClobber  ? Existing::Refuse
+                                                   : Existing::Overwrite);
             // The settings are checked against the effect before any file is touched.
             fxhost::RenderJob job(plugin, settings, outputOptions);
             plan.removeLeftovers();
             fxhost::ProgressLog log(progress);
-            job.renderSequence(input, output, plan.frames(), log);
+            job.renderSequence(input, output, plan.frames(), log, plan.takeReader());
         } else {
             fxhost::SequencePlan::requireWritable(output, output);
             fxhost::RenderJob job(plugin, settings, outputOptions);

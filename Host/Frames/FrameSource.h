@@ -12,6 +12,7 @@
 
 #include "FrameList.h"
 #include "FrameSlot.h"
+#include "MovieReader.h"
 
 namespace fxhost {
 
@@ -25,8 +26,9 @@ public:
     enum class Kind { Image, Sequence, Movie };
 
     // INPUT by its name: a movie by its extension (MovieFile), a pattern with a frame number a
-    // sequence, anything else one image.
-    static std::unique_ptr<FrameSource> open(const std::string& input, const SourceOptions& options = {});
+    // sequence, anything else one image. A movie goes on with `opened` where that reads INPUT.
+    static std::unique_ptr<FrameSource> open(const std::string& input, const SourceOptions& options = {},
+                                             std::unique_ptr<MovieReader> opened = nullptr);
 
     virtual ~FrameSource() = default;
     virtual Kind kind() const = 0;

@@ -8,8 +8,8 @@
 
 namespace fxhost {
 
-MovieSource::MovieSource(const std::string& input, const SourceOptions& options)
-    : mReader(std::make_unique<MovieReader>(input)),
+MovieSource::MovieSource(const std::string& input, const SourceOptions& options, std::unique_ptr<MovieReader> opened)
+    : mReader(opened && opened->path() == input ? std::move(opened) : std::make_unique<MovieReader>(input)),
       mOptions(options) {
     mHeader.width = mReader->width();
     mHeader.height = mReader->height();

@@ -14,7 +14,8 @@ namespace fxhost {
 
 class MovieSource : public FrameSource {
 public:
-    MovieSource(const std::string& input, const SourceOptions& options);
+    // `opened`, where it reads INPUT, is gone on with rather than the file opened and indexed again.
+    MovieSource(const std::string& input, const SourceOptions& options, std::unique_ptr<MovieReader> opened = nullptr);
 
     Kind kind() const override { return Kind::Movie; }
     bool ordered() const override { return true; }

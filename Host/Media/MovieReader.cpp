@@ -155,18 +155,27 @@ int MovieReader::indexOf(int64_t timestamp) const {
 // where that frame is past `index` (an open GOP's leading frames need the GOP before), it seeks
 // further back, doubling the distance, down to the first frame.
 void MovieReader::seekBefore(int index) {
-    for (int back = 0;; back = back ? 2 * back : 1) {
-        const int from = std::max(0, index - back);
-        // The first frame is reached by reading the file again from its start: some demuxers (MPEG-TS)
-        // land past it, and one that cannot seek at all gets there too.
-        if (from == 0 || av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) < 0) {
-            openInput();
-        }
+    // Decoding starts over from where the demuxer now is; false when it gives no frame.
+    const auto restart = [this] {
         avcodec_flush_buffers(mCodec.get());
         mDraining = false;
         mPositioned = true;
         mIndex = -1;
-        if (!decodeNext()) broken(index, "the decoder gives no frame after seeking to it");
+        return decodeNext();
+    };
+    for (int back = 0;; back = back ? 2 * back : 1) {
+        const int from = std::max(0, index - back);
+        const bool sought = av_seek_frame(mFormat.get(), mStream, mPts[from], AVSEEK_FLAG_BACKWARD) >= 0;
+        if (!sought) openInput();
+        bool decoded = restart();
+        // The first frame is otherwise reached by reading the file again from its start (another
+        // probe of the file): some demuxers (MPEG-TS) land past it, and one that cannot seek at all
+        // gets there too.
+        if (from == 0 && sought && (!decoded || mIndex > index)) {
+            openInput();
+            decoded = restart();
+        }
+        if (!decoded) broken(index, "the decoder gives no frame after seeking to it");
         if (mIndex <= index) return;
         if (from == 0) {
             broken(index, "the first frame the decoder gives is frame " + std::to_string(mIndex + 1));

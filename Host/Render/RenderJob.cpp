@@ -99,8 +99,9 @@ void RenderJob::render(HostWorld& input, std::unique_ptr<HostWorld>& output, int
 }
 
 void RenderJob::renderSequence(const std::string& input, const std::string& output,
-                               const std::vector<int>& frames, ProgressLog& log) {
-    const std::unique_ptr<FrameSource> source = FrameSource::open(input, sourceOptions());
+                               const std::vector<int>& frames, ProgressLog& log,
+                               std::unique_ptr<MovieReader> opened) {
+    const std::unique_ptr<FrameSource> source = FrameSource::open(input, sourceOptions(), std::move(opened));
     SinkOptions sinkOptions;
     sinkOptions.write = mOptions.write;
     sinkOptions.movie = mOptions.movie;

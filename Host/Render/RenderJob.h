@@ -44,9 +44,10 @@ public:
     // The frames (ascending, from SequencePlan) from INPUT to OUTPUT (a FrameSource and a
     // FrameSink: images, sequences, movies), decoded, rendered and encoded at once; prints a
     // progress bar when standard error is a terminal, one closing line with the count and rate,
-    // and tells the log of every frame written.
+    // and tells the log of every frame written. A movie INPUT is read through `opened` where it is
+    // that movie's reader (SequencePlan::takeReader), else opened anew.
     void renderSequence(const std::string& input, const std::string& output, const std::vector<int>& frames,
-                        ProgressLog& log);
+                        ProgressLog& log, std::unique_ptr<MovieReader> opened = nullptr);
 
     // COUNT renders of the input with one parameter stepped from FROM to TO, tiled into one image.
     // Each tile is scaled to `tileWidth` (0: such that the sheet is about 1920 pixels wide, never

@@ -76,7 +76,8 @@ SequencePlan::SequencePlan(const std::string& input, const std::string& output, 
     const FramePattern in(input), out(output);
     const bool movieIn = MovieFile::isMovie(input), movieOut = MovieFile::isMovie(output);
     // A movie's frames are 1 to its length; counting them reads the file's packets, no pixels.
-    const int length = movieIn ? MovieReader(input).frameCount() : 0;
+    if (movieIn) mReader = std::make_unique<MovieReader>(input);
+    const int length = movieIn ? mReader->frameCount() : 0;
     if (!frames.empty()) {
         try {
             mAll = FrameList::parse(frames);

@@ -7,10 +7,12 @@
 // exists leaves out all), and a line on standard error says so.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "FrameList.h"
+#include "MovieReader.h"
 
 namespace fxhost {
 
@@ -24,6 +26,10 @@ public:
     // Every frame of the sequence, and those of them to render, ascending.
     const FrameList& all() const { return mAll; }
     const std::vector<int>& frames() const { return mFrames; }
+
+    // The reader that counted a movie INPUT's frames, for the render to go on with rather than
+    // open and index the file again; null for images, or once taken.
+    std::unique_ptr<MovieReader> takeReader() { return std::move(mReader); }
 
     // Removes the temporary files a render killed outright left for this sequence's outputs.
     void removeLeftovers() const;
@@ -40,6 +46,7 @@ private:
     std::string mOutput;
     FrameList mAll;
     std::vector<int> mFrames;
+    std::unique_ptr<MovieReader> mReader;
 };
 
 }  // namespace fxhost
