@@ -77,12 +77,15 @@ std::shared_ptr<PngChunks> OiioInput::pngChunks(const OiioFile& file) {
     }
     // Text as a PNG writer names it. The picture's own attributes are capitalised (Artist, Exif:...);
     // the library's are not (oiio:, compression, planarconfig): they say how the file was stored.
+    // ICCProfile:... is the library's reading of the profile, which goes whole; libspng refuses
+    // the whole batch for one empty text.
     for (const OIIO::ParamValue& attribute : header.extra_attribs) {
         const std::string name = attribute.name().string();
         if (attribute.type() != OIIO::TypeDesc::STRING || name.empty() || !std::isupper(static_cast<unsigned char>(name[0])) ||
-            name == "ResolutionUnit")
+            name == "ResolutionUnit" || name.rfind("ICCProfile:", 0) == 0)
             continue;
         const std::string value = attribute.get_string();
+        if (value.empty()) continue;
         if (name == "DateTime") {
             addTime(value, *chunks);
             continue;

@@ -80,7 +80,8 @@ def testsrc(size, rate=25, alpha=False):
 ROWS = [
     ("icc-srgb", "in.png", lambda p: gradient("RGB").save(p, icc_profile=SRGB), "out.png", "kept"),
     ("icc-p3-d65", "in.png", lambda p: gradient("RGB").save(p, icc_profile=P3_D65), "out.png", "kept"),
-    ("icc-p3-tiff-into-png", "in.tif", lambda p: gradient("RGB").save(p, icc_profile=P3_D65), "out.png", "kept"),
+    ("icc-p3-tiff-into-png", "in.tif", lambda p: gradient("RGB").save(p, icc_profile=P3_D65, tiffinfo={270: "P3\tD65", 315: "fxhost"}),
+     "out.png", "kept"),
     ("icc-p3-jpeg-into-png", "in.jpg", lambda p: gradient("RGB").save(p, icc_profile=P3_D65), "out.png", "kept"),
     ("grey", "in.png", pillow("L"), "out.png", "kept"),
     ("grey-alpha-16", "in.png", oiiotool("--pattern", "fill:top=0.1,1:bottom=0.9,0.2", "40x30", "2", "-d", "uint16"), "out.png", "kept"),
@@ -151,7 +152,7 @@ def read_picture(path):
     while source.seek_subimage(len(images), 0):
         header = source.spec()
         kept = {a.name: str(a.value) for a in header.extra_attribs
-                if a.name in ("ICCProfile", "PixelAspectRatio", "oiio:BitsPerSample", "oiio:subimagename")}
+                if a.name in ("ICCProfile", "PixelAspectRatio", "oiio:BitsPerSample", "oiio:subimagename", "ImageDescription", "Artist")}
         if kept.get("oiio:BitsPerSample") == "8":  # said by some readers (TIFF) of every 8-bit file, by others never
             del kept["oiio:BitsPerSample"]
         pixels = source.read_image(len(images), 0, 0, header.nchannels, "float").tobytes() if images else None
