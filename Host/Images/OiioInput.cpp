@@ -27,7 +27,8 @@ bool outside01(float v) {
 
 // A keyword a PNG takes: 1 to 79 printable Latin-1 characters, no space at either end nor two in a row.
 bool pngKeyword(const std::string& k) {
-    if (k.empty() || k.size() > 79 || k.front() == ' ' || k.back() == ' ' || k.find("  ") != std::string::npos)
+    if (k.empty() || k.size() > 79 || k.front() == ' ' || k.back() == ' ' ||
+        k.find("  ") != std::string::npos)
         return false;
     return std::all_of(k.begin(), k.end(), [](char c) { return c >= 32 && c <= 126; });
 }
@@ -46,17 +47,20 @@ std::optional<uint32_t> scaled(T value, double factor) {
 
 void addTime(const std::string& dateTime, PngChunks& chunks) {
     int year, month, day, hour, minute, second;
-    if (std::sscanf(dateTime.c_str(), "%d:%d:%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second) != 6) return;
+    if (std::sscanf(dateTime.c_str(), "%d:%d:%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second) != 6)
+        return;
     if (year < 0 || year > 65535 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || hour > 23 ||
         minute < 0 || minute > 59 || second < 0 || second > 60)
         return;
-    chunks.time = spng_time{static_cast<uint16_t>(year), static_cast<uint8_t>(month), static_cast<uint8_t>(day),
-                            static_cast<uint8_t>(hour), static_cast<uint8_t>(minute), static_cast<uint8_t>(second)};
+    chunks.time =
+        spng_time{static_cast<uint16_t>(year), static_cast<uint8_t>(month),  static_cast<uint8_t>(day),
+                  static_cast<uint8_t>(hour),  static_cast<uint8_t>(minute), static_cast<uint8_t>(second)};
 }
 
 // Resolution in pixels a metre where the unit is a length, else the two as a ratio.
 void addResolution(const OIIO::ImageSpec& header, PngChunks& chunks) {
-    const float x = header.get_float_attribute("XResolution", 0), y = header.get_float_attribute("YResolution", 0);
+    const float x = header.get_float_attribute("XResolution", 0),
+                y = header.get_float_attribute("YResolution", 0);
     if (!(x > 0 && y > 0)) return;
     const std::string unit = header.get_string_attribute("ResolutionUnit", "none");
     const double perMetre = unit == "in" || unit == "inch" ? 1 / 0.0254 : unit == "cm" ? 100 : 0;
@@ -81,8 +85,9 @@ std::shared_ptr<PngChunks> OiioInput::pngChunks(const OiioFile& file) {
     // the whole batch for one empty text.
     for (const OIIO::ParamValue& attribute : header.extra_attribs) {
         const std::string name = attribute.name().string();
-        if (attribute.type() != OIIO::TypeDesc::STRING || name.empty() || !std::isupper(static_cast<unsigned char>(name[0])) ||
-            name == "ResolutionUnit" || name.rfind("ICCProfile:", 0) == 0)
+        if (attribute.type() != OIIO::TypeDesc::STRING || name.empty() ||
+            !std::isupper(static_cast<unsigned char>(name[0])) || name == "ResolutionUnit" ||
+            name.rfind("ICCProfile:", 0) == 0)
             continue;
         const std::string value = attribute.get_string();
         if (value.empty()) continue;
@@ -108,7 +113,8 @@ std::shared_ptr<PngChunks> OiioInput::pngChunks(const OiioFile& file) {
         chunks->gamma = scaled(1.0f / gamma, 100000);
     else if (space == "Linear")
         chunks->gamma = 100000;
-    if (const OIIO::ParamValue* c = header.find_attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8))) {
+    if (const OIIO::ParamValue* c =
+            header.find_attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8))) {
         // OpenEXR's order is red, green, blue, white; a PNG's white first.
         const float* v = static_cast<const float*>(c->data());
         std::optional<uint32_t> p[8];

@@ -69,7 +69,8 @@ void ImageWriter::encode(const std::string& path, const ImageHeader& like, const
             ImageHeader header = like;
             int otherImages = 0;
             header.png = ImageLibrary::codec().pngChunks(like, otherImages);
-            out = std::make_unique<PngOutput>(path, header, world.width(), world.height(), options, otherImages);
+            out = std::make_unique<PngOutput>(path, header, world.width(), world.height(), options,
+                                              otherImages);
         } else {
             out = ImageLibrary::codec().createOutput(path, imageLibraryHeader(like), world.width(),
                                                      world.height(), extra.size(), options);
