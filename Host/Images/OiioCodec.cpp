@@ -35,6 +35,12 @@ std::unique_ptr<ImageOutputFile> OiioCodec::createOutput(const std::string& name
     return std::make_unique<OiioOutput>(name, like, width, height, extraValues, options);
 }
 
+std::shared_ptr<const PngChunks> OiioCodec::pngChunks(const ImageHeader& like, int& otherImages) {
+    const auto* file = static_cast<const OiioFile*>(like.file.get());
+    otherImages = file ? file->subimages - 1 : 0;
+    return file ? OiioInput::pngChunks(*file) : nullptr;
+}
+
 std::string OiioCodec::pasteTile(HostWorld& sheet, int x, int y, int width, int height, const HostWorld& tile,
                                  const std::string& label, int fontSize) {
     OIIO::ImageBuf to = wrap(sheet, x, y, width, height);

@@ -16,6 +16,7 @@ public:
     std::unique_ptr<ImageOutputFile> createOutput(const std::string& name, const ImageHeader& like, int width,
                                                   int height, size_t extraValues,
                                                   const WriteOptions& options) override;
+    std::shared_ptr<const PngChunks> pngChunks(const ImageHeader& like, int& otherImages) override;
     std::string pasteTile(HostWorld& sheet, int x, int y, int width, int height, const HostWorld& tile,
                           const std::string& label, int fontSize) override;
 };

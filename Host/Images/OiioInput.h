@@ -8,6 +8,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include "ImageCodec.h"
+#include "PngChunks.h"
 
 namespace fxhost {
 
@@ -27,6 +28,10 @@ public:
     const ImageHeader& header() const override { return mHeader; }
     std::string formatName() const override { return mInput->format_name(); }
     DepthLoss read(HostWorld& world, std::vector<float>& extra, double& convertSeconds) override;
+
+    // What of `file`'s header a PNG holds, in the chunks a PNG writer would put it in; attributes
+    // that a PNG has no place for, or that would not fit one, are left out.
+    static std::shared_ptr<PngChunks> pngChunks(const OiioFile& file);
 
     // OpenImageIO's errors, several lines for one failure (the reader's, then the format's own
     // report of it): the first, which says what happened.

@@ -14,6 +14,8 @@
 
 namespace fxhost {
 
+struct PngChunks;
+
 struct WriteOptions {
     // zlib's level for PNG, 0 (store) to 9; PNG rows are written without a prediction filter.
     int pngCompression = 6;
@@ -49,7 +51,7 @@ public:
 class ImageCodec {
 public:
     // The interface's version: the library refuses a host built against another.
-    static constexpr int kVersion = 2;
+    static constexpr int kVersion = 3;
 
     virtual std::unique_ptr<ImageInputFile> openInput(const std::string& path) = 0;
     // `name` picks the format by its extension; the size is `width` by `height`, and `extraValues`
@@ -57,6 +59,10 @@ public:
     virtual std::unique_ptr<ImageOutputFile> createOutput(const std::string& name, const ImageHeader& like,
                                                           int width, int height, size_t extraValues,
                                                           const WriteOptions& options) = 0;
+    // What of `like`'s header (one this library read) a PNG can hold, as PngChunks: the ICC profile,
+    // text attributes, resolution, time, origin, gamma and chromaticities. `otherImages` gets the
+    // count of images after the first (OpenEXR parts, TIFF pages), which a PNG cannot hold.
+    virtual std::shared_ptr<const PngChunks> pngChunks(const ImageHeader& like, int& otherImages) = 0;
     // `tile` scaled into the rectangle (x, y, width, height) of `sheet` (copied when the sizes
     // match), with `label` drawn at its bottom left; returns why the label is missing, or "".
     virtual std::string pasteTile(HostWorld& sheet, int x, int y, int width, int height, const HostWorld& tile,

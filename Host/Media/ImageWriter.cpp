@@ -63,6 +63,14 @@ void ImageWriter::encode(const std::string& path, const ImageHeader& like, const
     try {
         if (PngOutput::isPngName(path) && !like.file) {
             out = std::make_unique<PngOutput>(path, like, world.width(), world.height(), options);
+        } else if (PngOutput::isPngName(path)) {
+            // libpng refuses some ICC profiles a PNG holds well (an illuminant other than D50):
+            // every PNG goes through libspng, with what of the header a PNG can hold.
+            ImageHeader header = like;
+            int otherImages = 0;
+            header.png = ImageLibrary::codec().pngChunks(like, otherImages);
+            out = std::make_unique<PngOutput>(path, header, world.width(), world.height(), options,
+                                              otherImages);
         } else {
             out = ImageLibrary::codec().createOutput(path, imageLibraryHeader(like), world.width(),
                                                      world.height(), extra.size(), options);

@@ -1,6 +1,7 @@
 // Writes the host's 8-bit ARGB world back as an image file shaped like the one it
-// came from: a .png from a PNG or from frames with no file through libspng (PngOutput, which keeps
-// a PNG's chunks), anything else through the image library (ImageLibrary, loaded on first use):
+// came from: every .png through libspng (PngOutput, which keeps a PNG's chunks, and of another
+// format's header what a PNG holds: ICC profile, text, resolution), anything else through the
+// image library (ImageLibrary, loaded on first use):
 // its channels (those after the fourth copied unchanged), data type and header (attributes,
 // compression, pixel aspect, colour space, data and display windows), and the input's images
 // after the first (OpenEXR parts, TIFF pages) copied unchanged where the format holds them, with

@@ -1,7 +1,8 @@
 // The ancillary chunks of a PNG that an output written as PNG keeps, each as the file held it:
 // text (tEXt, zTXt and iTXt, in their order, with their kind), the ICC profile (its name and
 // bytes, never checked nor changed), gamma, chromaticities, sRGB intent, physical size, offset,
-// time and Exif. PngInput fills it in as it reads, text after the pixels last.
+// time and Exif. PngInput fills it in as it reads, text after the pixels last; the image library
+// fills it from the header of a file in another format (ImageCodec::pngChunks).
 #pragma once
 
 #include <spng.h>

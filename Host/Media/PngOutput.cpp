@@ -49,7 +49,7 @@ bool PngOutput::isPngName(const std::string& name) {
 }
 
 PngOutput::PngOutput(const std::string& name, const ImageHeader& like, int width, int height,
-                     const WriteOptions& options)
+                     const WriteOptions& options, int droppedImages)
     : mName(name),
       mChunks(like.png),
       mOptions(options),
@@ -57,6 +57,7 @@ PngOutput::PngOutput(const std::string& name, const ImageHeader& like, int width
       mContext(nullptr, &spng_ctx_free) {
     mChannels = std::clamp(like.channels, 1, 4);
     mDropped = std::max(0, like.channels - 4);
+    mDroppedImages = droppedImages;
     static const uint8_t kColourTypes[4] = {SPNG_COLOR_TYPE_GRAYSCALE, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA,
                                             SPNG_COLOR_TYPE_TRUECOLOR, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA};
     mIhdr.width = static_cast<uint32_t>(width);
