@@ -228,11 +228,12 @@ void EffectHost::checkAfter(PF_Cmd cmd, bool ownThread) {
     const std::string unbalanced = mSuites->unbalanced();
     if (!unbalanced.empty()) mViolations.push_back(where + "suites not released: " + unbalanced);
     if (mSuites->liveHandles() != 0) mViolations.push_back(where + "host handles left allocated");
-    for (HostWorld* world : {mInput, mOutput}) {
+    // A world rendered in place is the output: the effect writes it, and it is checked once.
+    for (HostWorld* world : {mInput == mOutput ? nullptr : mInput, mOutput}) {
         if (!world) continue;
         const std::string damage = world->guardDamage();
         if (!damage.empty())
-            mViolations.push_back(where + "bytes outside " + (world == mInput ? "the input" : "the output") +
+            mViolations.push_back(where + "bytes outside " + (world == mOutput ? "the output" : "the input") +
                                   " world were written: " + damage);
     }
     if (mGL && ownThread) {

@@ -1,4 +1,5 @@
-// One frei0r instance: a frame size, its own slider values (0 to 1) and its own ARGB worlds.
+// One frei0r instance: a frame size, its own slider values (0 to 1) and its own ARGB worlds
+// (one, rendered in place, when the effect runs on the CPU), kept from frame to frame.
 // It holds the shared effect while it lives. update() turns an RGBA frame of exactly the
 // constructed size into the effect's output; when the effect fails, the frame passes through
 // unchanged and the failure is named on standard error once per instance. Every member expects
@@ -36,7 +37,7 @@ private:
     int mHeight;
     std::vector<double> mValues;
     std::unique_ptr<HostWorld> mInput;
-    std::unique_ptr<HostWorld> mOutput;
+    std::unique_ptr<HostWorld> mOutput;  // null where the effect renders mInput in place
     bool mReported = false;
 };
 

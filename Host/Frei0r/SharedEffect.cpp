@@ -173,6 +173,10 @@ std::string SharedEffect::render(const std::vector<double>& values, HostWorld& i
     return "";
 }
 
+bool SharedEffect::rendersInPlace() const {
+    return mHost && mHost->renderer() == Renderer::CPU;
+}
+
 bool SharedEffect::firstClampOf(size_t slider) {
     if (slider >= mWarned.size() || mWarned[slider]) return false;
     mWarned[slider] = true;

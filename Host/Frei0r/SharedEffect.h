@@ -41,6 +41,9 @@ public:
     // Renders `input` into `output` (same size) with the sliders at `values` (0 to 1 each).
     // Returns an empty string, or what went wrong in words.
     std::string render(const std::vector<double>& values, HostWorld& input, HostWorld& output);
+    // True where the effect renders on the CPU, which reads each pixel before it writes it: one
+    // world may then be both the input and the output. Fixed from acquire() to the last release().
+    bool rendersInPlace() const;
 
     // True the first time it is asked for that slider: clamp warnings are given once per process.
     bool firstClampOf(size_t slider);

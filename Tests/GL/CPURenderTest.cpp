@@ -1,6 +1,7 @@
 // The CPU renderer against the GL road it stands in for, replayed as the exactness report replays
 // it (EffectRoads.h), on charts and a photograph-like frame, and a few values worked out by hand.
 #include <cstdint>
+#include <thread>
 #include <vector>
 
 #include "EffectRoads.h"
@@ -143,7 +144,7 @@ TEST_F(CPURenderTest, KnownColours) {
 
 // A frame large enough for threads, with a width that is no multiple of the block and padding
 // after every row: threads, a band of rows on its own, and rendering in place all give the same
-// bytes, and the padding is never touched.
+// bytes, also beside other renders on other threads, and the padding is never touched.
 TEST_F(CPURenderTest, BandsThreadsAndPaddingGiveTheSameBytes) {
     const int width = 1031, height = 1029, rowbytes = width * 4 + 20;
     const auto row = [&](auto& bytes, int y) { return &bytes[static_cast<size_t>(y) * rowbytes]; };
@@ -170,6 +171,23 @@ TEST_F(CPURenderTest, BandsThreadsAndPaddingGiveTheSameBytes) {
     for (int y = 0; y < height; ++y)
         for (int i = width * 4; i < rowbytes; ++i)
             ASSERT_EQ(row(single, y)[i], 0xa5) << "padding of row " << y;
+    // Renders from several threads at once (hosts render frames in parallel) share the helpers.
+    std::vector<std::vector<std::uint8_t>> together(3);
+    std::vector<std::thread> callers;
+    for (auto& result : together)
+        callers.emplace_back([&] {
+            HueAndSaturationCPURender own;
+            own.setHue(200.5f);
+            own.setSaturation(1.37f);
+            for (int pass = 0; pass < 20; ++pass) {
+                std::vector<std::uint8_t> out(input.size(), 0xa5);
+                PF_LayerDef world = worldOf(out.data(), width, height, rowbytes);
+                own.render(worldOf(input.data(), width, height, rowbytes), world);
+                if (pass == 0 || out != single) result = std::move(out);
+            }
+        });
+    for (std::thread& caller : callers) caller.join();
+    for (const auto& result : together) EXPECT_TRUE(result == single) << "a render beside others differs";
     const std::vector<std::uint8_t> band = renderInto(0, 333, 200);
     EXPECT_TRUE(std::equal(row(band, 333), row(band, 533), row(single, 333)));
 

@@ -1,6 +1,9 @@
 #include "HueAndSaturationCPURender.h"
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +35,8 @@ const float kByteToFloat = 1.0f / 255.0f;
 
 // Below this many pixels a band is not worth a thread.
 constexpr long long kPixelsPerThread = 1LL << 18;
+// Rows are handed out in runs of about this many pixels (a 1080p frame in some 60 runs).
+constexpr long long kPixelsPerRun = 1LL << 15;
 
 // Adding 2^23 to a float in 0..2^23 rounds it to an integer, half to even as an 8-bit unorm
 // target does, and leaves that integer in the low bits of the sum.
@@ -205,6 +210,88 @@ RowFunction widestRow() {
     return rowBaseline;
 }
 
+// Helper threads kept for the life of the library: a thread started and ended for every frame
+// cost FFmpeg, with x264's threads beside it, more system time than rendering on one thread. A job
+// is offered to the helpers, and the caller runs it too; when the caller has finished its share
+// it withdraws the job and waits only for helpers inside it, so a helper that wakes late finds
+// nothing to do. A second render while a job is offered renders on its own thread.
+class Helpers {
+public:
+    static Helpers& shared() {
+        static Helpers helpers;
+        return helpers;
+    }
+
+    // Runs `job` on the calling thread and on up to `wanted` helpers at once; returns when no
+    // helper is inside it any more. `job` must be safe to run on several threads at once.
+    template <typename Job>
+    void run(unsigned wanted, Job& job) {
+        std::unique_lock<std::mutex> lock(mMutex);
+        if (mJob || wanted == 0 || mThreads.empty()) {
+            lock.unlock();
+            job();
+            return;
+        }
+        mJob = [](void* context) { (*static_cast<Job*>(context))(); };
+        mContext = const_cast<void*>(static_cast<const void*>(&job));
+        mWanted = wanted;
+        ++mGeneration;
+        lock.unlock();
+        mWake.notify_all();
+        job();
+        lock.lock();
+        mJob = nullptr;
+        mIdle.wait(lock, [this] { return mInside == 0; });
+    }
+
+    ~Helpers() {
+        {
+            std::lock_guard<std::mutex> hold(mMutex);
+            mStop = true;
+        }
+        mWake.notify_all();
+        for (std::thread& thread : mThreads) thread.join();
+    }
+
+private:
+    Helpers() {
+        const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+        try {
+            for (unsigned i = 1; i < cores; ++i) mThreads.emplace_back([this] { serve(); });
+        } catch (...) {
+            // Fewer helpers, or none: the caller renders what they would have.
+        }
+    }
+
+    void serve() {
+        unsigned long seen = 0;
+        std::unique_lock<std::mutex> lock(mMutex);
+        for (;;) {
+            mWake.wait(lock, [&] { return mStop || (mJob && mGeneration != seen && mInside < mWanted); });
+            if (mStop) return;
+            seen = mGeneration;
+            void (*job)(void*) = mJob;
+            void* context = mContext;
+            ++mInside;
+            lock.unlock();
+            job(context);
+            lock.lock();
+            if (--mInside == 0) mIdle.notify_all();
+        }
+    }
+
+    std::mutex mMutex;
+    std::condition_variable mWake;
+    std::condition_variable mIdle;
+    void (*mJob)(void*) = nullptr;  // null when nothing is offered
+    void* mContext = nullptr;
+    unsigned mWanted = 0;
+    unsigned mInside = 0;
+    unsigned long mGeneration = 0;
+    bool mStop = false;
+    std::vector<std::thread> mThreads;
+};
+
 }  // namespace
 
 void HueAndSaturationCPURender::render(const PF_LayerDef& input, PF_LayerDef& output) const {
@@ -226,21 +313,17 @@ void HueAndSaturationCPURender::render(const PF_LayerDef& input, PF_LayerDef& ou
     const long long pixels = static_cast<long long>(width) * height;
     threads = static_cast<unsigned>(
         std::min<long long>({threads, std::max(1LL, pixels / kPixelsPerThread), static_cast<long long>(height)}));
-    const auto bandStart = [&](unsigned band) {
-        return static_cast<A_long>(static_cast<long long>(height) * band / threads);
+    // The calling thread and its helpers take runs of rows in turn, so a helper that the scheduler
+    // starts late (the host's other threads busy every core) finds the frame done: with a fixed
+    // band each, the caller waited for the slowest.
+    const A_long runRows = static_cast<A_long>(std::max(1LL, kPixelsPerRun / width));
+    std::atomic<A_long> next{0};
+    const auto take = [&]() noexcept {
+        for (A_long first; (first = next.fetch_add(runRows, std::memory_order_relaxed)) < height;)
+            rows(first, std::min(height, first + runRows));
     };
 
-    // Band 0 is the calling thread's; a band whose thread cannot be started is rendered here too.
-    std::vector<std::thread> workers;
-    unsigned started = 1;
-    try {
-        workers.reserve(threads - 1);
-        for (; started < threads; ++started) workers.emplace_back(rows, bandStart(started), bandStart(started + 1));
-    } catch (...) {
-    }
-    rows(bandStart(0), bandStart(1));
-    rows(bandStart(started), height);
-    for (std::thread& worker : workers) worker.join();
+    Helpers::shared().run(threads - 1, take);
 }
 
 }  // namespace GaussianBlur

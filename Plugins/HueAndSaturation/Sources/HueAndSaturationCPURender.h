@@ -12,8 +12,9 @@ namespace GaussianBlur {
 /// level becomes after the division below that. `render` reads `input` and writes `output`, each
 /// with its own `rowbytes` (the two may be the same world); rows past the smaller of the two sizes
 /// are left alone. Every row is independent of the others, so a band of rows renders exactly as
-/// those rows of the whole frame. Large frames are split into bands over threads that have all
-/// ended when `render` returns; nothing is thrown.
+/// those rows of the whole frame. Large frames are shared out in runs of rows between the calling
+/// thread and helper threads that live as long as the library; when `render` returns no helper
+/// touches the frame any more. Renders on several threads at once are safe; nothing is thrown.
 class HueAndSaturationCPURender {
 public:
     void setHue(float hue) { mHue = hue; }
