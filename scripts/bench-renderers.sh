@@ -45,7 +45,10 @@ run() {
 }
 median() { sort -n -k"$2" "$WORK/$1" | awk -v k="$2" '{ v[NR] = $k } END { print v[int((NR + 1) / 2)] }'; }
 
-F0R="scale=in_color_matrix=bt601:in_range=tv:flags=bicubic+accurate_rnd+full_chroma_int,format=rgba"
+# Into the modules as the README's chain converts (zimg through zscale, what fxhost does itself); the
+# frei0r cases end in 4:2:0, as the hue job encodes: from RGBA FFmpeg would give libx264 4:4:4.
+F0R="zscale=filter=lanczos:matrixin=170m,format=gbrp,format=rgba"
+TO_YUV=",format=yuv420p"
 HUE=(--set "Hue Value=90" --set Saturation=1.5)
 f0r() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf "$1" -c:a copy "$WORK/out/o.mp4"; }
 # One function a case, named KIND_WHO; the peer of each kind is its _ffmpeg (or f0r_hue).
@@ -56,9 +59,9 @@ png_huesat() { ffmpeg -v error -nostdin -i "$WORK/png_%04d.png" -vf huesaturatio
 movie_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
 movie_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/movie.mp4" "$WORK/out/o.mp4"; }
 movie_ffmpeg() { ffmpeg -v error -nostdin -i "$WORK/movie.mp4" -vf hue=h=90:s=1.5 -c:a copy "$WORK/out/o.mp4"; }
-f0r_cpu() { FXHOST_RENDERER=cpu f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75"; }
-f0r_gl() { FXHOST_RENDERER=gl f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75"; }
-f0r_debian() { f0r "$F0R,frei0r=hueshift0r:0.25,frei0r=saturat0r:0.1875"; }
+f0r_cpu() { FXHOST_RENDERER=cpu f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75$TO_YUV"; }
+f0r_gl() { FXHOST_RENDERER=gl f0r "$F0R,frei0r=ostrivane-hue-and-saturation:0.25|0.75$TO_YUV"; }
+f0r_debian() { f0r "$F0R,frei0r=hueshift0r:0.25,frei0r=saturat0r:0.1875$TO_YUV"; }
 f0r_hue() { f0r hue=h=90:s=1.5; }
 small_cpu() { "$FX" -q render --renderer cpu "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
 small_gl() { "$FX" -q render --renderer gl "${HUE[@]}" "$WORK/small.png" "$WORK/out/o.png"; }
