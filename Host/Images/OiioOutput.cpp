@@ -114,8 +114,9 @@ bool OiioOutput::openWithOtherImages(const std::string& path) {
     // An OpenEXR's parts share one display window (a TIFF's pages each have their own): the pixels
     // of each keep their own data window inside the first's.
     const bool oneDisplayWindow = std::string(mOutput->format_name()) == "openexr";
-    for (int i = 1; mSourceInput->seek_subimage(i, 0); ++i) {
-        headers.push_back(mSourceInput->spec());
+    OIIO::ImageSpec next;
+    for (int i = 1; mSourceInput->seek_subimage(i, 0, next); ++i) {
+        headers.push_back(next);
         if (oneDisplayWindow) {
             headers.back().full_x = mSpec.full_x;
             headers.back().full_y = mSpec.full_y;

@@ -145,19 +145,19 @@ def picture(path):
 
 
 def read_picture(path):
-    source = oiio.ImageInput.open(path)
-    if not source:
-        raise RuntimeError(oiio.geterror())
+    whole = oiio.ImageBuf(path)
+    if whole.has_error:
+        raise RuntimeError(whole.geterror())
     images = []
-    while source.seek_subimage(len(images), 0):
-        header = source.spec()
+    for index in range(whole.nsubimages):
+        source = oiio.ImageBuf(path, index, 0)
+        header = source.nativespec()
         kept = {a.name: str(a.value) for a in header.extra_attribs
                 if a.name in ("ICCProfile", "PixelAspectRatio", "oiio:BitsPerSample", "oiio:subimagename", "ImageDescription", "Artist")}
         if kept.get("oiio:BitsPerSample") == "8":  # said by some readers (TIFF) of every 8-bit file, by others never
             del kept["oiio:BitsPerSample"]
-        pixels = source.read_image(len(images), 0, 0, header.nchannels, "float").tobytes() if images else None
+        pixels = source.get_pixels(oiio.FLOAT).tobytes() if images else None
         images.append((header.width, header.height, header.nchannels, str(header.format), kept, pixels))
-    source.close()
     return images
 
 
@@ -175,7 +175,7 @@ def png_profile(path):
 
 def source_profile(path):
     with OIIO_LOCK:
-        value = oiio.ImageInput.open(path).spec().getattribute("ICCProfile")
+        value = oiio.ImageBuf(path).nativespec().getattribute("ICCProfile")
     return bytes(value) if value is not None else None
 
 
