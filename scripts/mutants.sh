@@ -108,12 +108,8 @@ F/BatchScript.cpp	s/-lt 1 \]/-lt 0 ]/	a failed chunk never requeued
 V/DecodeConverter.cpp	s/from\.matrix_coefficients = ZimgFormat::matrix\(key\.space\);/from.matrix_coefficients = ZimgFormat::matrix(key.space == AVCOL_SPC_BT709 ? AVCOL_SPC_UNSPECIFIED : key.space);/	a BT.709 stream read with BT.601's matrix
 V/ZimgFormat.cpp	s/case AVCOL_SPC_BT2020_CL: return ZIMG_MATRIX_BT2020_NCL;/case AVCOL_SPC_BT2020_CL: return ZIMG_MATRIX_ST170_M;/	a BT.2020 stream read with BT.601's matrix
 V/DecodeConverter.cpp	s/bool full = storedValue\(frame\.color_range\) == AVCOL_RANGE_JPEG;/bool full = false;/	a full-range stream read as limited
-V/DecodeConverter.cpp	s/from\.chroma_location = ZimgFormat::siting\(key\.siting\);/from.chroma_location = ZIMG_CHROMA_LEFT;/	a stream's chroma siting ignored on the way in
 V/FrameConverter.cpp	s/to\.matrix_coefficients = ZimgFormat::matrix\(matrix\);/to.matrix_coefficients = ZimgFormat::matrix(AVCOL_SPC_UNSPECIFIED);/	a movie tagged BT.709 written with BT.601's matrix
 V/FrameConverter.cpp	s/to\.pixel_range = range == AVCOL_RANGE_JPEG \? ZIMG_RANGE_FULL : ZIMG_RANGE_LIMITED;/to.pixel_range = ZIMG_RANGE_LIMITED;/	a movie tagged full range written at limited range
-V/FrameConverter.cpp	s/to\.chroma_location = ZimgFormat::siting\(siting\);/to.chroma_location = ZIMG_CHROMA_LEFT;/	a movie's chroma siting ignored on the way out
-C/HostWorld.cpp	s/for \(size_t i = used; i < static_cast<size_t>\(rowbytes\(\)\); \+\+i\)/for (size_t i = used + 1; i < static_cast<size_t>(rowbytes()); ++i)/	the world guard blind to one byte past a row
-C/EffectHost.cpp	s/if \(world\) world->armGuards\(\);/;/	the guards not laid again before the effect's call: the host's writes blamed on the effect
 V/StreamCopier.cpp	s/const int64_t shift = av_rescale_q\(mShift, mShiftBase, base\);/const int64_t shift = 0;/	a part's copied streams not shifted with its video
 V/StreamCopier.cpp	s/if \(time != AV_NOPTS_VALUE && !mFromStart && av_compare_ts/if (false && av_compare_ts/	a part keeps the sound from before its first frame
 V/MovieReader.cpp	s/avcodec_send_packet\(mCodec\.get\(\), nullptr\);\n\s*mDraining = true;\n\s*continue;/return false;/	the decoder not drained: the frames it holds back are lost
@@ -154,6 +150,10 @@ Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/Floats level = 
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/atMost255\(\(stored \* kByteToFloat\) \/ divisor \* 255\.0f \+ kRound\)/atMost255(stored + kRound)/	the CPU renderer leaves its colour premultiplied
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/std::fmod\(static_cast<double>\(hueDegrees\), 360\.0\)/static_cast<double>(hueDegrees)/	the CPU renderer's hue not taken modulo 360 before it is narrowed
 Plugins/HueAndSaturation/Sources/HueAndSaturationCPURender.cpp	s/\(stored \* kByteToFloat\) \/ divisor/(stored * kByteToFloat) * (1.0f \/ divisor)/	the CPU renderer's final division as a reciprocal
+V/DecodeConverter.cpp	s/from\.chroma_location = ZimgFormat::siting\(key\.siting\);/from.chroma_location = ZIMG_CHROMA_LEFT;/	a stream's chroma siting ignored on the way in
+V/FrameConverter.cpp	s/to\.chroma_location = ZimgFormat::siting\(siting\);/to.chroma_location = ZIMG_CHROMA_LEFT;/	a movie's chroma siting ignored on the way out
+C/HostWorld.cpp	s/for \(size_t i = used; i < static_cast<size_t>\(rowbytes\(\)\); \+\+i\)/for (size_t i = used + 1; i < static_cast<size_t>(rowbytes()); ++i)/	the world guard blind to one byte past a row
+C/EffectHost.cpp	s/if \(world\) world->armGuards\(\);/;/	the guards not laid again before the effect's call: the host's writes blamed on the effect
 LIST
 )
 
