@@ -71,7 +71,7 @@ version_fx() { "$FX" --version; }
 version_ffmpeg() { ffmpeg -version; }
 export -f f0r png_cpu png_gl png_ffmpeg png_huesat movie_cpu movie_gl movie_ffmpeg movie_before f0r_cpu f0r_gl f0r_debian f0r_hue \
   small_cpu small_gl small_ffmpeg version_fx version_ffmpeg
-export FX WORK F0R FXHOST_BEFORE="${FXHOST_BEFORE:-}"
+export FX WORK F0R TO_YUV FXHOST_BEFORE="${FXHOST_BEFORE:-}"
 KINDS=${BENCH_KINDS:-png movie f0r small version}
 BEFORE_CASE=$([ -n "$FXHOST_BEFORE" ] && echo "|before" || true)
 members() { declare -F | awk '{ print $3 }' | grep -E "^$1_(cpu|gl|ffmpeg|huesat|debian|hue|fx$BEFORE_CASE)$" | sort; }
