@@ -138,7 +138,7 @@ C/Interruption.cpp	s/FileGuard\(\) \{ gFiles\.lock_shared\(\); \}/FileGuard() {}
 C/EffectHost.cpp	s/if \(mOptions\.renderer == Renderer::CPU\)\n/if (false)\n/	--renderer cpu quietly renders with GL for an effect without a CPU renderer
 C/Renderer.cpp	s/if \(node\.empty\(\)\) return \{Renderer::CPU,/if (node.empty()) return {Renderer::GL,/	auto takes GL on a machine without a GPU
 F/FarmCommand.cpp	s/renderOptions\.insert\(renderOptions\.end\(\), \{"--renderer", rendererName\(served\)\}\);/;/	the farm leaves auto for each chunk to settle
-Host/Frei0r/SharedEffect.cpp	s/std::getenv\("FXHOST_RENDERER"\)/nullptr/	the frei0r module ignores FXHOST_RENDERER
+C/Renderer.cpp	s/std::getenv\("FXHOST_RENDERER"\)/nullptr/	the modules inside other programs ignore FXHOST_RENDERER
 Host/Validate/RendererChecks.cpp	s/return alpha == 0 \? 0 : \(255 \+ alpha - 1\) \/ alpha;/return 255;/	the validator lets the renderers differ by any amount
 E	s/mCPURendering = chosen == kOstrivaneRenderer_CPU;/mCPURendering = false;/	the effect ignores the host's choice of its CPU renderer
 E	s/constexpr int kMinorVersion = 0;/constexpr int kMinorVersion = 2;/	the effect declares the project's version instead of its own

@@ -6,6 +6,7 @@
 #include <dirent.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <vector>
@@ -99,6 +100,16 @@ const AutoRenderer& autoRenderer() {
 
 Renderer resolveRenderer(Renderer requested) {
     return requested == Renderer::Auto ? autoRenderer().renderer : requested;
+}
+
+Renderer rendererFromEnvironment() {
+    const char* word = std::getenv("FXHOST_RENDERER");
+    if (!word || !*word) return Renderer::Auto;
+    try {
+        return parseRenderer(word);
+    } catch (const std::invalid_argument& e) {
+        throw std::runtime_error(std::string("FXHOST_RENDERER: ") + e.what());
+    }
 }
 
 }  // namespace fxhost

@@ -21,6 +21,11 @@ struct AutoRenderer {
 };
 const AutoRenderer& autoRenderer();
 
+// What FXHOST_RENDERER asks of the modules that run inside other programs (frei0r, GStreamer):
+// "gl", "cpu" or "auto"; unset or empty is Auto. Throws std::runtime_error naming the variable for
+// any other word.
+Renderer rendererFromEnvironment();
+
 // `requested` with Auto resolved as above.
 Renderer resolveRenderer(Renderer requested);
 

@@ -48,18 +48,6 @@ void SharedEffect::configure(const char* candidates, const char* fallbackName) {
     effect.mFallbackName = fallbackName;
 }
 
-// FXHOST_RENDERER=gl|cpu forces one of the effect's renderers; unset (or auto), the CPU where GL
-// would be a software rasteriser. A word it does not know is an error naming the variable.
-Renderer SharedEffect::requestedRenderer() {
-    const char* word = std::getenv("FXHOST_RENDERER");
-    if (!word || !*word) return Renderer::Auto;
-    try {
-        return parseRenderer(word);
-    } catch (const std::invalid_argument& e) {
-        throw std::runtime_error(std::string("FXHOST_RENDERER: ") + e.what());
-    }
-}
-
 void SharedEffect::acquire() {
     if (!mHost) {
         CallerGLState caller;
@@ -70,7 +58,7 @@ void SharedEffect::acquire() {
         options.hostGLContext = false;  // the application's context, if any, is the host's
         std::string path;
         try {
-            options.renderer = requestedRenderer();
+            options.renderer = rendererFromEnvironment();
             path = BundleLocator(mCandidates).find();
             auto host = std::make_unique<EffectHost>(path, options);
             require(host->globalSetup(), *host, "the effect's global set-up");

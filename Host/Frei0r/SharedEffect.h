@@ -51,7 +51,6 @@ public:
 private:
     SharedEffect() = default;
     void describe();
-    static Renderer requestedRenderer();
 
     std::mutex mMutex;
     std::string mCandidates;

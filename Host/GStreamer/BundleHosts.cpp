@@ -16,16 +16,6 @@ namespace {
 // it on stdout, on each thread it first renders on.
 thread_local unsigned long tRenderedInSetUp = 0;
 
-Renderer requestedRenderer() {
-    const char* word = std::getenv("FXHOST_RENDERER");
-    if (!word || !*word) return Renderer::Auto;
-    try {
-        return parseRenderer(word);
-    } catch (const std::invalid_argument& e) {
-        throw std::runtime_error(std::string("FXHOST_RENDERER: ") + e.what());
-    }
-}
-
 void require(PF_Err err, EffectHost& host, const char* command) {
     if (err) throw std::runtime_error(std::string(command) + " failed with " + errorName(err));
     if (!host.violations().empty()) throw std::runtime_error(std::string(command) + ": " + host.violations().front());
@@ -49,7 +39,7 @@ void BundleHosts::acquire(const std::string& bundle) {
         try {
             HostOptions options;
             options.hostGLContext = false;  // the application's context, if any, is the host's
-            options.renderer = requestedRenderer();
+            options.renderer = rendererFromEnvironment();
             auto host = std::make_unique<EffectHost>(bundle, options);
             require(host->globalSetup(), *host, "the effect's global set-up");
             require(host->paramsSetup(), *host, "the effect's parameter set-up");

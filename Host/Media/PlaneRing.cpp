@@ -10,26 +10,27 @@ void PlaneRing::reset(int width, int height, unsigned lines) {
     mMemory.reserve(4 * mPlaneBytes);
 }
 
-zimg_image_buffer PlaneRing::buffer() const {
-    zimg_image_buffer buffer{};
+namespace {
+
+// zimg's read-only and writable buffers differ only in the constness of their pointers.
+template <typename Buffer>
+Buffer ringBuffer(const PlaneRing& ring, size_t stride, unsigned mask) {
+    Buffer buffer{};
     buffer.version = ZIMG_API_VERSION;
     for (int p = 0; p < 4; ++p) {
-        buffer.plane[p].data = row(p, 0);
-        buffer.plane[p].stride = static_cast<ptrdiff_t>(mStride);
-        buffer.plane[p].mask = mMask;
+        buffer.plane[p].data = ring.row(p, 0);
+        buffer.plane[p].stride = static_cast<ptrdiff_t>(stride);
+        buffer.plane[p].mask = mask;
     }
     return buffer;
 }
 
+}  // namespace
+
+zimg_image_buffer PlaneRing::buffer() const { return ringBuffer<zimg_image_buffer>(*this, mStride, mMask); }
+
 zimg_image_buffer_const PlaneRing::constBuffer() const {
-    zimg_image_buffer_const buffer{};
-    buffer.version = ZIMG_API_VERSION;
-    for (int p = 0; p < 4; ++p) {
-        buffer.plane[p].data = row(p, 0);
-        buffer.plane[p].stride = static_cast<ptrdiff_t>(mStride);
-        buffer.plane[p].mask = mMask;
-    }
-    return buffer;
+    return ringBuffer<zimg_image_buffer_const>(*this, mStride, mMask);
 }
 
 }  // namespace fxhost

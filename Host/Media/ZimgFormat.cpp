@@ -67,9 +67,13 @@ zimg_image_format ZimgFormat::rgb(int width, int height) {
     return f;
 }
 
-zimg_image_buffer_const ZimgFormat::planes(const AVFrame& frame) {
+namespace {
+
+// zimg's read-only and writable buffers differ only in the constness of their pointers.
+template <typename Buffer, typename Frame>
+Buffer framePlanes(Frame& frame) {
     const AVPixFmtDescriptor* d = describe(frame.format);
-    zimg_image_buffer_const buffer{};
+    Buffer buffer{};
     buffer.version = ZIMG_API_VERSION;
     for (int c = 0; c < 3; ++c) {
         buffer.plane[c].data = frame.data[d->comp[c].plane];
@@ -79,17 +83,13 @@ zimg_image_buffer_const ZimgFormat::planes(const AVFrame& frame) {
     return buffer;
 }
 
-zimg_image_buffer ZimgFormat::planes(AVFrame& frame) {
-    const AVPixFmtDescriptor* d = describe(frame.format);
-    zimg_image_buffer buffer{};
-    buffer.version = ZIMG_API_VERSION;
-    for (int c = 0; c < 3; ++c) {
-        buffer.plane[c].data = frame.data[d->comp[c].plane];
-        buffer.plane[c].stride = frame.linesize[d->comp[c].plane];
-        buffer.plane[c].mask = ZIMG_BUFFER_MAX;
-    }
-    return buffer;
+}  // namespace
+
+zimg_image_buffer_const ZimgFormat::planes(const AVFrame& frame) {
+    return framePlanes<zimg_image_buffer_const>(frame);
 }
+
+zimg_image_buffer ZimgFormat::planes(AVFrame& frame) { return framePlanes<zimg_image_buffer>(frame); }
 
 bool ZimgFormat::aligned(const AVFrame& frame) {
     const AVPixFmtDescriptor* d = describe(frame.format);
